@@ -1,0 +1,44 @@
+// How text and numbers stand in rows: folded terms, and numbers as the C library prints them.
+
+/**
+ * The term fold of the whole system: every byte below 33 is dropped (control bytes and the blank), "A" to "Z" become lower
+ * case, all else is kept. It is no Unicode fold: "É" and a full-width letter stay as they are.
+ * @param {string} text
+ * @returns {string}
+ */
+export function compactTerm(text) {
+  return text.replace(/[\0- ]/g, '').replace(/[A-Z]/g, (letter) => letter.toLowerCase());
+}
+
+/**
+ * A number printed as by C's "%f": six digits behind the point, rounded from the exact binary value with ties to even.
+ * `toFixed` will not do: it rounds ties up (1/128 ends in 2 here, in 3 there) and leaves plain digits at 1e21.
+ * @param {number} value any double
+ * @returns {string}
+ */
+export function formatFixed(value) {
+  if (Number.isNaN(value)) return 'nan';
+  const sign = value < 0 || Object.is(value, -0) ? '-' : '';
+  if (!Number.isFinite(value)) return `${sign}inf`;
+
+  const bits = new DataView(new ArrayBuffer(8));
+  bits.setFloat64(0, Math.abs(value));
+  const exponentBits = Number(bits.getBigUint64(0) >> 52n);
+  const fraction = bits.getBigUint64(0) & ((1n << 52n) - 1n);
+  // value = mantissa × 2^exponent; a subnormal has no hidden bit and the exponent of the smallest normal number
+  const mantissa = exponentBits === 0 ? fraction : fraction | (1n << 52n);
+  const exponent = BigInt(Math.max(exponentBits, 1) - 1075);
+
+  let millionths = mantissa * 1000000n;
+  if (exponent >= 0n) {
+    millionths <<= exponent;
+  } else {
+    const cut = -exponent;
+    const rest = millionths & ((1n << cut) - 1n);
+    const half = 1n << (cut - 1n);
+    millionths >>= cut;
+    if (rest > half || (rest === half && (millionths & 1n) === 1n)) millionths += 1n;
+  }
+  const digits = millionths.toString().padStart(7, '0');
+  return `${sign}${digits.slice(0, -6)}.${digits.slice(-6)}`;
+}
