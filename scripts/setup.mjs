@@ -141,7 +141,7 @@ async function installPackages() {
   if (packagesAreCurrent()) return;
   // A published package has no lock file: there the versions of package.json must do.
   const what = existsSync(join(root, 'package-lock.json')) ? ['ci'] : ['install', '--include=dev', '--no-package-lock'];
-  const args = [...what, '--ignore-scripts', '--no-audit', '--no-fund'];
+  const args = [...what, '--ignore-scripts', '--no-audit', '--no-fund', '--no-update-notifier'];
   say(`setup: npm ${what.join(' ')}`);
   const npm = process.env.npm_execpath;
   if (npm?.endsWith('npm-cli.js') && existsSync(npm)) await run(process.execPath, [npm, ...args]);
