@@ -1,0 +1,1 @@
+// The location rows of the base pack and the caller's, merged under a key and indexed by first characters.

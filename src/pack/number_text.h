@@ -1,0 +1,16 @@
+// Numbers as rows carry them: as text, in the C locale, whatever locale the host has set.
+#pragma once
+
+#include <string>
+
+namespace corvenda {
+
+/// Converts the front of `text` with the C library's string-to-double conversion (leading white space, hexadecimal,
+/// "inf" and "nan" included). `*value` is what was converted, 0 if nothing was. True if the conversion reached the end
+/// of the text; a NUL inside the text stops it. The empty text is wholly converted, to 0.
+bool parseNumber(const std::string& text, double* value);
+
+/// The number as by "%f": six digits behind the point, ties to even, up to 309 digits in front of it.
+std::string formatNumber(double value);
+
+}  // namespace corvenda

@@ -1,0 +1,41 @@
+// Memory that is zero-filled before it is given back.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace corvenda {
+
+/// Zero-fills `size` bytes in a way that no optimiser removes.
+void secureWipe(void* data, std::size_t size);
+
+/// Wipes every block on release, so that a vector wipes its old storage when it grows, too: copies of decrypted bytes
+/// would otherwise stay behind in freed blocks.
+template <typename T>
+struct WipingAllocator {
+  using value_type = T;
+
+  WipingAllocator() = default;
+  template <typename U>
+  WipingAllocator(const WipingAllocator<U>&) {}  // NOLINT(google-explicit-constructor): allocators convert
+
+  T* allocate(std::size_t count) { return std::allocator<T>().allocate(count); }
+  void deallocate(T* block, std::size_t count) {
+    secureWipe(block, count * sizeof(T));
+    std::allocator<T>().deallocate(block, count);
+  }
+  template <typename U>
+  bool operator==(const WipingAllocator<U>&) const {
+    return true;
+  }
+};
+
+/// For file images, decrypted data and whatever is cut out of them.
+using SecureBytes = std::vector<std::uint8_t, WipingAllocator<std::uint8_t>>;
+
+using ByteSpan = std::span<const std::uint8_t>;
+
+}  // namespace corvenda

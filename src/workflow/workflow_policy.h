@@ -1,0 +1,27 @@
+// Whether words of asset handling in a title suppress the scene that a life word suggests. Pure: no pack, no cache.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace corvenda {
+
+struct WorkflowTitle {
+  std::string raw;
+  std::string normalizedEnglish;
+  std::string sceneKey;
+  std::string alias;
+  std::string detail;
+  std::string overrideType;  ///< not empty while the caller has an override in force
+};
+
+struct WorkflowDecision {
+  bool suppressed = false;
+  bool hasAssetWorkflowContext = false;
+  bool hasHardWorkflowContext = false;
+  std::string_view reason;  ///< one of fifteen constants
+};
+
+WorkflowDecision evaluateWorkflowPolicy(const WorkflowTitle& title);
+
+}  // namespace corvenda

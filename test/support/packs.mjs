@@ -1,0 +1,77 @@
+// Packs for tests, made by the packer's own functions. A bad pack is the good recipe with one step changed and sealed
+// again, so that the fault is met at its own layer.
+import { createHash } from 'node:crypto';
+import { mkdirSync, mkdtempSync, realpathSync, rmSync, writeFileSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+
+import { buildBinaryIndex, buildMetadata, buildPayload, sealPack } from '../../tools/index.mjs';
+
+/** A fresh directory below which the test's packs lie; removed when the test process ends. */
+export const root = realpathSync(mkdtempSync(join(tmpdir(), 'corvenda-test-')));
+process.on('exit', () => rmSync(root, { recursive: true, force: true }));
+
+export const sha256Hex = (bytes) => createHash('sha256').update(bytes).digest('hex');
+
+let serial = 0;
+
+/** Writes bytes under the root and gives the path. Without a name, each file gets one of its own. */
+export function writeFile(bytes, name = `pack-${++serial}.klrx`) {
+  const path = join(root, name);
+  mkdirSync(join(path, '..'), { recursive: true });
+  writeFileSync(path, bytes);
+  return path;
+}
+
+/** The index document of a pack with these sections: { scene: [[term, ...fields], …], human: … }. */
+export function indexDocument(sections = {}) {
+  return {
+    type: 8,
+    encoding: 2,
+    name: 'semantic-binary-index-v1',
+    data: buildBinaryIndex({
+      sections: Object.entries(sections).map(([type, rows]) => ({
+        type,
+        rows: rows.map(([term, ...fields]) => ({ term, fields })),
+      })),
+      sourceDocumentCount: 1,
+    }),
+  };
+}
+
+/** The metadata fields of a good base pack over `payload`. */
+export const metadataFields = (payload, changed = {}) => ({
+  schema: 'corvenda.semantic-rule-pack.v1',
+  version: 1,
+  kind: 'base',
+  keyId: 'test-v1',
+  ruleSetId: 'rules-1',
+  baseRuleSetId: 'rules-1',
+  payloadSha256: sha256Hex(payload),
+  ...changed,
+});
+
+/**
+ * The bytes of a pack: good, but for what the recipe changes. `documents` or the whole `payload`; `metadata` changes
+ * single fields, `metadataText` the whole text; `stored` is what gets sealed in place of the payload.
+ */
+export function packBytes({ sections, documents, payload, metadata, metadataText, stored, keyId } = {}) {
+  const bytes = payload ?? buildPayload(documents ?? [indexDocument(sections)]);
+  const fields = metadataFields(bytes, metadata);
+  return sealPack({
+    metadata: metadataText ?? buildMetadata(fields),
+    payload: stored ?? bytes,
+    keyId: keyId ?? (fields.keyId === 'release-v1' ? 'release-v1' : 'test-v1'),
+  });
+}
+
+/** `packBytes` written to a file of its own; gives the options that name it. */
+export function writePack(recipe = {}, name) {
+  return { packPath: writeFile(packBytes(recipe), name), allowedRoot: root };
+}
+
+/** A scene row as the index holds it: [term, 11 fields]. */
+export const sceneRow = (term, key, kind, { lang = 'zh', detail = '', priority = '1', weight = priority } = {}) => [
+  term, key, detail, kind === 'category' || kind === 'detail' ? weight : '0', kind, lang,
+  `${key} label`, `${key} archive`, `${key}-code`, `${key}-icon`, `${key} default`, priority,
+];
