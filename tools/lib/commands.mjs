@@ -296,7 +296,7 @@ async function inspect(args, io) {
     ['payload', `sha256 ${pack.payloadSha256}`],
     ['documents', pack.documentCount],
     ...Object.entries(pack.documentCounts).map(([name, count]) => [`  ${name}`, count]),
-    ['index', binaryIndex.version === 0 ? 'none' : `${binaryIndex.bytes} bytes from ${binaryIndex.sourceDocumentCount} sources`],
+    ['index', binaryIndex.version === 0 ? 'none' : `${binaryIndex.bytes} bytes, source documents: ${binaryIndex.sourceDocumentCount}`],
     ...Object.entries(binaryIndex.sectionCounts).map(([name, count]) => [`  ${name}`, `${count} rows`]),
   ];
   const width = Math.max(...lines.map(([name]) => name.length));
