@@ -200,7 +200,7 @@ async function build(tests) {
   let shownAt = 0;
   let lineIsOpen = false;
   const show = (line) => {
-    if (/^(?:ninja: no work to do|ninja: Entering|.*Built target|.*Consolidate compiler|$)/.test(line)) return;
+    if (/^(?:ninja: (?:no work|Entering)|.*(?:Re-checking globbed|Built target|Consolidate compiler)|$)/.test(line)) return;
     const progress = /^\[\s*\d+(?:%|\/\d+)\]/.test(line);
     if (progress && terminal) {
       process.stderr.write(`\r\x1b[2K${line.slice(0, (process.stderr.columns ?? 80) - 1)}`);
