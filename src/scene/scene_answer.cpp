@@ -27,6 +27,29 @@ std::string_view textOfRow(const IndexRecord& record, const TitleTexts& title) {
   return fieldOrEmpty(record, scene_field::kLang) == "en" ? title.compactEnglish : title.compactRaw;
 }
 
+HumanMatch matchHumanRow(const IndexRecord& human, const TitleTexts& title) {
+  HumanMatch match;
+  match.plain = isPlainToken(human.term);
+  match.rawHit = !match.plain && containsTerm(title.compactRaw, human.term).has_value();
+  match.englishHit = match.plain && matchesWordRun(title.english, human.term);
+  match.any = human.fields.size() >= human_field::kCount &&
+              (match.rawHit || match.englishHit || human.term == title.compactRaw ||
+               human.term == title.compactEnglish);
+  return match;
+}
+
+std::vector<std::uint32_t> possibleHumanRows(const RecordTable& table, const TitleTexts& title) {
+  const TermIndex& index = sectionTermIndex(table, Section::kHuman);
+  std::vector<std::uint32_t> numbers;
+  appendContainedRows(index, title.compactRaw, &numbers);
+  appendWordRunRows(index, title.english, &numbers);
+  appendEqualRows(index, title.compactEnglish, &numbers);
+  sortUnique(&numbers);
+  return numbers;
+}
+
+bool isOverrideRank(std::int32_t rank) { return rank >= kCompoundRank; }
+
 void addMadeUpRow(SceneCandidates* candidates, std::string_view section, std::string_view term, std::string_view key,
                   std::string_view detail, std::string_view kind, std::string_view lang, const IndexRecord& master) {
   IndexRecord& row = candidates->madeUp.emplace_back();
@@ -67,8 +90,7 @@ std::string_view chooseDetail(const SceneCandidates& candidates, const TitleText
   std::int32_t bestRank = -1;
   for (const auto& [record, order] : candidates.rows) {
     if (!isTagged(*record) || record->fields[scene_field::kKey] != sceneKey) continue;
-    const bool isOverride = order.rank > 200;  // "compound", "conflict" or "short"
-    if (!isOverride || order.rank <= bestRank || !equalsWholeText(*record, title)) continue;
+    if (!isOverrideRank(order.rank) || order.rank <= bestRank || !equalsWholeText(*record, title)) continue;
     bestRank = order.rank;
     detail = record->fields[scene_field::kDetail];
   }

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cache/record_table.h"
 #include "pack/pack_records.h"
 #include "scene/text_matching.h"
 
@@ -63,6 +64,22 @@ struct SceneAnswer {
   std::string_view sceneDetail;
   std::optional<IntentHit> hit;
 };
+
+/// How a human phrase stands in a title.
+struct HumanMatch {
+  bool plain = false;       ///< the phrase is a plain token, looked for as whole words of the English reading
+  bool rawHit = false;      ///< not plain, and in the compacted title
+  bool englishHit = false;  ///< plain, and a run of words of the English reading
+  bool any = false;         ///< a hit, or the phrase equals a compacted text; never for a row of fewer than two fields
+};
+
+HumanMatch matchHumanRow(const IndexRecord& human, const TitleTexts& title);
+
+/// The numbers of all human rows that `matchHumanRow` can match, ascending.
+std::vector<std::uint32_t> possibleHumanRows(const RecordTable& table, const TitleTexts& title);
+
+/// True for the ranks of "compound", "conflict" and "short".
+bool isOverrideRank(std::int32_t rank);
 
 /// Appends the row that a human phrase or an identity implies: the key, detail, kind and language given, no priority, and
 /// the scene's data from its master row.

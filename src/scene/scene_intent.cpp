@@ -18,34 +18,21 @@ void gatherSceneRows(const RecordTable& table, const TitleTexts& title, SceneCan
   }
 }
 
-/// Adds what a human phrase implies, if the title holds the phrase and the scene has a master row.
-void addHumanRow(const RecordTable& table, const IndexRecord& human, const TitleTexts& title,
-                 SceneCandidates* candidates) {
-  const bool plain = isPlainToken(human.term);
-  const bool rawHit = !plain && containsTerm(title.compactRaw, human.term).has_value();
-  const bool englishHit = plain && matchesWordRun(title.english, human.term);
-  if (human.fields.size() < human_field::kCount) return;
-  if (!rawHit && !englishHit && human.term != title.compactRaw && human.term != title.compactEnglish) return;
-  const auto& masters = sceneMasterRows(table);
-  const auto master = masters.find(human.fields[human_field::kSceneKey]);
-  if (master == masters.end()) return;
-  // The row speaks for the whole title, not for the phrase. A third field, whatever it says, is what allows "en".
-  const bool english = plain && human.fields.size() > human_field::kCount;
-  addMadeUpRow(candidates, human.section, rawHit ? title.compactRaw : title.compactEnglish,
-               human.fields[human_field::kSceneKey], human.fields[human_field::kDetail], "conflict",
-               english ? "en" : "zh", table.records[master->second]);
-}
-
-/// Every human row that can pass the tests of `addHumanRow`: its term occurs in the compacted title, is a run of words
-/// of the English reading, or equals the folded English reading.
+/// Adds what the human phrases of the title imply, where the scene has a master row.
 void gatherHumanRows(const RecordTable& table, const TitleTexts& title, SceneCandidates* candidates) {
-  const TermIndex& index = sectionTermIndex(table, Section::kHuman);
-  std::vector<std::uint32_t> numbers;
-  appendContainedRows(index, title.compactRaw, &numbers);
-  appendWordRunRows(index, title.english, &numbers);
-  appendEqualRows(index, title.compactEnglish, &numbers);
-  sortUnique(&numbers);
-  for (const std::uint32_t number : numbers) addHumanRow(table, table.records[number], title, candidates);
+  const auto& masters = sceneMasterRows(table);
+  for (const std::uint32_t number : possibleHumanRows(table, title)) {
+    const IndexRecord& human = table.records[number];
+    const HumanMatch match = matchHumanRow(human, title);
+    if (!match.any) continue;
+    const auto master = masters.find(human.fields[human_field::kSceneKey]);
+    if (master == masters.end()) continue;
+    // The row speaks for the whole title, not for the phrase. A third field, whatever it says, is what allows "en".
+    const bool english = match.plain && human.fields.size() > human_field::kCount;
+    addMadeUpRow(candidates, human.section, match.rawHit ? title.compactRaw : title.compactEnglish,
+                 human.fields[human_field::kSceneKey], human.fields[human_field::kDetail], "conflict",
+                 english ? "en" : "zh", table.records[master->second]);
+  }
 }
 
 /// An English alias counts only as whole words of the English reading as the caller wrote it: this keeps a short word

@@ -85,11 +85,11 @@ std::string recordIdentityKey(const IndexRecord& record) {
 
 std::int32_t sceneRowRank(const IndexRecord& record) {
   const std::string& kind = fieldOrEmpty(record, scene_field::kKind);
-  if (kind == "short") return 500;
-  if (kind == "conflict") return 400;
-  if (kind == "compound") return 300;
-  if (kind == "detail") return 200;
-  if (kind == "category") return 100;
+  if (kind == "short") return kShortRank;
+  if (kind == "conflict") return kConflictRank;
+  if (kind == "compound") return kCompoundRank;
+  if (kind == "detail") return kDetailRank;
+  if (kind == "category") return kCategoryRank;
   return 0;
 }
 

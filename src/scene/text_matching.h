@@ -40,7 +40,13 @@ bool matchesWordRun(std::string_view text, std::string_view term);
 /// `term`, then 0x1F and the field for each field: two rows with one key are one row for the scene resolvers.
 std::string recordIdentityKey(const IndexRecord& record);
 
-/// By kind: "short" 500, "conflict" 400, "compound" 300, "detail" 200, "category" 100; 0 for all else.
+constexpr std::int32_t kShortRank = 500;
+constexpr std::int32_t kConflictRank = 400;
+constexpr std::int32_t kCompoundRank = 300;
+constexpr std::int32_t kDetailRank = 200;
+constexpr std::int32_t kCategoryRank = 100;
+
+/// The rank of the row's kind; 0 for a kind that is none of the five.
 std::int32_t sceneRowRank(const IndexRecord& record);
 
 /// Orders candidates of one rank and length, and is reported as "score": early + (length + row priority), added in this
