@@ -246,13 +246,16 @@ function layOut(lexicons, reportUnknownScene) {
       }
     }
     const first = tails.get(key);
-    if (!first && native.length + (values.en?.length ?? 0) === 0) {
-      reading.warning(nodes.key, `the scene ${JSON.stringify(key)} has no alias of its own, so nothing can be derived from it`);
-    } else if (!first) {
-      tails.set(key, { tail, place: reading.place(nodes.key) });
+    if (!first) {
+      if (native.length + (values.en?.length ?? 0) > 0) tails.set(key, { tail, place: reading.place(nodes.key) });
     } else if (JSON.stringify(first.tail) !== JSON.stringify(tail)) {
       reading.warning(nodes.key, `the scene ${JSON.stringify(key)} has other labels or another priority than at ${first.place}`);
     }
+  });
+  // A scene may be spread over several categories and sources, so this is known only behind the last.
+  each('categories', ({ values: { key }, nodes, reading }) => {
+    if (tails.has(key)) return;
+    reading.warning(nodes.key, `the scene ${JSON.stringify(key)} has no alias of its own, so nothing can be derived from it`);
   });
 
   for (const [property, rowKind] of OVERRIDE_KINDS) {
