@@ -235,7 +235,9 @@ async function build(args, io) {
     return DONE;
   }
   io.out(`${out}: ${kind} ${ruleSetId}, ${pack.length} bytes\n`);
-  for (const [name, count] of Object.entries({ ...rows, ...shards })) io.out(`  ${name.padEnd(12)} ${count} rows\n`);
+  const counts = Object.entries({ ...rows, ...shards });
+  const width = Math.max(...counts.map(([name]) => name.length));
+  for (const [name, count] of counts) io.out(`  ${name.padEnd(width)}  ${count} rows\n`);
   return DONE;
 }
 
