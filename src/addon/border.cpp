@@ -15,11 +15,6 @@ napi_value undefinedValue(napi_env env) {
   return value;
 }
 
-bool isExceptionPending(napi_env env) {
-  bool pending = false;
-  return napi_is_exception_pending(env, &pending) != napi_ok || pending;
-}
-
 void throwIfNonePending(napi_env env, ErrorKind kind, std::string_view message) {
   // Looks needless, and is not: see the head of border.h.
   if (isExceptionPending(env)) return;
@@ -33,6 +28,17 @@ void throwIfNonePending(napi_env env, ErrorKind kind, std::string_view message) 
 }
 
 }  // namespace
+
+bool isExceptionPending(napi_env env) {
+  bool pending = false;
+  return napi_is_exception_pending(env, &pending) != napi_ok || pending;
+}
+
+bool dropException(napi_env env) {
+  if (!isExceptionPending(env)) return false;
+  napi_value dropped = nullptr;
+  return napi_get_and_clear_last_exception(env, &dropped) == napi_ok;
+}
 
 Napi::Value refuse(napi_env env, ErrorKind kind, std::string_view message) {
   throwIfNonePending(env, kind, message);
@@ -78,6 +84,12 @@ bool hasProperty(napi_env env, napi_value object, const char* name) {
   return settled(env, napi_has_named_property(env, object, name, &has)) && has;
 }
 
+std::uint32_t arrayLength(napi_env env, napi_value array) {
+  std::uint32_t length = 0;
+  settled(env, napi_get_array_length(env, array, &length));
+  return length;
+}
+
 std::string readString(napi_env env, napi_value value) {
   std::size_t length = 0;
   if (!settled(env, napi_get_value_string_utf8(env, value, nullptr, 0, &length))) return {};
@@ -114,6 +126,12 @@ napi_value makeObject(napi_env env) {
   return object;
 }
 
+napi_value makeArray(napi_env env) {
+  napi_value array = nullptr;
+  settled(env, napi_create_array(env, &array));
+  return array;
+}
+
 napi_value makeString(napi_env env, std::string_view text) {
   napi_value value = nullptr;
   settled(env, napi_create_string_utf8(env, text.data(), text.size(), &value));
@@ -124,6 +142,20 @@ napi_value makeNumber(napi_env env, double number) {
   napi_value value = nullptr;
   settled(env, napi_create_double(env, number, &value));
   return value;
+}
+
+napi_value makeArray(napi_env env) {
+  napi_value array = nullptr;
+  settled(env, napi_create_array(env, &array));
+  return array;
+}
+
+napi_value makeTextArray(napi_env env, const std::vector<std::string>& texts) {
+  return makeList(env, texts, makeString);
+}
+
+bool setElement(napi_env env, napi_value array, std::size_t index, napi_value value) {
+  return settled(env, napi_set_element(env, array, static_cast<std::uint32_t>(index), value));
 }
 
 bool setValue(napi_env env, napi_value object, const char* name, napi_value value) {
@@ -144,6 +176,10 @@ bool setNull(napi_env env, napi_value object, const char* name) {
   napi_value null = nullptr;
   settled(env, napi_get_null(env, &null));
   return setValue(env, object, name, null);
+}
+
+bool setElement(napi_env env, napi_value array, std::size_t position, napi_value value) {
+  return settled(env, napi_set_element(env, array, static_cast<std::uint32_t>(position), value));
 }
 
 }  // namespace corvenda

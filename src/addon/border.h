@@ -10,9 +10,11 @@
 //   many values leave at the first failure instead of running on.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <napi.h>
 
@@ -30,6 +32,13 @@ Napi::Value refuse(napi_env env, ErrorKind kind, std::string_view message);
 /// Makes sure that a failed call leaves an exception behind (the pending one, else the status's own words). True if the
 /// call succeeded.
 bool settled(napi_env env, napi_status status);
+
+/// True if an exception waits to be thrown: nothing more can be read or set, and the call has to end.
+bool isExceptionPending(napi_env env);
+
+/// After a failed call whose failure counts as absence: takes the exception and drops it. False if there is none, which
+/// means that the environment is ending and every further call fails too: loops stop.
+bool dropException(napi_env env);
 
 // --- Options --------------------------------------------------------------------------------------------------------
 
@@ -52,6 +61,10 @@ napi_value getProperty(napi_env env, napi_value object, const char* name);
 /// Whether the property exists on the object or its prototypes; false, with the exception pending, if a trap throws.
 bool hasProperty(napi_env env, napi_value object, const char* name);
 
+/// The length of a value that `isArray` has accepted. Elements may have getters, and getters may change it: loops ask
+/// again for each element.
+std::uint32_t arrayLength(napi_env env, napi_value array);
+
 /// The text of a string value, as UTF-8.
 std::string readString(napi_env env, napi_value value);
 
@@ -71,13 +84,32 @@ bool readNormalizedEnglish(napi_env env, napi_value options, std::string* out, S
 // exception and never the value. Each gives back whether it succeeded, for the loops that have to stop.
 
 napi_value makeObject(napi_env env);
+napi_value makeArray(napi_env env);
 napi_value makeString(napi_env env, std::string_view text);
 napi_value makeNumber(napi_env env, double number);
+
+napi_value makeArray(napi_env env);
+napi_value makeTextArray(napi_env env, const std::vector<std::string>& texts);
+
+bool setElement(napi_env env, napi_value array, std::size_t index, napi_value value);
+
+/// An array of what `make(env, item)` gives for each item, up to the first that fails. Each item has a handle scope of its
+/// own, so that a long list doesn't keep a handle for every value in it.
+template <typename Item, typename Make>
+napi_value makeList(napi_env env, const std::vector<Item>& items, Make make) {
+  const napi_value array = makeArray(env);
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    const Napi::HandleScope scope(env);
+    if (!setElement(env, array, i, make(env, items[i]))) break;
+  }
+  return array;
+}
 
 bool setValue(napi_env env, napi_value object, const char* name, napi_value value);
 bool setText(napi_env env, napi_value object, const char* name, std::string_view text);
 bool setBoolean(napi_env env, napi_value object, const char* name, bool value);
 bool setNull(napi_env env, napi_value object, const char* name);
+bool setElement(napi_env env, napi_value array, std::size_t position, napi_value value);
 
 /// All counters of the core become doubles here and nowhere else.
 template <typename Number>
