@@ -2,7 +2,7 @@
 // formats and their types give the same twelve functions, and what the binary shows to the process that loads it.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { dirname, join, resolve } from 'node:path';
 import { after, before, describe, test } from 'node:test';
@@ -79,6 +79,18 @@ describe('the installed package', () => {
       rmSync(join(installed, place));
     });
   }
+
+  test('the example of the README prints what it says', () => {
+    const [, code, , output] = /```js\n(.*?)```\n\n(```\n)(.*?)```/s.exec(readFileSync(join(root, 'README.md'), 'utf8'));
+    const lexicons = readdirSync(join(root, 'sample/lexicon')).map((name) => join(root, 'sample/lexicon', name));
+    mkdirSync(join(folder, 'build/demo'), { recursive: true });
+    mkdirSync(join(installed, 'prebuilds'), { recursive: true });
+    cpSync(binary, join(installed, `prebuilds/${target}.node`));
+    run(process.execPath, [join(installed, 'tools/klrx.mjs'), 'build', ...lexicons, '--out', join(folder, 'build/demo/sample.klrx')]);
+    const options = { cwd: folder, env: process.env };
+    assert.equal(run(process.execPath, ['--input-type=module', '-e', code], options), output);
+    rmSync(join(installed, 'prebuilds'), { recursive: true });
+  });
 
   test('says what was tried, why each failed, and what to run', () => {
     mkdirSync(join(installed, 'build/debug'), { recursive: true });
