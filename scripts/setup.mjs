@@ -114,7 +114,7 @@ async function requireMachine(tests) {
   say(`setup: installing ${packages.join(' ')}`);
   const env = { ...process.env, DEBIAN_FRONTEND: 'noninteractive' };
   await run('apt-get', ['-q', 'update'], { env });
-  await run('apt-get', ['-q', '-o', 'DPkg::Lock::Timeout=300', ...install], { env });
+  await run('apt-get', ['-q', '-o', 'DPkg::Lock::Timeout=300', '-o', 'Dpkg::Use-Pty=0', ...install], { env });
   has = await probe();
   lacking = missing(has);
   if (lacking.length > 0) {
