@@ -144,18 +144,8 @@ napi_value makeNumber(napi_env env, double number) {
   return value;
 }
 
-napi_value makeArray(napi_env env) {
-  napi_value array = nullptr;
-  settled(env, napi_create_array(env, &array));
-  return array;
-}
-
 napi_value makeTextArray(napi_env env, const std::vector<std::string>& texts) {
   return makeList(env, texts, makeString);
-}
-
-bool setElement(napi_env env, napi_value array, std::size_t index, napi_value value) {
-  return settled(env, napi_set_element(env, array, static_cast<std::uint32_t>(index), value));
 }
 
 bool setValue(napi_env env, napi_value object, const char* name, napi_value value) {

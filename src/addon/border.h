@@ -88,10 +88,17 @@ napi_value makeArray(napi_env env);
 napi_value makeString(napi_env env, std::string_view text);
 napi_value makeNumber(napi_env env, double number);
 
-napi_value makeArray(napi_env env);
-napi_value makeTextArray(napi_env env, const std::vector<std::string>& texts);
+bool setValue(napi_env env, napi_value object, const char* name, napi_value value);
+bool setText(napi_env env, napi_value object, const char* name, std::string_view text);
+bool setBoolean(napi_env env, napi_value object, const char* name, bool value);
+bool setNull(napi_env env, napi_value object, const char* name);
+bool setElement(napi_env env, napi_value array, std::size_t position, napi_value value);
 
-bool setElement(napi_env env, napi_value array, std::size_t index, napi_value value);
+/// All counters of the core become doubles here and nowhere else.
+template <typename Number>
+bool setNumber(napi_env env, napi_value object, const char* name, Number value) {
+  return setValue(env, object, name, makeNumber(env, static_cast<double>(value)));
+}
 
 /// An array of what `make(env, item)` gives for each item, up to the first that fails. Each item has a handle scope of its
 /// own, so that a long list doesn't keep a handle for every value in it.
@@ -105,16 +112,6 @@ napi_value makeList(napi_env env, const std::vector<Item>& items, Make make) {
   return array;
 }
 
-bool setValue(napi_env env, napi_value object, const char* name, napi_value value);
-bool setText(napi_env env, napi_value object, const char* name, std::string_view text);
-bool setBoolean(napi_env env, napi_value object, const char* name, bool value);
-bool setNull(napi_env env, napi_value object, const char* name);
-bool setElement(napi_env env, napi_value array, std::size_t position, napi_value value);
-
-/// All counters of the core become doubles here and nowhere else.
-template <typename Number>
-bool setNumber(napi_env env, napi_value object, const char* name, Number value) {
-  return setValue(env, object, name, makeNumber(env, static_cast<double>(value)));
-}
+napi_value makeTextArray(napi_env env, const std::vector<std::string>& texts);
 
 }  // namespace corvenda

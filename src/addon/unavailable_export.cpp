@@ -6,6 +6,7 @@ namespace corvenda {
 namespace {
 
 Napi::Value notThereYet(const Napi::CallbackInfo& info, std::string_view name) {
+  if (!requireOneOptionsObject(info, std::string(name) + " requires one options object")) return info.Env().Null();
   return refuse(info.Env(), ErrorKind::kError, std::string(name) + " is not there yet");
 }
 
@@ -15,11 +16,6 @@ Napi::Value notThereYet(const Napi::CallbackInfo& info, std::string_view name) {
   Napi::Value exports::name(const Napi::CallbackInfo& info) {       \
     return notThereYet(info, #name);                                \
   }
-CORVENDA_NOT_THERE_YET(inspectSemanticDelta)
-CORVENDA_NOT_THERE_YET(verifySemanticDeltaManifest)
-CORVENDA_NOT_THERE_YET(lookupBinaryIndex)
-CORVENDA_NOT_THERE_YET(lookupBinaryIndexOverlay)
-CORVENDA_NOT_THERE_YET(extractSemanticFacets)
 CORVENDA_NOT_THERE_YET(resolveSceneIntentBatch)
 CORVENDA_NOT_THERE_YET(resolveCelebrityBadgeBatch)
 CORVENDA_NOT_THERE_YET(warmSemanticRulePack)

@@ -44,6 +44,15 @@ bool readJsonUintField(std::string_view text, std::string_view key, std::uint32_
   return true;
 }
 
+bool readJsonArrayField(std::string_view text, std::string_view key, std::string* out) {
+  const std::size_t begin = findBehindKey(text, key, "");
+  if (begin == std::string_view::npos || !text.substr(begin).starts_with('[')) return false;
+  const std::size_t end = text.find(']', begin);
+  if (end == std::string_view::npos) return false;
+  *out = text.substr(begin, end + 1 - begin);
+  return true;
+}
+
 bool hasOnlySafeIdBytes(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char byte) {
     return isDigit(byte) || (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || byte == '-' ||

@@ -18,6 +18,10 @@ bool readJsonStringField(std::string_view text, std::string_view key, std::strin
 /// with `out` unchanged, if no digit follows directly or the value is above 4294967295.
 bool readJsonUintField(std::string_view text, std::string_view key, std::uint32_t* out);
 
+/// Finds the first `"key":` and, if "[" follows directly, takes the raw text from there to the first "]", both included: a
+/// nested array is cut at its first closing bracket. False, with `out` unchanged, otherwise.
+bool readJsonArrayField(std::string_view text, std::string_view key, std::string* out);
+
 /// True for 1 to `maxLength` bytes that are ASCII letters, digits, "-", "." or "_".
 bool isSafeId(std::string_view text, std::size_t maxLength);
 
