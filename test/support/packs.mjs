@@ -1,7 +1,7 @@
 // Packs for tests, made by the packer's own functions. A bad pack is the good recipe with one step changed and sealed
 // again, so that the fault is met at its own layer.
 import { createHash } from 'node:crypto';
-import { mkdirSync, mkdtempSync, realpathSync, rmSync, writeFileSync } from 'node:fs';
+import { mkdirSync, mkdtempSync, realpathSync, rmSync, utimesSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 
@@ -21,6 +21,15 @@ export function writeFile(bytes, name = `pack-${++serial}.klrx`) {
   mkdirSync(join(path, '..'), { recursive: true });
   writeFileSync(path, bytes);
   return path;
+}
+
+/**
+ * Overwrites a file and gives it a last-write time of whole seconds, so that a second file of the same length and `time`
+ * looks the same to a status query.
+ */
+export function writeAt(path, bytes, time = 1_000_000_000) {
+  writeFileSync(path, bytes);
+  utimesSync(path, time, time);
 }
 
 /** The index document of a pack with these sections: { scene: [[term, ...fields], …], human: … }. */
