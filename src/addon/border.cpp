@@ -73,6 +73,11 @@ bool isArray(napi_env env, napi_value value) {
 
 bool isString(napi_env env, napi_value value) { return typeOf(env, value) == napi_string; }
 
+bool isUndefinedOrNull(napi_env env, napi_value value) {
+  const napi_valuetype type = typeOf(env, value);
+  return type == napi_undefined || type == napi_null;
+}
+
 napi_value getProperty(napi_env env, napi_value object, const char* name) {
   napi_value value = nullptr;
   if (!settled(env, napi_get_named_property(env, object, name, &value))) return undefinedValue(env);

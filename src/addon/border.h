@@ -54,6 +54,7 @@ bool isPlainObject(napi_env env, napi_value value);
 
 bool isArray(napi_env env, napi_value value);
 bool isString(napi_env env, napi_value value);
+bool isUndefinedOrNull(napi_env env, napi_value value);
 
 /// The value of a property; undefined, with the exception pending, if its getter throws.
 napi_value getProperty(napi_env env, napi_value object, const char* name);
