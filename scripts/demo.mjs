@@ -153,7 +153,12 @@ function report(results, all) {
   const count = (test) => rows.filter(test).length;
 
   const { pack: about, patch: patched } = results;
-  const facets = results.facets.flatMap(({ groups }, i) => groups.map((group) => ({ title: results.titles[i].raw, ...group })));
+  const facets = new Map();
+  for (const { dimension, facetKey } of results.facets.flatMap(({ groups }) => groups)) {
+    const name = `${dimension}/${facetKey}`;
+    facets.set(name, (facets.get(name) ?? 0) + 1);
+  }
+  const commonFacets = [...facets].sort(([, a], [, b]) => b - a).slice(0, 6).map(([name, number]) => `${number} ${name}`);
   const terms = Object.entries(about.binaryIndex.sectionCounts).map(([name, terms]) => `${terms} ${name}`).join(', ');
   process.stdout.write(`
 ${renderTable(shown)}
@@ -163,7 +168,7 @@ ${rows.length} titles in ${results.milliseconds.toFixed(1)} ms: ${count(({ scene
   count(({ policy }) => policy.suppressed)} suppressed by workflow words.
 ${shown.length < speaking.length ? `Shown are ${shown.length} of the ${speaking.length} that speak of something, picked evenly; --all shows the rest.\n` : ''}
 pack    ${about.ruleSetId}, ${about.packBytes} bytes, ${about.documentCount} documents; terms: ${terms}
-facets  ${facets.slice(0, 4).map(({ title, dimension, facetKey }) => `${printable(title)}: ${dimension}/${facetKey}`).join('\n        ') || 'none'}
+facets  ${commonFacets.join(', ') || 'none'}
 patch   ${patched.manifest.baseRuleSetId} to ${patched.manifest.ruleSetId}, signature ${patched.manifest.signatureVerified ? 'verified' : 'not verified'}; 滑板火锅 through it: ${
   patched.lookup.matches.map(({ term, source, fields }) => `${term} (${fields[0]}, ${source})`).join(', ')}
 `);
