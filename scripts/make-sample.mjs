@@ -219,52 +219,52 @@ function tableOf({ code, kind }, lang) {
   return 'world';
 }
 
-function makePlaces(dataFolder, { exclude }, everydayWords) {
+function makePlaces(dataFolder, { shortNames, exclude }, everydayWords) {
   const excluded = { zh: new Set(exclude.zh), en: new Set(exclude.en.map(fold)) };
-  const tables = { base: [], cn: [], us: [], eu: [], asia: [], world: [] };
-  const seen = new Set();
+  const wellKnown = new Set(shortNames);
+  const isUsable = {
+    zh({ alias, label, kind, weight }) {
+      const length = characters(alias);
+      if (!/^[\u4e00-\u9fff·]+$/.test(alias) || length < 2 || excluded.zh.has(alias)) return false;
+      // A native row is looked up by the first character of its label.
+      if (!label.startsWith([...alias][0])) return false;
+      switch (kind) {
+        // The short names of counties and towns are too often words of everyday life (和平, 解放, 公安).
+        case 'county': return length >= 3 || wellKnown.has(alias);
+        case 'town': return length >= 3 && /[镇乡]$/.test(alias) && !everydayWords.zh.has(alias.slice(0, -1));
+        case 'city': return weight >= (length < 3 ? 0.7 : 0.5);
+        default: return true;
+      }
+    },
+    en({ alias, kind, weight }, table) {
+      // An English row is looked up by single words of the reading: a name with a blank could never be found here.
+      if (!/^[A-Z][A-Za-z'-]{3,}$/.test(alias) || excluded.en.has(fold(alias)) || everydayWords.en.has(fold(alias))) return false;
+      if (kind === 'country' || kind === 'capital') return true;
+      return weight >= { cn: 0.6, us: 0.5, eu: 0.5, asia: 0.6, world: 0.7 }[table];
+    },
+  };
+  const tables = { base: new Map(), cn: new Map(), us: new Map(), eu: new Map(), asia: new Map(), world: new Map() };
   for (const row of readTable(join(dataFolder, 'places.tsv'))) {
     const lang = row.englishFlag === '1' ? 'en' : 'zh';
-    const weight = Number(row.weight);
-    const alias = row.alias.trim();
     const table = tableOf(row, lang);
-    if (lang === 'zh') {
-      if (!/^[\u4e00-\u9fff·]+$/.test(alias) || excluded.zh.has(alias)) continue;
-      // A native row is looked up by the first character of its label.
-      if (!row.label.startsWith([...alias][0])) continue;
-      if (characters(alias) < 2) continue;
-      if (row.kind === 'town' && (characters(alias) < 3 || !/[镇乡]$/.test(alias))) continue;
-      if (row.kind === 'town' && everydayWords.zh.has(alias.slice(0, -1))) continue;
-      if (row.kind === 'county' && characters(alias) < 3 && everydayWords.zh.has(alias)) continue;
-      if (row.kind === 'city' && (characters(alias) < 3 ? weight < 0.7 : weight < 0.36)) continue;
-      if (row.kind === 'town' && !keepTown(row)) continue;
-    } else {
-      // An English row is looked up by single words of the reading: a name with a blank could never be found here.
-      if (!/^[A-Z][A-Za-z'-]{3,}$/.test(alias) || excluded.en.has(fold(alias))) continue;
-      if (everydayWords.en.has(fold(alias))) continue;
-      const least = { cn: 0.6, us: 0.5, eu: 0.5, asia: 0.6, world: 0.7 }[table] ?? 0;
-      if (row.kind !== 'country' && row.kind !== 'capital' && weight < least) continue;
-    }
-    const id = `${table}\t${fold(alias)}\t${row.code}`;
-    if (seen.has(id)) continue;
-    seen.add(id);
-    tables[table].push({ alias, code: row.code, lang, weight: row.weight, label: row.label, countryLabel: row.countryLabel });
+    const weight = Number(row.weight);
+    if (!isUsable[lang]({ ...row, weight }, table)) continue;
+    // The code of the country: a title that names a town and its country names one place, and twenty towns of one name
+    // in as many provinces are no twenty candidates.
+    const code = row.code.slice(0, 2);
+    const id = `${fold(row.alias)}\t${code}`;
+    const known = tables[table].get(id);
+    if (known && Number(known.weight) >= weight) continue;
+    tables[table].set(id, { alias: row.alias, code, lang, weight: row.weight, label: row.label, countryLabel: row.countryLabel });
   }
   mkdirSync(join(sample, 'places'), { recursive: true });
   const counts = {};
-  for (const [name, rows] of Object.entries(tables)) {
-    rows.sort((a, b) => byBytes(a.code, b.code) || byBytes(a.alias, b.alias));
+  for (const [name, found] of Object.entries(tables)) {
+    const rows = [...found.values()].sort((a, b) => byBytes(a.code, b.code) || byBytes(a.alias, b.alias));
     writeTable(join(sample, 'places', `location-${name}.tsv`), ['alias', 'code', 'lang', 'weight', 'label', 'countryLabel'], rows);
     counts[name] = rows.length;
   }
   return counts;
-}
-
-/** Half of the small towns, chosen by their name and code, are enough for a sample. */
-function keepTown({ alias, code }) {
-  let hash = 0;
-  for (const byte of Buffer.from(alias + code)) hash = (hash * 31 + byte) >>> 0;
-  return hash % 2 === 0;
 }
 
 /** Words of the open vocabulary and of titles, which no small town may claim. */
@@ -285,36 +285,46 @@ function everydayWordsOf(dataFolder) {
 
 // ---- Titles
 
-const TITLE_LIMIT = 320;
+/** A test whether a title holds an alias of the scene files, so that the choice can favour titles with something to show. */
+function aliasTest() {
+  const { taken } = readHandWritten();
+  const native = [...taken].filter((term) => /[^\0-\x7f]/.test(term));
+  return ({ raw, en }) => {
+    const words = en.split(' ').filter(Boolean);
+    const runs = words.flatMap((_, i) => [1, 2, 3].map((length) => words.slice(i, i + length).join('')));
+    return runs.some((run) => taken.has(run)) || native.some((term) => raw.includes(term));
+  };
+}
 
-function makeTitles(dataFolder, { exclude }) {
+function makeTitles(dataFolder, { counts, exclude }) {
   const excluded = new Set(exclude);
-  const wanted = { 'recipe-title': 60, 'poem-title': 40, 'picture-title': 60, other: 160 };
-  const rows = readTable(join(dataFolder, 'titles.tsv'));
-  const column = 'zh/raw' in (rows[0] ?? {}) ? 'zh/raw' : 'raw';
-  const pools = { 'recipe-title': [], 'poem-title': [], 'picture-title': [], other: [], zhVideo: [] };
+  const holdsAlias = aliasTest();
+  const pools = { 'recipe-title': [], 'poem-title': [], 'picture-title': [], video: [], chineseVideo: [] };
   const seen = new Set();
-  for (const row of rows) {
-    const raw = row[column].trim();
-    if (excluded.has(raw) || seen.has(raw) || characters(raw) < 4 || characters(raw) > 60) continue;
-    if (/https?:|uploads from|test|[<>{}\\]|NSFW|sex|porn|nude|\bkill/i.test(raw)) continue;
-    if (row.lang !== 'zh' && row.lang !== 'en') continue;
-    if (row.kind === 'video-description') continue;
+  for (const row of readTable(join(dataFolder, 'titles.tsv'))) {
+    const raw = row['zh/raw'].trim();
+    const length = characters(raw);
+    if (excluded.has(raw) || seen.has(raw) || length < 4 || length > 60) continue;
+    if (row.kind === 'video-description' || (row.lang !== 'zh' && row.lang !== 'en')) continue;
+    if (/https?:|uploads from|[<>{}\\_*]|\b(sex|porn|nude|nsfw|kill\w*|murder\w*|bomb\w*|assault)\b/i.test(raw)) continue;
+    if (/^(Episode \d+|\d+\. episode)$|\bdlp\b|youtube-dl/i.test(raw)) continue; // of no interest
     seen.add(raw);
-    const reading = row.en === '' ? '' : row.en.toLowerCase().replace(/[^a-z0-9' ]+/g, ' ').replace(/ +/g, ' ').trim();
-    const item = { raw, en: reading };
-    if (row.lang === 'zh' && row.kind.startsWith('video')) pools.zhVideo.push(item);
-    else (pools[row.kind] ?? pools.other).push(item);
+    // The reading that a caller would pass: lower case, words parted by single blanks.
+    const en = row.en.toLowerCase().replace(/[^a-z0-9' ]+/g, ' ').replace(/ +/g, ' ').trim();
+    const pool = row.kind in pools ? row.kind : row.lang === 'zh' ? 'chineseVideo' : 'video';
+    pools[pool].push({ raw, en });
   }
-  // Evenly spread over each kind.
-  const spread = (list, count) => list.filter((_, i) => Math.floor((i * count) / list.length) !== Math.floor(((i - 1) * count) / list.length));
-  const titles = [
-    ...pools.zhVideo,
-    ...spread(pools['recipe-title'], wanted['recipe-title']),
-    ...spread(pools['poem-title'], wanted['poem-title']),
-    ...spread(pools.other, wanted.other),
-    ...spread(pools['picture-title'], wanted['picture-title']),
-  ].slice(0, TITLE_LIMIT + pools.zhVideo.length);
+  // Evenly spread over each kind; two of three hold an alias where there are enough of them.
+  const spread = (list, count) =>
+    list.filter((_, i) => Math.floor(((i + 1) * count) / list.length) > Math.floor((i * count) / list.length));
+  const titles = Object.entries(pools).flatMap(([kind, list]) => {
+    const speaking = list.filter(holdsAlias);
+    const rest = list.filter((title) => !speaking.includes(title));
+    const wanted = Math.min(counts[kind], list.length);
+    const first = Math.min(speaking.length, Math.ceil((wanted * 2) / 3));
+    const chosen = new Set([...spread(speaking, first), ...spread(rest, Math.min(rest.length, wanted - first))]);
+    return list.filter((title) => chosen.has(title));
+  });
   writeTable(join(sample, 'titles.tsv'), ['raw', 'en'], titles);
   return titles.length;
 }
