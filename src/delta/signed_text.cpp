@@ -23,26 +23,15 @@ std::optional<std::uint32_t> sextet(char digit) {
 }  // namespace
 
 std::string quoteJsonString(std::string_view text) {
+  constexpr std::string_view kEscaped = "\\\"\n\r\t";
+  constexpr std::string_view kLetters = "\\\"nrt";
   std::string quoted = "\"";
   for (const char byte : text) {
-    switch (byte) {
-      case '\\':
-        quoted += "\\\\";
-        break;
-      case '"':
-        quoted += "\\\"";
-        break;
-      case '\n':
-        quoted += "\\n";
-        break;
-      case '\r':
-        quoted += "\\r";
-        break;
-      case '\t':
-        quoted += "\\t";
-        break;
-      default:
-        quoted += byte;
+    const std::size_t escape = kEscaped.find(byte);
+    if (escape == std::string_view::npos) {
+      quoted += byte;
+    } else {
+      quoted.append("\\").append(1, kLetters[escape]);
     }
   }
   quoted += '"';

@@ -23,12 +23,9 @@ constexpr GenericTerm kGenericEnglishTerms[] = {
     {"food", 10}, {"walk", 8},    {"chat", 8},   {"talk", 8},   {"meal", 8},  {"shopping", 8},
 };
 
-/// No Chinese word is penalised. What stands here is two question marks: a title that was damaged on its way. The two
-/// literals keep it from reading as the beginning of a trigraph.
-constexpr GenericTerm kGenericOtherTerms[] = {
-    {"?"
-     "?",
-     26}};
+/// No Chinese word is penalised. What stands here is two question marks: a title that was damaged on its way. They are
+/// escaped so as not to read as the beginning of a trigraph.
+constexpr GenericTerm kGenericOtherTerms[] = {{"\?\?", 26}};
 
 /// Without the field, a row counts as Chinese.
 std::string_view languageOf(const IndexRecord& record) {
