@@ -7,6 +7,7 @@ import { tmpdir } from 'node:os';
 import { dirname, join, resolve } from 'node:path';
 import { after, before, describe, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
+import * as tools from '../tools/index.mjs';
 import { addon } from './support/addon.mjs';
 
 const root = dirname(dirname(fileURLToPath(import.meta.url)));
@@ -20,6 +21,10 @@ const { LD_PRELOAD, ...plainEnvironment } = process.env;
 const run = (program, args, options = {}) =>
   execFileSync(program, args, { cwd: root, encoding: 'utf8', env: plainEnvironment, maxBuffer: 1 << 26, stdio: ['ignore', 'pipe', 'pipe'], ...options });
 
+/** The functions and constants that a declaration file names, in its order. */
+const declared = (path) =>
+  Array.from(readFileSync(join(root, path), 'utf8').matchAll(/^export (?:function|const) (\w+)/gm), ([, name]) => name);
+
 const functions = [
   'getSemanticInfo', 'inspectRulePack', 'inspectSemanticDelta', 'verifySemanticDeltaManifest', 'lookupBinaryIndex',
   'lookupBinaryIndexOverlay', 'evaluateWorkflowPolicy', 'extractSemanticFacets', 'resolveSceneIntent',
@@ -29,8 +34,11 @@ const functions = [
 test('the native module and the entry give the twelve functions in order', () => {
   assert.deepEqual(Object.keys(addon), functions);
   assert.ok(functions.every((name) => typeof addon[name] === 'function'));
-  const declared = readFileSync(join(root, 'lib/index.d.cts'), 'utf8').matchAll(/^export function (\w+)/gm);
-  assert.deepEqual(Array.from(declared, ([, name]) => name), functions);
+  assert.deepEqual(declared('lib/index.d.cts'), functions);
+});
+
+test('the types of the tools name what is there', () => {
+  assert.deepEqual(declared('lib/tools.d.mts').sort(), Object.keys(tools).sort());
 });
 
 test('the types hold for callers of both formats', () => {

@@ -4,6 +4,7 @@ import {
   evaluateWorkflowPolicy, lookupBinaryIndex, resolveCelebrityBadgeBatch, resolveSceneIntentBatch, warmSemanticRulePack,
   type PackOptions, type SceneOverlay, type WorkflowSuppressReason,
 } from 'corvenda-semantic';
+import { buildBinaryIndex, buildPack, INDEX_DOCUMENT_NAME } from 'corvenda-semantic/tools';
 
 const pack: PackOptions = { packPath: 'a.klrx', allowedRoot: '.' };
 export const same: typeof names.getSemanticInfo = semantic.getSemanticInfo;
@@ -37,3 +38,8 @@ warmSemanticRulePack({ ...pack, overlayPackPath: 'b.klrx' });
 lookupBinaryIndex({ ...pack, section: 'people', term: 'x' });
 // @ts-expect-error: two modes
 lookupBinaryIndex({ ...pack, section: 'scene', term: 'x', mode: 'Exact' });
+
+const data = buildBinaryIndex({ sections: [{ type: 'scene', rows: [{ term: 'a', fields: ['b'] }] }] });
+buildPack({ ruleSetId: 'one', documents: [{ type: 'semantic-index', name: INDEX_DOCUMENT_NAME, data }] }) satisfies Uint8Array;
+// @ts-expect-error: two keys
+buildPack({ ruleSetId: 'one', keyId: 'other-v1' });
