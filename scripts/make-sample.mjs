@@ -103,6 +103,11 @@ function pickTerms(terms, take, kin) {
   }
 }
 
+/** The lists of both languages in a stable order, without those that are empty. */
+function sorted(lists) {
+  return Object.fromEntries(Object.entries(lists).filter(([, list]) => list.length > 0).map(([lang, list]) => [lang, list.sort(byBytes)]));
+}
+
 function makeVocabulary(dataFolder, { rules, kin, exclude }) {
   const { scenes, taken } = readHandWritten();
   const compiled = rules.map((rule) => ({
@@ -146,12 +151,10 @@ function makeVocabulary(dataFolder, { rules, kin, exclude }) {
     const own = lists.get('') ?? { zh: [], en: [] };
     return {
       key, label, archiveLabel, archiveCode, icon, defaultDetail, priority,
-      zh: own.zh.sort(byBytes),
-      en: own.en.sort(byBytes),
+      ...sorted(own),
       details: details.filter((detail) => lists.has(detail.label)).map((detail) => ({
         label: detail.label,
-        zh: lists.get(detail.label).zh.sort(byBytes),
-        en: lists.get(detail.label).en.sort(byBytes),
+        ...sorted(lists.get(detail.label)),
       })),
     };
   });
