@@ -5,6 +5,8 @@
 #include "pack/byte_reader.h"
 #include "pack/crypto.h"
 #include "pack/key_table.h"
+#include "pack/location_shard.h"
+#include "pack/lz4_block.h"
 #include "pack/metadata_scanner.h"
 #include "pack/pack_file.h"
 #include "pack/payload.h"
@@ -105,7 +107,13 @@ bool locatePack(const std::string& packPath, const std::string& allowedRoot, fs:
 
 bool readPayloadRows(ByteSpan payload, LoadedPack* loaded, SemanticError* error) {
   std::vector<RulePackDocument> shardDocuments;
-  return parseRulePackPayload(payload, &loaded->pack, error, &shardDocuments, &loaded->table.records);
+  std::vector<IndexRecord>* const records = &loaded->table.records;
+  if (!parseRulePackPayload(payload, &loaded->pack, error, &shardDocuments, records)) return false;
+  for (RulePackDocument& document : shardDocuments) {
+    if (!appendLocationShard(document, records, error)) return false;
+    SecureBytes().swap(document.data);
+  }
+  return true;
 }
 
 bool openRulePack(ByteSpan file, LoadedPack* loaded, SemanticError* error) {
@@ -115,6 +123,11 @@ bool openRulePack(ByteSpan file, LoadedPack* loaded, SemanticError* error) {
   if (!splitPackFile(file, &sealed, error) || !readMetadata(sealed.metadata, &metadata, error) ||
       !decryptPayload(sealed, metadata, &payload, error)) {
     return false;
+  }
+  if (!metadata.compression.empty()) {
+    SecureBytes decoded;
+    if (!decodeLz4Block(payload, &decoded, error)) return false;
+    payload = std::move(decoded);
   }
   const std::string digest = sha256Hex(payload, error);
   if (digest.empty()) return false;
