@@ -14,10 +14,12 @@ import { fitText } from './text_width.mjs';
 const demoFolder = join(root, 'build', 'demo');
 const pack = { packPath: join(demoFolder, 'sample.klrx'), allowedRoot: demoFolder };
 const patch = { packPath: join(demoFolder, 'patch.klrx'), allowedRoot: demoFolder, baseRuleSetId: 'sample-1', ruleSetId: 'sample-2' };
-const shownTitles = 48;
+// Titles in the manner of a private library, all of which are shown, and real ones from open data, some of which are.
+const titleFiles = ['sample/home-titles.tsv', 'sample/titles.tsv'];
+const shownOpenTitles = 24;
 
 const usage = `usage: node scripts/demo.mjs [--all] [--json]
-  --all   every title that speaks of something, not only about ${shownTitles} of them
+  --all   every title that speaks of something, not only about ${shownOpenTitles} of those from open data
   --json  the raw results on standard output, nothing else
 `;
 
@@ -54,8 +56,8 @@ function sealPacks() {
 
 // --- Asking -------------------------------------------------------------------------------------------------------
 
-function readTitles() {
-  const [, ...lines] = readFileSync(join(root, 'sample/titles.tsv'), 'utf8').trimEnd().split('\n');
+function readTitles(file) {
+  const [, ...lines] = readFileSync(join(root, file), 'utf8').trimEnd().split('\n');
   return lines.map((line) => {
     const [raw, normalizedEnglish = ''] = line.split('\t');
     return { raw, normalizedEnglish };
@@ -143,12 +145,14 @@ export function renderTable(rows) {
   return [heading, rule, ...rows.map((row) => columns.map(([, , text]) => printable(text(row))))].map(line).join('\n');
 }
 
-function report(results, all) {
+function report(results, homeCount, all) {
   const rows = results.titles.map((title, i) => ({
     title, scene: results.scenes.results[i], badge: results.celebrities.results[i], policy: results.workflow[i],
   }));
-  const speaking = rows.filter(({ scene, badge }) => scene.intentHit || scene.locationMeta || badge.primaryCelebrity);
-  const step = all ? 1 : Math.max(1, speaking.length / shownTitles);
+  const home = rows.slice(0, homeCount);
+  const speaking = rows.slice(homeCount)
+    .filter(({ scene, badge }) => scene.intentHit || scene.locationMeta || badge.primaryCelebrity);
+  const step = all ? 1 : Math.max(1, speaking.length / shownOpenTitles);
   const shown = speaking.filter((_, i) => Math.floor(i / step) !== Math.floor((i - 1) / step));
   const count = (test) => rows.filter(test).length;
 
@@ -161,12 +165,16 @@ function report(results, all) {
   const commonFacets = [...facets].sort(([, a], [, b]) => b - a).slice(0, 6).map(([name, number]) => `${number} ${name}`);
   const terms = Object.entries(about.binaryIndex.sectionCounts).map(([name, terms]) => `${terms} ${name}`).join(', ');
   process.stdout.write(`
+${renderTable(home)}
+
+${shown.length} of the ${rows.length - home.length} titles from open data${all ? '' : ', picked evenly from those that speak of something; --all shows them all'}:
+
 ${renderTable(shown)}
 
 ${rows.length} titles in ${results.milliseconds.toFixed(1)} ms: ${count(({ scene }) => scene.intentHit)} with a scene, ${
   count(({ scene }) => scene.locationMeta)} with a place, ${count(({ badge }) => badge.primaryCelebrity)} with a person, ${
   count(({ policy }) => policy.suppressed)} suppressed by workflow words.
-${shown.length < speaking.length ? `Shown are ${shown.length} of the ${speaking.length} that speak of something, picked evenly; --all shows the rest.\n` : ''}
+
 pack    ${about.ruleSetId}, ${about.packBytes} bytes, ${about.documentCount} documents; terms: ${terms}
 facets  ${commonFacets.join(', ') || 'none'}
 patch   ${patched.manifest.baseRuleSetId} to ${patched.manifest.ruleSetId}, signature ${patched.manifest.signatureVerified ? 'verified' : 'not verified'}; 滑板火锅 through it: ${
@@ -190,9 +198,10 @@ async function main(args) {
   await setup();
   sealPacks();
   const addon = createRequire(import.meta.url)('../lib/index.cjs');
-  const results = await resolveAll(complete(addon), readTitles());
+  const [home, open] = titleFiles.map(readTitles);
+  const results = await resolveAll(complete(addon), [...home, ...open]);
   if (values.json) process.stdout.write(`${JSON.stringify(results, null, 2)}\n`);
-  else report(results, values.all);
+  else report(results, home.length, values.all);
 }
 
 if (process.argv[1] === new URL(import.meta.url).pathname) await command(main);
