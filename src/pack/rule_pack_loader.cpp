@@ -150,7 +150,7 @@ bool RulePackLoader(const std::string& packPath, const std::string& allowedRoot,
     if (!readPackFile(path, &file, error)) return false;
     const auto opened = std::make_shared<LoadedPack>();
     if (!openRulePack(file, opened.get(), error)) return false;
-    replaced = std::exchange(slot, {true, path, stamp.size, stamp.lastWriteTime, opened});
+    replaced = std::exchange(slot, {true, path, stamp.size, stamp.lastWriteTime, opened, nullptr});
   }
   *loaded = slot.loaded;
   return true;

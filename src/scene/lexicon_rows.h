@@ -41,10 +41,11 @@ namespace location_field {
 enum : std::size_t { kCode, kSource, kWeight, kLabel, kLang, kCountryLabel, kCount };
 }
 
-/// Sections "celebrity" and "celebrity-overlay". kTags is optional: tags joined by the byte 0x1E.
+/// Sections "celebrity" and "celebrity-overlay". kTags is optional: tags joined by kTagSeparator.
 namespace celebrity_field {
 enum : std::size_t { kId, kName, kKind, kRegion, kPriority, kPhotoKey, kCount, kTags = kCount };
 }
+constexpr char kTagSeparator = '\x1E';
 
 /// True for a master row: the row of kind "category" with all fields, where the scene's own data is taken from.
 inline bool isMasterRow(const IndexRecord& record) {
