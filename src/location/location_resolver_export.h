@@ -1,3 +1,4 @@
+// The place of a title, as properties of its result.
 #pragma once
 
 #include <napi.h>
