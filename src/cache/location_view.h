@@ -1,10 +1,8 @@
-// The location rows of the base pack and of the caller, merged and indexed. Only `baseSlot` ever holds a view.
+// The location rows that a batch searches: those of the base pack, then those of the caller's overlay.
 //
-// The plain way is an index from first characters to rows: all rows behind the title's characters and words are its
-// candidates, and each is a hit if its term stands in the title too. Thousands of rows share a first character, so the
-// view asks in the other order: the terms that stand in the title are found through an index over all terms, at a cost
-// that depends on the title alone, and the few rows behind them are then held against the admission by first character.
-// Rows are in the one set exactly if they are in the other.
+// The base pack's rows and the index over their terms are shared with the cache, so a view costs what its overlay costs.
+// It knows no keys of first characters: the location resolver finds rows by their terms and tests the label's beginning
+// on what it found, which gives the same rows at a cost that doesn't grow with their number.
 #pragma once
 
 #include <memory>
@@ -12,36 +10,29 @@
 #include <vector>
 
 #include "cache/semantic_cache.h"
-#include "cache/term_index.h"
-#include "location/location_row.h"
 #include "pack/semantic_error.h"
 
 namespace corvenda {
 
-/// Immutable once built. Held by shared pointer, so a rebuild doesn't pull it away from under a reader.
+/// Immutable once built.
 struct LocationView {
-  std::shared_ptr<const LoadedPack> basePack;  ///< kept alive: most rows point into it
-  std::vector<IndexRecord> overlayRecords;     ///< copies of the caller's
-  /// The rows that some title can find: of the base pack in its order, then of the overlay in the caller's. Left out
-  /// are rows of fewer than six fields, rows without an admission key, those that `isNeverHit` names, and database rows
-  /// whose term and code stand in a base row of the section "location" as well: the curated row counts alone.
-  std::vector<LocationRow> viewRecords;
-  TermIndex nativeTerms;   ///< over the rows that are not English, by position in `viewRecords`
-  TermIndex englishTerms;  ///< over the English ones
+  std::shared_ptr<const LoadedPack> base;    ///< null in a view without base rows
+  std::vector<IndexRecord> overlayRecords;   ///< the caller's rows, in the caller's order; behind those of the base
+  TermIndex overlayIndex;                    ///< over `overlayRecords`
+  std::string overlayPath;                   ///< with the next three, the key: the path as the caller wrote it
+  std::uint64_t overlaySize = 0;             ///< of the pack in `overlaySlot`; 0 without an overlay path
+  std::int64_t overlayWriteTime = 0;         ///< of the pack in `overlaySlot`; 0 without an overlay path
+  std::string overlayFingerprint;            ///< of `overlayRecords`
 };
 
-/// Merges and indexes. A database row that itself stands in the section "location" is left out on its own account.
-std::shared_ptr<const LocationView> buildLocationView(std::shared_ptr<const LoadedPack> basePack,
-                                                      const std::vector<const IndexRecord*>& overlayRecords);
-
-/// A text that is the same exactly for overlays with the same rows in the same order; empty for no rows.
-std::string overlayFingerprint(const std::vector<const IndexRecord*>& records);
-
-/// Makes `baseSlot.view` right for this overlay, unless it is already: same path text of the caller's, same size and
-/// time of the pack in `overlaySlot` (both 0 without a path), same rows. Takes `semanticCacheMutex` itself; readers
-/// take it again afterwards. Another thread may have put another view there in between. Errors: "semantic rule-pack
-/// cache is unavailable" without a base pack.
+/// Makes `baseSlot.view` right for the base pack in the cache and this overlay, unless it is already. Takes
+/// `semanticCacheMutex` itself; who reads the view takes it again. `overlayRecords` are the rows of the option
+/// "locationOverlay", then the location rows of the overlay pack; they are copied.
+/// Error: "semantic rule-pack cache is unavailable" without a base pack in the cache.
 bool ensureLocationView(const std::string& overlayPackPath, const std::vector<const IndexRecord*>& overlayRecords,
                         SemanticError* error);
+
+/// A text that is the same for two lists of rows exactly if the lists are the same.
+std::string overlayFingerprint(const std::vector<const IndexRecord*>& records);
 
 }  // namespace corvenda

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
-#include <string>
 
 #include "cache/record_table.h"
 #include "pack/pack_records.h"
@@ -18,17 +17,6 @@ struct LocationView;
 struct LoadedPack {
   RulePack pack;
   RecordTable table;
-};
-
-struct LocationView;
-
-/// For which overlay a location view was built. The base pack is no part of it: a fill of the slot drops the view.
-struct LocationViewKey {
-  std::string viewOverlayPath;  ///< the caller's own text, empty without an overlay pack
-  std::uint64_t viewOverlaySize = 0;
-  std::int64_t viewOverlayWriteTime = 0;
-  std::string viewOverlayFingerprint;  ///< of the overlay's rows
-  bool operator==(const LocationViewKey&) const = default;
 };
 
 /// One parsed pack under the file it came from. A load of another file replaces the whole slot; a failed load leaves it

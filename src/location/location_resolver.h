@@ -1,6 +1,5 @@
-// The places that a title speaks of. Titles are short and full of words that are also names of places, so this is
-// mostly about saying no: database rows give way to curated ones, an everyday word is no town, and a row of a regional
-// table needs a title that shows signs of the region.
+// The places that a title names. Mostly about saying no: database rows give way to curated ones, a common English word
+// is no town, and a row of a regional table needs the title to show signs of that region.
 #pragma once
 
 #include <cstdint>
@@ -14,43 +13,30 @@
 
 namespace corvenda {
 
-/// A row that matched.
-struct LocationHit {
-  const LocationRow* row = nullptr;
-  std::uint64_t firstIndex = 0;  ///< characters before the term's first occurrence in the compacted text; see kNotFound
-  double score = 0;
-};
-
-/// `firstIndex` of a term that matched as a run of words but doesn't occur in the folded text.
-constexpr std::uint64_t kNotFound = 9999;
-
-/// The row behind "primaryHit".
-struct LocationPrimaryHit {
-  std::string_view label;  ///< also reported as "alias"
+/// The best hit of the primary code that is no country.
+struct PrimaryLocationHit {
+  std::string_view label;
   std::string_view source;
-  std::uint64_t firstIndex = 0;
-  std::uint64_t labelChars = 0;
+  std::uint64_t index = 0;  ///< characters in front of the term in the compacted text; 9999 if it isn't there
+  std::uint64_t len = 0;    ///< characters of the label
   double weight = 0;
 };
 
+/// Display data of a title with at least one hit.
 struct LocationMeta {
   std::string_view countryCode;  ///< the primary code
   std::string_view countryLabel;
-  std::string locationLabel;  ///< empty if only the country is named
-  std::string shortLabel;     ///< also reported as "fullLabel"
-  std::optional<LocationPrimaryHit> primaryHit;
+  std::string locationLabel;  ///< may be empty
+  std::string shortLabel;
+  std::optional<PrimaryLocationHit> primaryHit;
 };
 
-/// The answer for one title. Its texts point into the view's rows unless they are made up here.
+/// Views point into the rows of the view and the title.
 struct LocationAnswer {
-  std::vector<std::string_view> codes;  ///< at most three, the primary one first
-  std::optional<LocationMeta> meta;     ///< nothing if no row matched
   bool found = false;                   ///< the title names a place
+  std::vector<std::string_view> codes;  ///< at most three
+  std::optional<LocationMeta> meta;
 };
-
-/// All hits, in the order in which the title's characters and then its English words lead to them, in the order of the
-/// rows behind each.
-std::vector<LocationHit> findLocationHits(const LocationView& view, const TitleTexts& title);
 
 LocationAnswer resolveLocation(const LocationView& view, const TitleTexts& title);
 

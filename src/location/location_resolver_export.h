@@ -1,4 +1,3 @@
-// The place of a title, as properties of its result.
 #pragma once
 
 #include <napi.h>
