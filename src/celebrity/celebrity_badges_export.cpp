@@ -127,11 +127,12 @@ napi_value resolveCases(napi_env env, const CelebrityOptions& options, std::uint
     napi_value element = nullptr;
     if (!settled(env, napi_get_element(env, options.cases, *count, &element))) return nullptr;
     const CelebrityTitle title = readTitle(env, element);
-    if (isExceptionPending(env)) return nullptr;
     if (pack == nullptr && !isBlankTitle(title) &&
         !RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &pack, error)) {
       return nullptr;
     }
+    // Behind the load: a getter that throws ends the call no sooner than any other failure of a result.
+    if (isExceptionPending(env)) return nullptr;
     const auto rows = findCelebrities(title, options.overlay, pack == nullptr ? nullptr : &pack->table);
     if (!setElement(env, results, *count, makeCaseResult(env, title, rows))) return nullptr;
   }
