@@ -42,7 +42,8 @@ std::string parseMessage(const std::string& data) {
   std::vector<LocationShardRow> rows;
   SemanticError error;
   const RulePackDocument bytes = document(data);
-  EXPECT_EQ(parseLocationShard(bytes.data, &rows, &error), error.message.empty());
+  const bool parsed = parseLocationShard(bytes.data, &rows, &error);
+  EXPECT_EQ(parsed, error.message.empty());
   return error.message;
 }
 
