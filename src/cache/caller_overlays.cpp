@@ -15,7 +15,8 @@ namespace {
 using Records = std::vector<IndexRecord>;
 using Fields = std::vector<std::string>;
 
-// --- Tolerant reading: what fails is absent. Only here may a failed read go on; a null handle stands for its value -----
+// --- Tolerant reading -----------------------------------------------------------------------------------------------
+// What fails is absent: a null handle stands for its value, and only here may reading go on.
 
 /// An exception that was pending before is not ours to drop, and nothing could be read past it.
 bool canRead(napi_env env) { return !isExceptionPending(env); }
@@ -83,7 +84,7 @@ void forEachProperty(napi_env env, napi_value object, Read read) {
   });
 }
 
-// --- Scenes ------------------------------------------------------------------------------------------------------------
+// --- Scenes ---------------------------------------------------------------------------------------------------------
 
 /// Where an override finds the data of its scene. Made once the categories are read: later rows are no master rows.
 struct SceneMasters {
@@ -171,7 +172,7 @@ void readSceneOverride(napi_env env, napi_value element, std::string_view kind, 
   addSceneAliases(env, element, "en", "en", std::move(fields), records);
 }
 
-// --- Locations ---------------------------------------------------------------------------------------------------------
+// --- Locations ------------------------------------------------------------------------------------------------------
 
 /// The element at a position that the array has, else null.
 napi_value readPosition(napi_env env, napi_value array, std::uint32_t position) {
@@ -208,7 +209,7 @@ void readLocationAliases(napi_env env, napi_value value, std::string_view lang, 
   });
 }
 
-// --- Celebrities -------------------------------------------------------------------------------------------------------
+// --- Celebrities ----------------------------------------------------------------------------------------------------
 
 std::string readTags(napi_env env, napi_value person) {
   std::string joined;

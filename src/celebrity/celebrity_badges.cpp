@@ -13,14 +13,14 @@ namespace {
 
 using Words = std::span<const std::string_view>;
 
-// --- Finding people ----------------------------------------------------------------------------------------------------
+// --- Finding people -------------------------------------------------------------------------------------------------
 
 /// Overlay aliases are the caller's words, unchecked by an editor: a single byte inside a title is no name. A Chinese
 /// character has three bytes and passes. Pack rows have no such limit.
 constexpr std::size_t kMinOverlayTermBytes = 2;
 
-/// The rows that matched, each key once. The key is taken before anything else is asked of a row, so an overlay row with
-/// too few fields hides the pack's row with the same key.
+/// The rows that matched, each key once. The key is taken before anything else is asked of a row, so an overlay row
+/// with too few fields hides the pack's row with the same key.
 struct CelebrityHits {
   std::vector<const IndexRecord*> rows;
   std::set<std::string> seenKeys;
@@ -58,7 +58,7 @@ bool celebrityRowBefore(const IndexRecord* a, const IndexRecord* b) {
   return a->fields < b->fields;
 }
 
-// --- What the title says of the person ---------------------------------------------------------------------------------
+// --- What the title says of the person ------------------------------------------------------------------------------
 
 constexpr std::string_view kConcertWords[] = {"演唱会", "音乐会"};
 constexpr std::string_view kAirportWords[] = {"机场", "接机", "送机", "候机", "出发", "返程"};
@@ -101,7 +101,7 @@ ActivitySignals readActivitySignals(const CelebrityTitle& title) {
           containsAny(title.raw, kPosterWords)};
 }
 
-// --- Badges ------------------------------------------------------------------------------------------------------------
+// --- Badges ---------------------------------------------------------------------------------------------------------
 
 constexpr std::string_view kActorRoadshow = "演员路演";
 constexpr std::string_view kFilmEvent = "明星影视活动";

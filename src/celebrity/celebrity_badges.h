@@ -32,8 +32,8 @@ struct CelebrityOverlay {
 
 void indexCelebrityOverlay(CelebrityOverlay* overlay);
 
-/// The rows of the people in the title, each person once under the longest alias, the longest alias first. `pack` may be
-/// null for a blank title. The rows live as long as the overlay and the pack.
+/// The rows of the people in the title, each person once under the longest alias, the longest alias first. `pack` may
+/// be null for a blank title. The rows live as long as the overlay and the pack.
 std::vector<const IndexRecord*> findCelebrities(const CelebrityTitle& title, const CelebrityOverlay& overlay,
                                                 const RecordTable* pack);
 

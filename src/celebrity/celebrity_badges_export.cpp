@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "addon/border.h"
 #include "addon/exports.h"
 #include "cache/caller_overlays.h"
@@ -57,17 +59,15 @@ std::vector<std::string> splitTags(const std::string& joined) {
 /// Null if a step failed.
 napi_value makeHit(napi_env env, const IndexRecord& row, std::size_t index) {
   const napi_value hit = makeObject(env);
-  const bool made = setText(env, hit, "id", row.fields[celebrity_field::kId]) &&
-                    setText(env, hit, "name", row.fields[celebrity_field::kName]) &&
-                    setText(env, hit, "region", row.fields[celebrity_field::kRegion]) &&
-                    setText(env, hit, "kind", row.fields[celebrity_field::kKind]) &&
-                    setText(env, hit, "photoKey", row.fields[celebrity_field::kPhotoKey]) &&
-                    setText(env, hit, "alias", row.term) &&
-                    setText(env, hit, "type", isPlainPhrase(row.term) ? "en" : "zh") &&
-                    setText(env, hit, "sourceKind", "alias") && setNumber(env, hit, "index", index) &&
-                    setNumber(env, hit, "len", row.term.size()) &&
-                    setValue(env, hit, "tags",
-                             makeTextArray(env, splitTags(fieldOrEmpty(row, celebrity_field::kTags))));
+  const bool made =
+      setText(env, hit, "id", row.fields[celebrity_field::kId]) &&
+      setText(env, hit, "name", row.fields[celebrity_field::kName]) &&
+      setText(env, hit, "region", row.fields[celebrity_field::kRegion]) &&
+      setText(env, hit, "kind", row.fields[celebrity_field::kKind]) &&
+      setText(env, hit, "photoKey", row.fields[celebrity_field::kPhotoKey]) && setText(env, hit, "alias", row.term) &&
+      setText(env, hit, "type", isPlainPhrase(row.term) ? "en" : "zh") && setText(env, hit, "sourceKind", "alias") &&
+      setNumber(env, hit, "index", index) && setNumber(env, hit, "len", row.term.size()) &&
+      setValue(env, hit, "tags", makeTextArray(env, splitTags(fieldOrEmpty(row, celebrity_field::kTags))));
   return made ? hit : nullptr;
 }
 
@@ -111,8 +111,8 @@ napi_value makeCaseResult(napi_env env, const CelebrityTitle& title, const std::
   const CelebrityBadge badge = rows.empty() ? CelebrityBadge() : proposeCelebrityBadge(*rows.front(), title);
   const napi_value result = makeObject(env);
   const bool made = setBoolean(env, result, "ok", true) &&
-                    setText(env, result, "mediaType", title.photo ? "photo" : "video") &&
-                    setHits(env, result, rows) && setBadge(env, result, badge);
+                    setText(env, result, "mediaType", title.photo ? "photo" : "video") && setHits(env, result, rows) &&
+                    setBadge(env, result, badge);
   return made ? result : nullptr;
 }
 
@@ -149,9 +149,8 @@ Napi::Value exports::resolveCelebrityBadgeBatch(const Napi::CallbackInfo& info) 
   CelebrityOptions options;
   SemanticError error;
   if (!readOptions(env, info[0], &options, &error)) return refuse(env, ErrorKind::kTypeError, error.message);
-  if (!options.overlayPackPath.empty() &&
-      !RulePackLoader(options.overlayPackPath, options.overlayAllowedRoot, semanticCache().overlaySlot,
-                      &options.overlay.pack, &error)) {
+  if (!options.overlayPackPath.empty() && !RulePackLoader(options.overlayPackPath, options.overlayAllowedRoot,
+                                                          semanticCache().overlaySlot, &options.overlay.pack, &error)) {
     return refuse(env, ErrorKind::kError, error.message);
   }
   indexCelebrityOverlay(&options.overlay);
