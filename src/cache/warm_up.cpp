@@ -9,7 +9,9 @@ namespace {
 /// Resolvers search these through their indexes, which are otherwise made at the first search. Places are searched
 /// through the location view.
 void makeIndexes(const RecordTable& table) {
-  for (const Section section : {Section::kScene, Section::kHuman, Section::kFacet}) sectionTermIndex(table, section);
+  for (const Section section : {Section::kScene, Section::kHuman, Section::kCelebrity, Section::kFacet}) {
+    sectionTermIndex(table, section);
+  }
   sceneMasterRows(table);
 }
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <limits>
 
-#include <locale.h>  // newlocale, strtod_l: POSIX
+#include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale is POSIX, <clocale> need not declare it
 
 namespace corvenda {
 

@@ -89,6 +89,7 @@ bool prepare(napi_env env, napi_value object, const BatchOptions& options, Batch
     readLocationOverlay(env, getProperty(env, object, "locationOverlay"), &locationOverlay);
   }
   std::vector<const IndexRecord*> overlayRecords;
+  overlayRecords.reserve(locationOverlay.size());
   for (const IndexRecord& record : locationOverlay) overlayRecords.push_back(&record);
   if (lexicon.overlayPack != nullptr) {
     const auto rows = sectionRecords(lexicon.overlayPack->table, Section::kLocation);
