@@ -41,7 +41,7 @@ IndexRecord dbEnglish(const std::string& term, std::string code, std::string wei
 std::shared_ptr<LocationView> makeView(Rows baseRows, Rows overlayRows = {}) {
   const auto pack = std::make_shared<LoadedPack>();
   pack->table.records = std::move(baseRows);
-  const auto view = std::make_shared<LocationView>();
+  auto view = std::make_shared<LocationView>();
   view->base = pack;
   view->overlayRecords = std::move(overlayRows);
   std::vector<std::uint32_t> numbers;
