@@ -206,7 +206,10 @@ struct Generator {
   TitleTexts title() {
     static const Texts endings = {"玩", "玩一下", "随拍", "逛", "旅行随拍", "街头逛", "玩 ", "vlog"};
     const std::string raw = (random() % 20 == 0 ? " " : text(4, " ")) + (random() % 3 == 0 ? pick(endings) : "");
-    return makeTitleTexts(raw, random() % 3 == 0 ? "" : text(4, " "));
+    // Written in capitals, a word is in the compacted reading and no word of the reading.
+    std::string english = random() % 3 == 0 ? "" : text(3, " ");
+    if (random() % 4 == 0 && english.starts_with("a")) english[0] = 'A';
+    return makeTitleTexts(raw, english);
   }
 };
 
