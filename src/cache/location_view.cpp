@@ -1,7 +1,6 @@
 #include "cache/location_view.h"
 
 #include <mutex>
-#include <numeric>
 #include <string_view>
 #include <utility>
 
@@ -51,9 +50,7 @@ bool ensureLocationView(const std::string& overlayPackPath, const std::vector<co
   sectionTermIndex(view->base->table, Section::kLocation);
   view->overlayRecords.reserve(overlayRecords.size());
   for (const IndexRecord* record : overlayRecords) view->overlayRecords.push_back(*record);
-  std::vector<std::uint32_t> numbers(overlayRecords.size());
-  std::iota(numbers.begin(), numbers.end(), 0U);
-  buildTermIndex(view->overlayRecords, numbers, &view->overlayIndex);
+  buildTermIndex(view->overlayRecords, &view->overlayIndex);
   replaced = std::exchange(slot.view, view);
   return true;
 }

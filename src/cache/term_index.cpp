@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <numeric>
 #include <string>
 
 namespace corvenda {
@@ -123,6 +124,12 @@ void buildTermIndex(const std::vector<IndexRecord>& records, const std::vector<s
     TermIndex::Term& term = index->terms[termOfRow[i]];
     index->rows[term.firstRow + term.rowCount++] = rowNumbers[i];
   }
+}
+
+void buildTermIndex(const std::vector<IndexRecord>& records, TermIndex* index) {
+  std::vector<std::uint32_t> rowNumbers(records.size());
+  std::iota(rowNumbers.begin(), rowNumbers.end(), 0U);
+  buildTermIndex(records, rowNumbers, index);
 }
 
 void appendEqualRows(const TermIndex& index, std::string_view text, std::vector<std::uint32_t>* found) {

@@ -43,6 +43,9 @@ struct TermIndex {
 void buildTermIndex(const std::vector<IndexRecord>& records, const std::vector<std::uint32_t>& rowNumbers,
                     TermIndex* index);
 
+/// Indexes the terms of all `records`.
+void buildTermIndex(const std::vector<IndexRecord>& records, TermIndex* index);
+
 // Each of the following appends row numbers of `records` to `found`, a row at most once per call, in no useful order:
 // callers sort what they gathered.
 

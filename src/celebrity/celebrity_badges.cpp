@@ -1,7 +1,6 @@
 #include "celebrity/celebrity_badges.h"
 
 #include <algorithm>
-#include <numeric>
 #include <set>
 #include <span>
 
@@ -263,12 +262,6 @@ CelebrityTitle makeCelebrityTitle(std::string raw, std::string_view english, boo
 }
 
 bool isBlankTitle(const CelebrityTitle& title) { return title.compactRaw.empty() && title.compactEnglish.empty(); }
-
-void indexCelebrityOverlay(CelebrityOverlay* overlay) {
-  std::vector<std::uint32_t> numbers(overlay->rows.size());
-  std::iota(numbers.begin(), numbers.end(), 0U);
-  buildTermIndex(overlay->rows, numbers, &overlay->index);
-}
 
 std::vector<const IndexRecord*> findCelebrities(const CelebrityTitle& title, const CelebrityOverlay& overlay,
                                                 const RecordTable* pack) {

@@ -23,14 +23,12 @@ CelebrityTitle makeCelebrityTitle(std::string raw, std::string_view english, boo
 /// True if there is no text in which a pack's row could be found: such a title doesn't need the pack.
 bool isBlankTitle(const CelebrityTitle& title);
 
-/// The rows that are looked at before those of the pack, in this order. Fill both, then call `indexCelebrityOverlay`.
+/// The rows that are looked at before those of the pack, in this order.
 struct CelebrityOverlay {
   std::vector<IndexRecord> rows;           ///< of the caller's option
   std::shared_ptr<const LoadedPack> pack;  ///< the overlay pack, or null
-  TermIndex index;                         ///< over `rows`
+  TermIndex index;                         ///< over `rows`; by `buildTermIndex`
 };
-
-void indexCelebrityOverlay(CelebrityOverlay* overlay);
 
 /// The rows of the people in the title, each person once under the longest alias, the longest alias first. `pack` may
 /// be null for a blank title. The rows live as long as the overlay and the pack.

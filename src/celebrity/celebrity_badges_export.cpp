@@ -153,7 +153,7 @@ Napi::Value exports::resolveCelebrityBadgeBatch(const Napi::CallbackInfo& info) 
                                                           semanticCache().overlaySlot, &options.overlay.pack, &error)) {
     return refuse(env, ErrorKind::kError, error.message);
   }
-  indexCelebrityOverlay(&options.overlay);
+  buildTermIndex(options.overlay.rows, &options.overlay.index);
   std::uint32_t count = 0;
   const napi_value results = resolveCases(env, options, &count, &error);
   if (results == nullptr) return refuse(env, ErrorKind::kError, error.message);

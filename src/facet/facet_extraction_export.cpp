@@ -2,23 +2,10 @@
 #include "addon/exports.h"
 #include "facet/facet_extraction.h"
 #include "pack/rule_pack_loader.h"
+#include "scene/title_options_export.h"
 
 namespace corvenda {
 namespace {
-
-struct FacetOptions {
-  std::string packPath;
-  std::string allowedRoot;
-  std::string raw;
-  std::string normalizedEnglish;
-};
-
-bool readOptions(napi_env env, napi_value object, FacetOptions* options, SemanticError* error) {
-  return requireStringOption(env, object, "packPath", &options->packPath, error) &&
-         requireStringOption(env, object, "allowedRoot", &options->allowedRoot, error) &&
-         requireStringOption(env, object, "raw", &options->raw, error) &&
-         readNormalizedEnglish(env, object, &options->normalizedEnglish, error);
-}
 
 napi_value makeHit(napi_env env, const FacetHit& hit) {
   const napi_value object = makeObject(env);
@@ -47,9 +34,9 @@ napi_value makeGroup(napi_env env, const FacetGroup& group) {
 Napi::Value exports::extractSemanticFacets(const Napi::CallbackInfo& info) {
   const napi_env env = info.Env();
   if (!requireOneOptionsObject(info, "extractSemanticFacets requires one options object")) return info.Env().Null();
-  FacetOptions options;
+  TitleOptions options;
   SemanticError error;
-  if (!readOptions(env, info[0], &options, &error)) return refuse(env, ErrorKind::kTypeError, error.message);
+  if (!readTitleOptions(env, info[0], &options, &error)) return refuse(env, ErrorKind::kTypeError, error.message);
   std::shared_ptr<const LoadedPack> loaded;
   if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &loaded, &error)) {
     return refuse(env, ErrorKind::kError, error.message);

@@ -33,14 +33,8 @@ std::string_view languageOf(const IndexRecord& record) {
 }
 
 /// Characters in front of the term; 0 if the text does not hold it.
-double prefixCharacters(std::string_view text, std::string_view term) {
-  return static_cast<double>(countCharacters(text.substr(0, containsTerm(text, term).value_or(0))));
-}
-
-double earliness(double full, double prefix) { return std::max(full - std::min(prefix, full), 0.0); }
-
-double lengthScore(std::string_view term, double factor, double cap) {
-  return std::min(static_cast<double>(countCharacters(term)) * factor, cap);
+std::uint64_t prefixCharacters(std::string_view text, std::string_view term) {
+  return countCharacters(text.substr(0, containsTerm(text, term).value_or(0)));
 }
 
 /// The strict order of matches: integers and bytes only, so no row can break it.
@@ -71,14 +65,14 @@ double lookupRowScore(const IndexRecord& record, std::string_view text) {
   if (!parseNumber(fieldOrEmpty(record, scene_field::kRowPriority), &rowWeight)) rowWeight = 0;
   const std::string_view lang = languageOf(record);
   const double length = lengthScore(record.term, lang == "zh" ? 1.2 : 0.9, 12.0);
-  const double early = earliness(10.0, prefixCharacters(text, record.term));
+  const double early = earlyScore(10.0, prefixCharacters(text, record.term));
   return early + (length + rowWeight) - genericTermPenalty(record.term, lang);
 }
 
 double lookupDetailScore(const IndexRecord& record, std::string_view text) {
   if (fieldOrEmpty(record, scene_field::kKind) != "detail") return 0.0;
   const double length = lengthScore(record.term, languageOf(record) == "zh" ? 0.9 : 0.7, 10.0);
-  return earliness(8.0, prefixCharacters(text, record.term)) + length + 6.0;
+  return earlyScore(8.0, prefixCharacters(text, record.term)) + length + 6.0;
 }
 
 std::vector<LookupMatch> lookupRows(const RecordTable& table, Section section, std::string_view text, bool contains) {

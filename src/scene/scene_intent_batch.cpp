@@ -1,7 +1,6 @@
 #include "scene/scene_intent_batch.h"
 
 #include <algorithm>
-#include <numeric>
 #include <unordered_set>
 
 #include "scene/lexicon_rows.h"
@@ -166,9 +165,7 @@ SceneAnswer answerFromCandidates(const BatchLexicon& lexicon, const TitleTexts& 
 }  // namespace
 
 void indexOverlayRecords(BatchLexicon* lexicon) {
-  std::vector<std::uint32_t> numbers(lexicon->overlayRecords.size());
-  std::iota(numbers.begin(), numbers.end(), 0U);
-  buildTermIndex(lexicon->overlayRecords, numbers, &lexicon->overlayIndex);
+  buildTermIndex(lexicon->overlayRecords, &lexicon->overlayIndex);
   for (const IndexRecord& record : lexicon->overlayRecords) {
     if (isMasterRow(record)) lexicon->overlayMasters.emplace(record.fields[scene_field::kKey], &record);
   }

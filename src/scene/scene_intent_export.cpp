@@ -3,32 +3,16 @@
 #include "pack/rule_pack_loader.h"
 #include "scene/scene_answer_export.h"
 #include "scene/scene_intent.h"
+#include "scene/title_options_export.h"
 
 namespace corvenda {
-namespace {
-
-struct SceneIntentOptions {
-  std::string packPath;
-  std::string allowedRoot;
-  std::string raw;
-  std::string normalizedEnglish;
-};
-
-bool readOptions(napi_env env, napi_value object, SceneIntentOptions* options, SemanticError* error) {
-  return requireStringOption(env, object, "packPath", &options->packPath, error) &&
-         requireStringOption(env, object, "allowedRoot", &options->allowedRoot, error) &&
-         requireStringOption(env, object, "raw", &options->raw, error) &&
-         readNormalizedEnglish(env, object, &options->normalizedEnglish, error);
-}
-
-}  // namespace
 
 Napi::Value exports::resolveSceneIntent(const Napi::CallbackInfo& info) {
   const napi_env env = info.Env();
   if (!requireOneOptionsObject(info, "resolveSceneIntent requires one options object")) return info.Env().Null();
-  SceneIntentOptions options;
+  TitleOptions options;
   SemanticError error;
-  if (!readOptions(env, info[0], &options, &error)) return refuse(env, ErrorKind::kTypeError, error.message);
+  if (!readTitleOptions(env, info[0], &options, &error)) return refuse(env, ErrorKind::kTypeError, error.message);
   std::shared_ptr<const LoadedPack> loaded;
   if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &loaded, &error)) {
     return refuse(env, ErrorKind::kError, error.message);

@@ -11,18 +11,6 @@ namespace {
 
 constexpr bool isPlainByte(char byte) { return (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9'); }
 
-/// Characters in front of the byte position, counted in a text that may be shorter.
-double charactersBefore(std::string_view text, std::size_t position) {
-  return static_cast<double>(countCharacters(text.substr(0, position)));
-}
-
-/// `full` at the start of the text, one less for each character in front, never below 0.
-double earliness(double full, double prefixCharacters) { return std::max(full - std::min(prefixCharacters, full), 0.0); }
-
-double lengthScore(std::string_view term, double factor, double cap) {
-  return std::min(static_cast<double>(countCharacters(term)) * factor, cap);
-}
-
 }  // namespace
 
 std::string compactTerm(std::string_view text) {
@@ -93,6 +81,14 @@ std::int32_t sceneRowRank(const IndexRecord& record) {
   return 0;
 }
 
+double earlyScore(double full, std::uint64_t prefixCharacters) {
+  return std::max(full - std::min(static_cast<double>(prefixCharacters), full), 0.0);
+}
+
+double lengthScore(std::string_view term, double factor, double cap) {
+  return std::min(static_cast<double>(countCharacters(term)) * factor, cap);
+}
+
 double sceneRowScore(const IndexRecord& record, std::string_view searchText, std::string_view positionText) {
   if (record.fields.size() <= scene_field::kLang) return 0.0;
   double rowWeight = 0;
@@ -101,7 +97,7 @@ double sceneRowScore(const IndexRecord& record, std::string_view searchText, std
   const double length = lengthScore(record.term, factor, 12.0);
   // A term that is not there (an English row found in the English reading) counts as standing at the very start.
   const auto position = containsTerm(searchText, record.term);
-  const double early = earliness(10.0, position ? charactersBefore(positionText, *position) : 0.0);
+  const double early = earlyScore(10.0, countCharacters(positionText.substr(0, position.value_or(0))));
   return early + (length + rowWeight);
 }
 
@@ -109,7 +105,7 @@ std::optional<double> detailRowScore(const IndexRecord& record, std::string_view
   const auto position = containsTerm(text, record.term);
   if (!position) return std::nullopt;
   const double factor = fieldOrEmpty(record, scene_field::kLang) == "zh" ? 0.9 : 0.7;
-  const double early = earliness(8.0, charactersBefore(text, *position));
+  const double early = earlyScore(8.0, countCharacters(text.substr(0, *position)));
   return early + (lengthScore(record.term, factor, 10.0) + 6.0);
 }
 

@@ -57,6 +57,11 @@ double sceneRowScore(const IndexRecord& record, std::string_view searchText, std
 /// The score of a "detail" row in the compacted title of its language; nothing if its term does not occur there.
 std::optional<double> detailRowScore(const IndexRecord& record, std::string_view text);
 
+/// The parts of which all scores of terms are made. How early a term stands: `full` at the start of the text, one less for
+/// each character in front, never below 0. How long it is: a factor a character, up to a cap.
+double earlyScore(double full, std::uint64_t prefixCharacters);
+double lengthScore(std::string_view term, double factor, double cap);
+
 /// What `sceneRowBefore` compares, computed once a candidate.
 struct SceneRowOrder {
   std::int32_t rank = 0;
