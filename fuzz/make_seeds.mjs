@@ -1,7 +1,9 @@
 // Makes the seeds of the fuzz targets: small sound inputs, one file each. The same bytes at every run.
 import { mkdirSync, writeFileSync } from 'node:fs';
 
-import { buildBinaryIndex, buildLocationShard, buildMetadata, buildPayload, INDEX_DOCUMENT_NAME } from '../tools/index.mjs';
+import {
+  buildBinaryIndex, buildLocationShard, buildMetadata, buildPayload, compressLz4Block, INDEX_DOCUMENT_NAME,
+} from '../tools/index.mjs';
 
 const row = (term, ...fields) => ({ term, fields });
 const index = buildBinaryIndex({
@@ -24,6 +26,18 @@ const seeds = {
     index: buildPayload([indexDocument]),
     plain: buildPayload([{ type: 1, encoding: 1, name: 'scenes', data: '{}' }, { type: 6, encoding: 1, name: 'location-x', data: 'x' }]),
     shard: buildPayload([indexDocument, { type: 6, name: 'location-fr', data: shard }]),
+  },
+  location_shard: {
+    empty: buildLocationShard(),
+    rows: shard,
+    odd: buildLocationShard([{ alias: '', records: [] }, { alias: 'x', records: [{ code: 'c', weight: NaN }, { code: 'd', weight: 3e38 }] }]),
+  },
+  lz4_block: {
+    index: compressLz4Block(index),
+    runs: compressLz4Block(Buffer.from(`${'a'.repeat(300)}${'abc'.repeat(100)}the end`)),
+    literals: compressLz4Block(Buffer.from(Array.from({ length: 300 }, (_, i) => (i * i) & 255))),
+    // Ends behind a match, which no encoder does.
+    match: Buffer.from([0x1f, 0x61, 1, 0, 255, 3, 0x02, 9, 0]),
   },
   metadata: {
     base: buildMetadata(metadata),
