@@ -1,8 +1,6 @@
 // The LZ4 block decoder on blocks written by hand. Blocks of an independent encoder: lz4_blocks.test.mjs.
 #include "pack/lz4_block.h"
 
-#include <algorithm>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -93,14 +91,20 @@ TEST(Lz4Block, MatchesOverlapLikeBytesCopiedOneByOne) {
 }
 
 TEST(Lz4Block, CutOffAnywhere) {
-  // Two sequences with every kind of byte, and what was whole at each point where the input may end.
-  const std::string first = sequence(std::string(20, 'l'), 3, 300);
-  const std::string block = first + sequence("tail", 2, 4);
-  const std::size_t ends[] = {0, 22, first.size(), first.size() + 5, block.size()};
+  const std::string block = sequence("0123456789abcdef", 16, 6) + sequence("wxyz", 5, 277) + "\x20pq";
+  // What each length is: a whole block (.), or cut in its Literals, its Offset or the length of its Match.
+  const std::string expected = ".LLLLLLLLLLLLLLLLL.O.LLLL.OMM.LL.";
+  ASSERT_EQ(expected.size(), block.size() + 1);
+  std::string message;
+  const std::string whole = decode(block, &message);
+  EXPECT_EQ(whole.size(), 16U + 6 + 4 + 277 + 2);
   for (std::size_t length = 0; length <= block.size(); ++length) {
-    std::string message;
-    decode(block.substr(0, length), &message);
-    EXPECT_EQ(message.empty(), std::find(std::begin(ends), std::end(ends), length) != std::end(ends)) << length << message;
+    EXPECT_TRUE(whole.starts_with(decode(block.substr(0, length), &message))) << length;
+    EXPECT_EQ(message, expected[length] == '.'   ? ""
+                       : expected[length] == 'L' ? "semantic LZ4 literal bounds are invalid"
+                       : expected[length] == 'O' ? "semantic LZ4 match offset is truncated"
+                                                 : "semantic LZ4 match length is truncated")
+        << length;
   }
 }
 
