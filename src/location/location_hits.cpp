@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <set>
 #include <span>
 #include <tuple>
 #include <unordered_map>
@@ -87,29 +88,32 @@ std::string_view firstCharacter(std::string_view text) {
   return text.substr(0, length);
 }
 
-/// What the search for one title needs, each made once.
+/// What the search for one title needs, each made once and only when a row asks for it: most titles name no place.
 struct Search {
   const TitleTexts& title;
+  bool placesMade = false;  ///< `characters` and `words` are filled
   std::string loweredEnglish;
   std::unordered_map<std::string_view, std::size_t> characters;  ///< of the compacted title, with their first places
   std::unordered_map<std::string, std::size_t> words;            ///< of the English reading, compacted, first places
   std::optional<bool> regionAllowed[std::size(kRegions)];
+  std::unordered_map<std::string_view, std::set<std::string_view>> curatedCodes;  ///< by term, see isCuratedToo
 };
 
-Search makeSearch(const TitleTexts& title) {
-  Search search{title, {}, {}, {}, {}};
+void makePlaces(Search* search) {
+  if (search->placesMade) return;
+  search->placesMade = true;
+  const TitleTexts& title = search->title;
   for (std::string_view rest = title.compactRaw; !rest.empty();) {
     const std::string_view character = firstCharacter(rest);
-    search.characters.emplace(character, title.compactRaw.size() - rest.size());
+    search->characters.emplace(character, title.compactRaw.size() - rest.size());
     rest.remove_prefix(character.size());
   }
   const std::string_view english = title.english;
   for (std::size_t begin = 0; begin < english.size();) {
     const std::size_t end = std::min(english.find(' ', begin), english.size());
-    if (end > begin) search.words.emplace(compactTerm(english.substr(begin, end - begin)), begin);
+    if (end > begin) search->words.emplace(compactTerm(english.substr(begin, end - begin)), begin);
     begin = end + 1;
   }
-  return search;
 }
 
 bool hasHint(const Region& region, Search* search) {
@@ -140,32 +144,37 @@ bool regionAllowed(std::string_view section, Search* search) {
 /// Where the title first names what the row is looked up by; nothing if it doesn't. English database rows are looked up
 /// by their alias, all others by their label: a native row by its first character, an English one by its first word.
 std::optional<std::size_t> lookupPlace(const IndexRecord& record, LocationSource source, bool english,
-                                       const Search& search) {
+                                       Search* search) {
+  makePlaces(search);
   const bool byTerm = english && (source == LocationSource::kDatabaseNative || source == LocationSource::kDatabaseEnglish);
   const std::string_view name = byTerm ? record.term : record.fields[location_field::kLabel];
   if (name.empty()) return std::nullopt;
   if (english) {
-    const auto word = search.words.find(compactTerm(name.substr(0, name.find(' '))));
-    if (word != search.words.end()) return word->second;
+    const auto word = search->words.find(compactTerm(name.substr(0, name.find(' '))));
+    if (word != search->words.end()) return word->second;
   } else {
-    const auto character = search.characters.find(firstCharacter(name));
-    if (character != search.characters.end()) return character->second;
+    const auto character = search->characters.find(firstCharacter(name));
+    if (character != search->characters.end()) return character->second;
   }
   return std::nullopt;
 }
 
 /// True if the base pack's own section "location" has a row with this term and code: it says the same, and it alone
 /// counts. A database row inside that section suppresses itself.
-bool isCuratedToo(const LocationView& view, const IndexRecord& record) {
+bool isCuratedToo(const LocationView& view, const IndexRecord& record, Search* search) {
   if (view.base == nullptr) return false;
   const RecordTable& table = view.base->table;
-  std::vector<std::uint32_t> numbers;
-  appendEqualRows(sectionTermIndex(table, Section::kLocation), record.term, &numbers);
-  return std::any_of(numbers.begin(), numbers.end(), [&](std::uint32_t number) {
-    const IndexRecord& other = table.records[number];
-    return other.section == "location" && !other.fields.empty() &&
-           other.fields[location_field::kCode] == record.fields[location_field::kCode];
-  });
+  // Once a term: one alias can have thousands of rows.
+  const auto [entry, added] = search->curatedCodes.try_emplace(record.term);
+  if (added) {
+    std::vector<std::uint32_t> numbers;
+    appendEqualRows(sectionTermIndex(table, Section::kLocation), record.term, &numbers);
+    for (const std::uint32_t number : numbers) {
+      const IndexRecord& other = table.records[number];
+      if (other.section == "location" && !other.fields.empty()) entry->second.insert(other.fields[location_field::kCode]);
+    }
+  }
+  return entry->second.contains(record.fields[location_field::kCode]);
 }
 
 LocationHit makeHit(const IndexRecord& record, LocationSource source, bool english, const TitleTexts& title) {
@@ -203,10 +212,10 @@ void addHit(const LocationView& view, const IndexRecord& record, bool overlay, s
     return;
   }
   if (!regionAllowed(record.section, search)) return;
-  const auto place = lookupPlace(record, source, english, *search);
+  const auto place = lookupPlace(record, source, english, search);
   if (!place) return;
   const LocationHit hit = makeHit(record, source, english, search->title);
-  if (isDatabase(hit) && isCuratedToo(view, record)) return;
+  if (isDatabase(hit) && isCuratedToo(view, record, search)) return;
   hits->push_back({{english, *place, overlay, number}, hit});
 }
 
@@ -232,7 +241,7 @@ void addHits(const LocationView& view, const std::vector<IndexRecord>& records, 
 }  // namespace
 
 std::vector<LocationHit> findLocationHits(const LocationView& view, const TitleTexts& title) {
-  Search search = makeSearch(title);
+  Search search{title, false, {}, {}, {}, {}, {}};
   std::vector<OrderedHit> ordered;
   if (view.base != nullptr) {
     const RecordTable& table = view.base->table;
