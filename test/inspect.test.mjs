@@ -6,8 +6,9 @@ import { chmodSync, mkdirSync, symlinkSync, truncateSync, utimesSync } from 'nod
 import { createRequire } from 'node:module';
 import { basename, dirname, join, relative } from 'node:path';
 import { describe, test } from 'node:test';
+import { fileURLToPath } from 'node:url';
 
-import { buildBinaryIndex, buildMetadata, buildPayload } from '../tools/index.mjs';
+import { buildBinaryIndex, buildMetadata, buildPack, buildPayload } from '../tools/index.mjs';
 import { addon } from './support/addon.mjs';
 import { indexDocument, metadataFields, packBytes, root, sceneRow, sha256Hex, writeAt, writeFile, writePack } from './support/packs.mjs';
 
@@ -275,6 +276,25 @@ test('seal and digest', () => {
     ['a digest that is no hexadecimal', packBytes({ payload: good, metadata: { payloadSha256: 'z'.repeat(64) } }), 'payload digest is invalid'],
     ['a wrong digest comes before a wrong payload', packBytes({ payload: good, stored: 'SRP2' }), 'payload digest is invalid'],
   ]);
+});
+
+test('decrypted bytes do not stay in memory', () => {
+  // What the cache keeps must be found, else the search proves nothing.
+  const text = (name) => `${name}-7d0f1c53-of-the-payload`;
+  const list = (name, changed) => [
+    indexDocument({ scene: [[text('kept'), 'x']] }),
+    document(1, { data: Array.from({ length: 200 }, (_, i) => `${text(name)} ${i}`).join(), ...changed }),
+  ];
+  const packs = [
+    packBytes({ documents: list('load') }),
+    buildPack({ ruleSetId: 'r', documents: list('lz4_'), compression: 'lz4-block-v1' }),
+    packBytes({ payload: buildPayload(list('hash')), metadata: { payloadSha256: '0'.repeat(64) } }),
+    packBytes({ documents: list('fail', { sha256: Buffer.alloc(32) }) }),
+  ];
+  const texts = ['load', 'lz4_', 'hash', 'fail', 'kept'].map((name) => [name.charCodeAt(0), text(name).slice(1)]);
+  const input = JSON.stringify({ binary, root, paths: packs.map((bytes) => writeFile(bytes)), texts });
+  const script = fileURLToPath(new URL('support/own_memory.cjs', import.meta.url));
+  assert.equal(execFileSync(process.execPath, [script], { input, encoding: 'utf8' }).trim(), 'gone gone gone gone found');
 });
 
 test('payload', () => {
