@@ -1,7 +1,7 @@
 // The border with JavaScript. Nothing else in the addon throws, reads options or sets properties.
 //
-// The addon is built without C++ exceptions, so a Node-API call that fails leaves a JavaScript exception pending and the
-// code runs on. Two rules follow and are kept here and nowhere else:
+// The addon is built without C++ exceptions, so a Node-API call that fails leaves a JavaScript exception pending and
+// the code runs on. Two rules follow and are kept here and nowhere else:
 //
 // - Never throw while an exception is pending: node-addon-api then aborts the process. A getter among the options that
 //   throws is enough to get there. The throw helpers do nothing in that case, and the caller of the addon sees the
@@ -101,8 +101,8 @@ bool setNumber(napi_env env, napi_value object, const char* name, Number value) 
   return setValue(env, object, name, makeNumber(env, static_cast<double>(value)));
 }
 
-/// An array of what `make(env, item)` gives for each item, up to the first that fails. Each item has a handle scope of its
-/// own, so that a long list doesn't keep a handle for every value in it.
+/// An array of what `make(env, item)` gives for each item, up to the first that fails. Each item has a handle scope of
+/// its own, so that a long list doesn't keep a handle for every value in it.
 template <typename Item, typename Make>
 napi_value makeList(napi_env env, const std::vector<Item>& items, Make make) {
   const napi_value array = makeArray(env);

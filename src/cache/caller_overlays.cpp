@@ -197,7 +197,8 @@ void readLocationEntry(napi_env env, napi_value entry, const std::string& alias,
   std::string weight = "0";
   readNumberText(env, readPosition(env, entry, 4), &weight);
   // The code stands in for the country's label.
-  records->push_back({"location-overlay", alias,
+  records->push_back({"location-overlay",
+                      alias,
                       {code, "location-overlay", std::move(weight), std::move(label), std::string(lang), code}});
 }
 

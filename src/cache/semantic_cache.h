@@ -23,9 +23,9 @@ struct LoadedPack {
 /// as it was.
 struct SemanticCacheSlot {
   bool valid = false;
-  std::filesystem::path path;          ///< canonical; with size and time, the key
-  std::uint64_t fileSize = 0;          ///< bytes, as queried before the lock was taken
-  std::int64_t lastWriteTime = 0;      ///< platform ticks, compared for equality only
+  std::filesystem::path path;      ///< canonical; with size and time, the key
+  std::uint64_t fileSize = 0;      ///< bytes, as queried before the lock was taken
+  std::int64_t lastWriteTime = 0;  ///< platform ticks, compared for equality only
   std::shared_ptr<const LoadedPack> loaded;
   std::shared_ptr<const LocationView> view;  ///< of the base slot only; null until asked for, and again after a fill
 };

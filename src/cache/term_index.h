@@ -30,13 +30,13 @@ struct TermIndex {
     std::uint32_t firstRow = 0;  ///< position in `rows`
     std::uint32_t rowCount = 0;
   };
-  std::vector<Term> terms;            ///< distinct terms in the order of their first row
-  std::vector<std::uint32_t> rows;    ///< row numbers, ascending within a term
-  std::vector<std::uint32_t> slots;   ///< hash table: position in `terms` plus 1, 0 for empty; a power of two
-  std::vector<std::uint64_t> gate;    ///< bit n: a term of n bytes begins like this; bit 63: a longer one
-  std::vector<std::size_t> longTerms; ///< distinct lengths of 63 bytes and more, ascending
-  std::size_t maxLength = 0;          ///< bytes of the longest term
-  bool hasShort[3] = {};              ///< a term of 0, 1 or 2 bytes exists
+  std::vector<Term> terms;             ///< distinct terms in the order of their first row
+  std::vector<std::uint32_t> rows;     ///< row numbers, ascending within a term
+  std::vector<std::uint32_t> slots;    ///< hash table: position in `terms` plus 1, 0 for empty; a power of two
+  std::vector<std::uint64_t> gate;     ///< bit n: a term of n bytes begins like this; bit 63: a longer one
+  std::vector<std::size_t> longTerms;  ///< distinct lengths of 63 bytes and more, ascending
+  std::size_t maxLength = 0;           ///< bytes of the longest term
+  bool hasShort[3] = {};               ///< a term of 0, 1 or 2 bytes exists
 };
 
 /// Indexes the terms of `records` at the given row numbers, which are ascending.

@@ -93,10 +93,10 @@ ActivitySignals readActivitySignals(const CelebrityTitle& title) {
   const auto says = [&](Words words, Words wordsEn) {
     return containsAny(title.raw, words) || containsAny(title.compactEnglish, wordsEn);
   };
-  return {says(kConcertWords, kConcertWordsEn), says(kAirportWords, kAirportWordsEn),
+  return {says(kConcertWords, kConcertWordsEn),   says(kAirportWords, kAirportWordsEn),
           says(kRoadshowWords, kRoadshowWordsEn), says(kFanWords, kFanWordsEn),
-          says(kVarietyWords, kVarietyWordsEn), says(kBrandWords, kBrandWordsEn),
-          says(kFashionWords, kFashionWordsEn), says(kCityWords, kCityWordsEn),
+          says(kVarietyWords, kVarietyWordsEn),   says(kBrandWords, kBrandWordsEn),
+          says(kFashionWords, kFashionWordsEn),   says(kCityWords, kCityWordsEn),
           containsAny(title.raw, kPosterWords)};
 }
 
@@ -122,15 +122,13 @@ struct KindLabel {
   bool candidate;  ///< the label competes as a candidate of its own
 };
 
+// clang-format off: one row a line
 constexpr KindLabel kKindLabels[] = {
-    {"creator", "网红达人", false},
-    {"influencer", "网红达人", false},
-    {"model", "明星模特", true},
-    {"athlete", "体育明星", false},
-    {"singer", "明星歌手", true},
-    {"actor", "明星演员", true},
+    {"creator", "网红达人", false}, {"influencer", "网红达人", false}, {"model", "明星模特", true},
+    {"athlete", "体育明星", false}, {"singer", "明星歌手", true},      {"actor", "明星演员", true},
     {"idol", "明星偶像", true},
 };
+// clang-format on
 
 const KindLabel* findKindLabel(std::string_view kind) {
   for (const KindLabel& row : kKindLabels) {
@@ -234,10 +232,12 @@ struct ConfidenceRow {
 
 constexpr int kAnyMargin = -100;  // below every difference of two scores
 
+// clang-format off: one row a line
 constexpr ConfidenceRow kConfidenceRows[] = {
-    {100, 8, 0.99, "high"}, {96, 6, 0.96, "high"},           {90, 4, 0.9, "high"},
-    {78, 2, 0.78, "medium"}, {64, kAnyMargin, 0.64, "medium"}, {0, kAnyMargin, 0.52, "low"},
+    {100, 8, 0.99, "high"},           {96, 6, 0.96, "high"},        {90, 4, 0.9, "high"}, {78, 2, 0.78, "medium"},
+    {64, kAnyMargin, 0.64, "medium"}, {0, kAnyMargin, 0.52, "low"},
 };
+// clang-format on
 
 void rateConfidence(CelebrityBadge* badge) {
   const int top = badge->candidates[0].score;

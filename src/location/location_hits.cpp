@@ -36,8 +36,8 @@ constexpr std::string_view kHintsEurope[] = {
 };
 
 constexpr std::string_view kHintsAsia[] = {
-    "japan",   "tokyo", "korea",     "seoul",    "busan",        "thailand",
-    "bangkok", "bali",  "singapore", "malaysia", "kuala lumpur", "vietnam", "dubai",
+    "japan", "tokyo",     "korea",    "seoul",        "busan",   "thailand", "bangkok",
+    "bali",  "singapore", "malaysia", "kuala lumpur", "vietnam", "dubai",
 };
 
 struct Region {
@@ -143,10 +143,10 @@ bool regionAllowed(std::string_view section, Search* search) {
 
 /// Where the title first names what the row is looked up by; nothing if it doesn't. English database rows are looked up
 /// by their alias, all others by their label: a native row by its first character, an English one by its first word.
-std::optional<std::size_t> lookupPlace(const IndexRecord& record, LocationSource source, bool english,
-                                       Search* search) {
+std::optional<std::size_t> lookupPlace(const IndexRecord& record, LocationSource source, bool english, Search* search) {
   makePlaces(search);
-  const bool byTerm = english && (source == LocationSource::kDatabaseNative || source == LocationSource::kDatabaseEnglish);
+  const bool byTerm =
+      english && (source == LocationSource::kDatabaseNative || source == LocationSource::kDatabaseEnglish);
   const std::string_view name = byTerm ? record.term : record.fields[location_field::kLabel];
   if (name.empty()) return std::nullopt;
   if (english) {
@@ -171,7 +171,8 @@ bool isCuratedToo(const LocationView& view, const IndexRecord& record, Search* s
     appendEqualRows(sectionTermIndex(table, Section::kLocation), record.term, &numbers);
     for (const std::uint32_t number : numbers) {
       const IndexRecord& other = table.records[number];
-      if (other.section == "location" && !other.fields.empty()) entry->second.insert(other.fields[location_field::kCode]);
+      if (other.section != "location" || other.fields.empty()) continue;
+      entry->second.insert(other.fields[location_field::kCode]);
     }
   }
   return entry->second.contains(record.fields[location_field::kCode]);
@@ -180,7 +181,8 @@ bool isCuratedToo(const LocationView& view, const IndexRecord& record, Search* s
 LocationHit makeHit(const IndexRecord& record, LocationSource source, bool english, const TitleTexts& title) {
   LocationHit hit{&record, source, kNotFoundIndex, 0, 0, 0};
   const std::string_view text = english ? title.compactEnglish : title.compactRaw;
-  if (const auto position = containsTerm(text, record.term)) hit.firstIndex = countCharacters(text.substr(0, *position));
+  const auto position = containsTerm(text, record.term);
+  if (position) hit.firstIndex = countCharacters(text.substr(0, *position));
   const std::uint64_t termChars = countCharacters(record.term);
   hit.labelChars = countCharacters(record.fields[location_field::kLabel]);
   hit.matchChars = isDatabase(hit) ? termChars : hit.labelChars;
@@ -207,8 +209,8 @@ void addHit(const LocationView& view, const IndexRecord& record, bool overlay, s
   const bool english = record.fields[location_field::kLang] == "en";
   const LocationSource source = sourceFromName(record.fields[location_field::kSource]);
   if (english && record.section == "location-base") return;
-  if (english && std::find(std::begin(kCommonWordTerms), std::end(kCommonWordTerms), record.term) !=
-                     std::end(kCommonWordTerms)) {
+  if (english &&
+      std::find(std::begin(kCommonWordTerms), std::end(kCommonWordTerms), record.term) != std::end(kCommonWordTerms)) {
     return;
   }
   if (!regionAllowed(record.section, search)) return;
@@ -248,8 +250,7 @@ std::vector<LocationHit> findLocationHits(const LocationView& view, const TitleT
     addHits(view, table.records, sectionTermIndex(table, Section::kLocation), false, &search, &ordered);
   }
   addHits(view, view.overlayRecords, view.overlayIndex, true, &search, &ordered);
-  std::sort(ordered.begin(), ordered.end(),
-            [](const OrderedHit& a, const OrderedHit& b) { return a.order < b.order; });
+  std::sort(ordered.begin(), ordered.end(), [](const OrderedHit& a, const OrderedHit& b) { return a.order < b.order; });
   std::vector<LocationHit> hits;
   hits.reserve(ordered.size());
   for (const OrderedHit& entry : ordered) hits.push_back(entry.hit);

@@ -94,7 +94,8 @@ using Codes = std::vector<std::string_view>;
 
 /// Adds the code unless it is there or three are.
 void addCode(std::string_view code, Codes* codes) {
-  if (codes->size() < kMaxCodes && std::find(codes->begin(), codes->end(), code) == codes->end()) codes->push_back(code);
+  const bool known = std::find(codes->begin(), codes->end(), code) != codes->end();
+  if (!known && codes->size() < kMaxCodes) codes->push_back(code);
 }
 
 /// Sights whose names are common words; a title that names them beside a famous place means them.
@@ -133,8 +134,8 @@ Codes codesFromGroups(const std::vector<LocationGroup>& groups) {
   return codes;
 }
 
-/// The hits that lie inside no longer one. A hit is inside another exactly if the other one's span covers its own and is
-/// not the same span; so with the spans sorted by begin, the longer first, only the farthest end so far matters.
+/// The hits that lie inside no longer one. A hit is inside another exactly if the other one's span covers its own and
+/// is not the same span; so with the spans sorted by begin, the longer first, only the farthest end so far matters.
 std::vector<LocationHit> dropNestedHits(std::vector<LocationHit> hits) {
   const auto end = [](const LocationHit& hit) { return hit.firstIndex + hit.matchChars; };
   std::stable_sort(hits.begin(), hits.end(), [&](const LocationHit& a, const LocationHit& b) {
@@ -146,8 +147,8 @@ std::vector<LocationHit> dropNestedHits(std::vector<LocationHit> hits) {
     std::size_t same = i;
     while (same < hits.size() && hits[same].firstIndex == hits[i].firstIndex && end(hits[same]) == end(hits[i])) ++same;
     const bool nested = i > 0 && farthest >= end(hits[i]);
-    if (!nested) kept.insert(kept.end(), hits.begin() + static_cast<std::ptrdiff_t>(i),
-                             hits.begin() + static_cast<std::ptrdiff_t>(same));
+    const auto span = [&](std::size_t position) { return hits.begin() + static_cast<std::ptrdiff_t>(position); };
+    if (!nested) kept.insert(kept.end(), span(i), span(same));
     farthest = std::max(farthest, end(hits[i]));
     i = same;
   }
@@ -168,7 +169,8 @@ Codes codesFromPlaces(const std::vector<LocationHit>& hits) {
 }
 
 /// One hit of any other class silences the database, and with it all that was chosen by score.
-Codes selectCodes(const std::vector<LocationHit>& hits, const std::vector<LocationGroup>& groups, std::string_view raw) {
+Codes selectCodes(const std::vector<LocationHit>& hits, const std::vector<LocationGroup>& groups,
+                  std::string_view raw) {
   Codes curated;
   for (const LocationHit& hit : hits) {
     if (!isDatabase(hit)) addCode(codeOf(hit), &curated);
@@ -212,8 +214,8 @@ std::string joinLabels(std::string_view country, const std::string& place) {
   return label.append(" · ").append(place);
 }
 
-/// Hits of the primary code are all that is shown, and among them countries come behind all else: so it takes the best of
-/// either, and no order of the whole list.
+/// Hits of the primary code are all that is shown, and among them countries come behind all else: so it takes the best
+/// of either, and no order of the whole list.
 LocationMeta describe(const std::vector<LocationHit>& hits, std::string_view primaryCode) {
   const LocationHit* placeHit = bestHit(hits, primaryCode, false);
   const LocationHit* countryHit = bestHit(hits, primaryCode, true);

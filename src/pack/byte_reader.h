@@ -15,7 +15,8 @@ struct ByteReader {
   std::size_t size = 0;
 };
 
-/// Cuts `count` bytes off the front. False, with nothing changed, if fewer are left. The one bounds check of all readers.
+/// Cuts `count` bytes off the front. False, with nothing changed, if fewer are left. The one bounds check of all
+/// readers.
 inline bool takeBytes(ByteReader& reader, std::uint64_t count, const std::uint8_t** bytes) {
   if (count > reader.size) return false;
   *bytes = reader.data;

@@ -52,8 +52,8 @@ bool runDecryption(EVP_CIPHER_CTX* context, ByteSpan ciphertext, ByteSpan additi
     return false;
   }
   if (!ciphertext.empty()) {
-    if (EVP_DecryptUpdate(context, plaintext->data(), &total, ciphertext.data(),
-                          static_cast<int>(ciphertext.size())) != 1) {
+    if (EVP_DecryptUpdate(context, plaintext->data(), &total, ciphertext.data(), static_cast<int>(ciphertext.size())) !=
+        1) {
       return false;
     }
   }

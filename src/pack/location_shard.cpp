@@ -79,11 +79,11 @@ bool appendLocationShard(const RulePackDocument& document, std::vector<IndexReco
   if (!parseLocationShard(document.data, &rows, error)) return false;
   for (const LocationShardRow& row : rows) {
     const bool english = row.englishFlag == 1;
-    records->push_back({document.name,
-                        std::string(row.alias),
-                        {std::string(row.code), english ? "location-db-en" : "location-db-native",
-                         formatNumber(row.weight), std::string(row.label), english ? "en" : "zh",
-                         std::string(row.countryLabel)}});
+    records->push_back(
+        {document.name,
+         std::string(row.alias),
+         {std::string(row.code), english ? "location-db-en" : "location-db-native", formatNumber(row.weight),
+          std::string(row.label), english ? "en" : "zh", std::string(row.countryLabel)}});
   }
   return true;
 }

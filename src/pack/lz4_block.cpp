@@ -23,8 +23,8 @@ bool takeLength(ByteReader& input, std::uint64_t tokenLength, std::uint64_t* len
   return true;
 }
 
-/// Appends `length` bytes from `offset` bytes behind the end. The match may overlap the bytes that it makes: what is there
-/// is copied, then twice as much, and so on, which gives the bytes that copying one at a time gives.
+/// Appends `length` bytes from `offset` bytes behind the end. The match may overlap the bytes that it makes: what is
+/// there is copied, then twice as much, and so on, which gives the bytes that copying one at a time gives.
 void appendMatch(SecureBytes* output, std::size_t offset, std::size_t length) {
   const std::size_t begin = output->size() - offset;
   std::size_t end = output->size();

@@ -11,8 +11,8 @@ namespace {
 
 constexpr std::size_t kMaxPathLength = 4096;
 
-/// The path with A to Z lowered, or empty if it holds a unit above 127. Folding more than ASCII would depend on the file
-/// system, so what can't be folded is turned away as a whole.
+/// The path with A to Z lowered, or empty if it holds a unit above 127. Folding more than ASCII would depend on the
+/// file system, so what can't be folded is turned away as a whole.
 fs::path::string_type foldAscii(const fs::path& path) {
   fs::path::string_type folded = path.native();
   for (auto& unit : folded) {

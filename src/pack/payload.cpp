@@ -23,8 +23,8 @@ constexpr std::string_view kSemanticIndexName = "semantic-binary-index-v1";
 
 /// In the order of `documentType`, which counts from 1.
 constexpr std::string_view kDocumentTypeNames[] = {
-    "scene-lexicon", "human-language", "star-manifest",  "star-shard",             "location-meta",
-    "location-shard", "bundled-patch", "semantic-index", "semantic-facet-lexicon",
+    "scene-lexicon", "human-language", "star-manifest",          "star-shard", "location-meta", "location-shard",
+    "bundled-patch", "semantic-index", "semantic-facet-lexicon",
 };
 
 struct Document {

@@ -32,9 +32,9 @@ HumanMatch matchHumanRow(const IndexRecord& human, const TitleTexts& title) {
   match.plain = isPlainToken(human.term);
   match.rawHit = !match.plain && containsTerm(title.compactRaw, human.term).has_value();
   match.englishHit = match.plain && matchesWordRun(title.english, human.term);
-  match.any = human.fields.size() >= human_field::kCount &&
-              (match.rawHit || match.englishHit || human.term == title.compactRaw ||
-               human.term == title.compactEnglish);
+  match.any =
+      human.fields.size() >= human_field::kCount &&
+      (match.rawHit || match.englishHit || human.term == title.compactRaw || human.term == title.compactEnglish);
   return match;
 }
 
@@ -76,9 +76,9 @@ void promoteWholeTitle(SceneCandidates* candidates, const TitleTexts& title) {
   for (SceneCandidate& candidate : candidates->rows) {
     if (!isTagged(*candidate.record) || candidate.order.rank == 0) continue;
     if (!equalsWholeText(*candidate.record, title)) continue;
-    const bool better = best == nullptr || candidate.order.rank > best->order.rank ||
-                        (candidate.order.rank == best->order.rank &&
-                         candidate.record->term.size() > best->record->term.size());
+    const bool better =
+        best == nullptr || candidate.order.rank > best->order.rank ||
+        (candidate.order.rank == best->order.rank && candidate.record->term.size() > best->record->term.size());
     if (better) best = &candidate;
   }
   // A swap of two places, not a rotation: the former first row goes to the place of the promoted one.

@@ -81,8 +81,8 @@ std::vector<std::uint32_t> possibleHumanRows(const RecordTable& table, const Tit
 /// True for the ranks of "compound", "conflict" and "short".
 bool isOverrideRank(std::int32_t rank);
 
-/// Appends the row that a human phrase or an identity implies: the key, detail, kind and language given, no priority, and
-/// the scene's data from its master row.
+/// Appends the row that a human phrase or an identity implies: the key, detail, kind and language given, no priority,
+/// and the scene's data from its master row.
 void addMadeUpRow(SceneCandidates* candidates, std::string_view section, std::string_view term, std::string_view key,
                   std::string_view detail, std::string_view kind, std::string_view lang, const IndexRecord& master);
 

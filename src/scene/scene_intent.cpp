@@ -59,8 +59,7 @@ SceneAnswer resolveSceneIntent(const RecordTable& table, const TitleTexts& title
 
   const auto& [top, order] = candidates->rows.front();
   answer.sceneKey = fieldOrEmpty(*top, scene_field::kKey);
-  answer.sceneDetail =
-      chooseDetail(*candidates, title, answer.sceneKey, fieldOrEmpty(*top, scene_field::kDetail));
+  answer.sceneDetail = chooseDetail(*candidates, title, answer.sceneKey, fieldOrEmpty(*top, scene_field::kDetail));
   answer.hit = IntentHit{top->term, fieldOrEmpty(*top, scene_field::kLang), order.rank, order.score,
                          makeSceneEntry(*top, answer.sceneKey, answer.sceneDetail)};
   return answer;

@@ -16,9 +16,9 @@ struct CreatorIdentity {
 };
 
 constexpr CreatorIdentity kCreatorIdentityTable[] = {
-    {"food_creator", "food", "restaurant dining"},   {"travel_creator", "travel", "travel diary"},
-    {"beauty_creator", "beauty", "outfit styling"},  {"fashion_creator", "beauty", "outfit styling"},
-    {"gaming_creator", "show", "gaming creator"},    {"streamer", "show", "creator spotlight"},
+    {"food_creator", "food", "restaurant dining"},  {"travel_creator", "travel", "travel diary"},
+    {"beauty_creator", "beauty", "outfit styling"}, {"fashion_creator", "beauty", "outfit styling"},
+    {"gaming_creator", "show", "gaming creator"},   {"streamer", "show", "creator spotlight"},
 };
 
 /// The fixed score of a travel scene that no row gave.
@@ -73,8 +73,8 @@ bool addHumanRow(const BatchLexicon& lexicon, const IndexRecord& human, const Ti
   if (!match.any) return false;
   const std::string& sceneKey = human.fields[human_field::kSceneKey];
   if (sceneKey.empty()) return true;
-  const bool exact = (match.rawHit && human.term == title.compactRaw) ||
-                     (match.englishHit && human.term == title.compactEnglish);
+  const bool exact =
+      (match.rawHit && human.term == title.compactRaw) || (match.englishHit && human.term == title.compactEnglish);
   if (const IndexRecord* master = findMaster(lexicon, sceneKey)) {
     addMadeUpRow(candidates, human.section, match.rawHit ? title.compactRaw : title.compactEnglish, sceneKey,
                  human.fields[human_field::kDetail], exact ? "short" : "conflict", match.plain ? "en" : "zh", *master);
@@ -102,8 +102,9 @@ void gatherCreatorIdentities(const BatchLexicon& lexicon, const TitleTexts& titl
         facet.fields[facet_field::kLang] != "en") {
       continue;
     }
-    const auto identity = std::find_if(std::begin(kCreatorIdentityTable), std::end(kCreatorIdentityTable),
-                                       [&](const auto& row) { return row.facetKey == facet.fields[facet_field::kFacetKey]; });
+    const auto identity =
+        std::find_if(std::begin(kCreatorIdentityTable), std::end(kCreatorIdentityTable),
+                     [&](const auto& row) { return row.facetKey == facet.fields[facet_field::kFacetKey]; });
     if (identity == std::end(kCreatorIdentityTable)) continue;
     if (const IndexRecord* master = findMaster(lexicon, identity->sceneKey)) {
       addMadeUpRow(candidates, {}, facet.term, identity->sceneKey, identity->detail, "compound", "en", *master);

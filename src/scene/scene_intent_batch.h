@@ -1,8 +1,8 @@
 // Scene intent for a list of titles: the bulk path, with overlays, creator identities and the travel inference.
 //
-// The plan is that of scene_intent.h (gather, sort, promote, choose the detail), the gathering is stricter: rows of kind
-// "short" must be the whole title, rows that are not English are held against the raw title only, and a plain alias of
-// such a row inside an all-ASCII title doesn't count.
+// The plan is that of scene_intent.h (gather, sort, promote, choose the detail), the gathering is stricter: rows of
+// kind "short" must be the whole title, rows that are not English are held against the raw title only, and a plain
+// alias of such a row inside an all-ASCII title doesn't count.
 #pragma once
 
 #include <memory>
@@ -19,10 +19,10 @@ namespace corvenda {
 
 /// The rows that a batch reads, in the order in which they speak: base pack, caller's overlay, overlay pack.
 struct BatchLexicon {
-  std::shared_ptr<const LoadedPack> base;         ///< scene, human and facet rows
-  std::vector<IndexRecord> overlayRecords;        ///< scene rows of the caller
-  std::shared_ptr<const LoadedPack> overlayPack;  ///< scene rows; may be null
-  TermIndex overlayIndex;                         ///< over `overlayRecords`
+  std::shared_ptr<const LoadedPack> base;                                   ///< scene, human and facet rows
+  std::vector<IndexRecord> overlayRecords;                                  ///< scene rows of the caller
+  std::shared_ptr<const LoadedPack> overlayPack;                            ///< scene rows; may be null
+  TermIndex overlayIndex;                                                   ///< over `overlayRecords`
   std::unordered_map<std::string_view, const IndexRecord*> overlayMasters;  ///< first master row by scene key
 };
 

@@ -67,8 +67,8 @@ bool prepare(napi_env env, napi_value object, const BatchOptions& options, Batch
                       &failure->error)) {
     return false;
   }
-  // Read while only the base pack's rows are there: a caller's override takes its scene's data from the base pack or from
-  // the caller's own categories, never from the overlay pack.
+  // Read while only the base pack's rows are there: a caller's override takes its scene's data from the base pack or
+  // from the caller's own categories, never from the overlay pack.
   if (hasProperty(env, object, "sceneOverlay")) {
     readSceneLexicon(env, getProperty(env, object, "sceneOverlay"), &lexicon.base->table, &lexicon.overlayRecords);
   }
@@ -98,7 +98,8 @@ bool prepare(napi_env env, napi_value object, const BatchOptions& options, Batch
   if (!ensureLocationView(overlayPackPath, overlayRecords, &failure->error)) return false;
   const std::lock_guard lock(semanticCache().semanticCacheMutex);
   data->view = semanticCache().baseSlot.view;
-  // Another thread may have filled the slot in between. Its pack's view is not made yet, and this batch finds no places.
+  // Another thread may have filled the slot in between. Its pack's view is not made yet, and this batch finds no
+  // places.
   if (data->view == nullptr) data->view = std::make_shared<const LocationView>();
   return true;
 }
@@ -116,8 +117,8 @@ bool readCase(napi_env env, napi_value element, TitleTexts* title, Failure* fail
   return true;
 }
 
-/// Reads all titles. The length is read anew for each, since a getter may change it. This comes before the lock is taken:
-/// a getter of a case is the caller's own code and may call the addon.
+/// Reads all titles. The length is read anew for each, since a getter may change it. This comes before the lock is
+/// taken: a getter of a case is the caller's own code and may call the addon.
 bool readCases(napi_env env, napi_value cases, std::vector<TitleTexts>* titles, Failure* failure) {
   std::uint32_t length = 0;
   for (std::uint32_t i = 0; settled(env, napi_get_array_length(env, cases, &length)) && i < length; ++i) {

@@ -57,8 +57,8 @@ double sceneRowScore(const IndexRecord& record, std::string_view searchText, std
 /// The score of a "detail" row in the compacted title of its language; nothing if its term does not occur there.
 std::optional<double> detailRowScore(const IndexRecord& record, std::string_view text);
 
-/// The parts of which all scores of terms are made. How early a term stands: `full` at the start of the text, one less for
-/// each character in front, never below 0. How long it is: a factor a character, up to a cap.
+/// The parts of which all scores of terms are made. How early a term stands: `full` at the start of the text, one less
+/// for each character in front, never below 0. How long it is: a factor a character, up to a cap.
 double earlyScore(double full, std::uint64_t prefixCharacters);
 double lengthScore(std::string_view term, double factor, double cap);
 
@@ -71,8 +71,8 @@ struct SceneRowOrder {
 
 SceneRowOrder sceneRowOrder(const IndexRecord& record, std::string_view searchText, std::string_view positionText);
 
-/// The strict order of candidates: higher rank, longer term in bytes, higher score, lesser term in bytes. A score that is
-/// NaN counts as the lowest, so that the order stays strict whatever a pack holds.
+/// The strict order of candidates: higher rank, longer term in bytes, higher score, lesser term in bytes. A score that
+/// is NaN counts as the lowest, so that the order stays strict whatever a pack holds.
 bool sceneRowBefore(const SceneRowOrder& a, const SceneRowOrder& b);
 
 }  // namespace corvenda

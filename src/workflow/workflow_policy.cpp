@@ -9,31 +9,31 @@ namespace {
 using Words = std::span<const std::string_view>;
 
 constexpr std::string_view kAssetContextWordsZh[] = {
-    "素材", "照片", "图片", "视频", "项目", "文件", "资料", "数据",   "模型",   "样本",   "版本", "交付",
-    "备份", "导出", "导入", "剪辑", "调色", "成片", "安装包", "压缩包", "数据库", "词库",   "脚本", "测试",
+    "素材", "照片", "图片", "视频", "项目", "文件", "资料",   "数据",   "模型",   "样本", "版本", "交付",
+    "备份", "导出", "导入", "剪辑", "调色", "成片", "安装包", "压缩包", "数据库", "词库", "脚本", "测试",
 };
 
 // Words are searched as plain substrings: "test" is in "latest" and "data" in "metadata", and that is meant.
 constexpr std::string_view kAssetContextWordsEn[] = {
-    "asset", "assets", "material", "materials", "project", "file",    "files",   "data",     "dataset", "model",
-    "backup", "export", "import",  "edit",      "editing", "deliver", "delivery", "package", "build",   "test",
+    "asset",  "assets", "material", "materials", "project", "file",    "files",    "data",    "dataset", "model",
+    "backup", "export", "import",   "edit",      "editing", "deliver", "delivery", "package", "build",   "test",
 };
 
 constexpr std::string_view kHardContextWordsZh[] = {
-    "素材整理", "素材检查", "素材备份", "素材归档", "素材待审", "照片整理", "照片备份",   "图片整理", "视频整理",
-    "项目整理", "项目交付", "项目打包", "项目报价", "项目提案", "项目资料", "项目备份",   "项目归档", "项目确认",
+    "素材整理", "素材检查", "素材备份",   "素材归档", "素材待审", "照片整理", "照片备份", "图片整理", "视频整理",
+    "项目整理", "项目交付", "项目打包",   "项目报价", "项目提案", "项目资料", "项目备份", "项目归档", "项目确认",
     "项目待审", "客户资料", "客户确认版", "客户项目", "客户交付", "客户报价", "数据恢复", "数据同步", "数据标注",
-    "数据集",   "数据备份", "训练数据", "训练模型", "模型训练", "模型数据", "模型样本",   "测试数据", "测试样本",
-    "测试项目", "文件整理", "文件备份", "最终版",   "确认版",   "无水印版", "最终交付",   "交付",     "导出",
-    "导入",     "备份",     "归档",     "压缩包",   "报价表",   "素材库",   "训练集",
+    "数据集",   "数据备份", "训练数据",   "训练模型", "模型训练", "模型数据", "模型样本", "测试数据", "测试样本",
+    "测试项目", "文件整理", "文件备份",   "最终版",   "确认版",   "无水印版", "最终交付", "交付",     "导出",
+    "导入",     "备份",     "归档",       "压缩包",   "报价表",   "素材库",   "训练集",
 };
 
 constexpr std::string_view kHardContextWordsEn[] = {
-    "asset",   "assets",  "material", "materials", "project",    "projects",   "file",       "files",    "folder",
-    "folders", "data",    "dataset",  "datasets",  "model",      "models",     "backup",     "backups",  "archive",
-    "archives", "export", "exports",  "import",    "imports",    "deliver",    "delivery",   "deliverables", "package",
-    "build",   "test",    "tests",    "testing",   "classifier", "regression", "label",      "labels",   "csv",
-    "cache",   "version", "versions", "final",     "raw",
+    "asset",    "assets",  "material", "materials", "project",    "projects",   "file",     "files",        "folder",
+    "folders",  "data",    "dataset",  "datasets",  "model",      "models",     "backup",   "backups",      "archive",
+    "archives", "export",  "exports",  "import",    "imports",    "deliver",    "delivery", "deliverables", "package",
+    "build",    "test",    "tests",    "testing",   "classifier", "regression", "label",    "labels",       "csv",
+    "cache",    "version", "versions", "final",     "raw",
 };
 
 // "home" and "business" are absent on purpose: their own rules below can allow a title that carries a hard word.
@@ -72,7 +72,9 @@ bool containsAny(std::string_view text, Words words) {
                      [&](std::string_view word) { return text.find(word) != std::string_view::npos; });
 }
 
-bool equalsAny(std::string_view text, Words words) { return std::find(words.begin(), words.end(), text) != words.end(); }
+bool equalsAny(std::string_view text, Words words) {
+  return std::find(words.begin(), words.end(), text) != words.end();
+}
 
 struct Verdict {
   bool suppressed;
@@ -121,10 +123,10 @@ Verdict judge(const WorkflowTitle& title, bool asset, bool hard) {
 
 WorkflowDecision evaluateWorkflowPolicy(const WorkflowTitle& title) {
   WorkflowDecision decision;
-  decision.hasAssetWorkflowContext = containsAny(title.raw, kAssetContextWordsZh) ||
-                                     containsAny(title.normalizedEnglish, kAssetContextWordsEn);
-  decision.hasHardWorkflowContext = containsAny(title.raw, kHardContextWordsZh) ||
-                                    containsAny(title.normalizedEnglish, kHardContextWordsEn);
+  decision.hasAssetWorkflowContext =
+      containsAny(title.raw, kAssetContextWordsZh) || containsAny(title.normalizedEnglish, kAssetContextWordsEn);
+  decision.hasHardWorkflowContext =
+      containsAny(title.raw, kHardContextWordsZh) || containsAny(title.normalizedEnglish, kHardContextWordsEn);
   const Verdict verdict = judge(title, decision.hasAssetWorkflowContext, decision.hasHardWorkflowContext);
   decision.suppressed = verdict.suppressed;
   decision.reason = verdict.reason;
