@@ -374,5 +374,39 @@ TEST(LocationResolver, SameAsThePlainWalk) {
   EXPECT_GT(severalByScore, 200);
 }
 
+TEST(LocationView, IsMadeAnewForAnotherKey) {
+  SemanticError error;
+  semanticCache().baseSlot = {};
+  EXPECT_FALSE(ensureLocationView("", {}, &error));
+  EXPECT_EQ(error.message, "semantic rule-pack cache is unavailable");
+  semanticCache().baseSlot = {true, {}, 0, 0, std::make_shared<LoadedPack>(), nullptr};
+  const IndexRecord a{"location-overlay", "a", {}};
+  const IndexRecord b{"location-overlay", "b", {}};
+  SemanticCacheSlot& overlaySlot = semanticCache().overlaySlot;
+  std::shared_ptr<const LocationView> last;
+  const auto isMadeAnew = [&](const std::string& path, const std::vector<const IndexRecord*>& rows) {
+    EXPECT_TRUE(ensureLocationView(path, rows, nullptr));
+    const std::shared_ptr<const LocationView> before = last;
+    last = semanticCache().baseSlot.view;
+    return last != before;
+  };
+  EXPECT_TRUE(isMadeAnew("", {}));
+  EXPECT_FALSE(isMadeAnew("", {}));
+  EXPECT_TRUE(isMadeAnew("", {&a, &b}));
+  EXPECT_TRUE(isMadeAnew("", {&b, &a}));
+  EXPECT_TRUE(isMadeAnew("p", {&b, &a}));
+  EXPECT_TRUE(isMadeAnew("./p", {&b, &a})) << "the path is the caller's text";
+  overlaySlot.fileSize = 1;
+  EXPECT_TRUE(isMadeAnew("./p", {&b, &a}));
+  overlaySlot.lastWriteTime = 1;
+  EXPECT_TRUE(isMadeAnew("./p", {&b, &a}));
+  EXPECT_FALSE(isMadeAnew("./p", {&b, &a}));
+  EXPECT_TRUE(isMadeAnew("", {&b, &a}));
+  overlaySlot.fileSize = 2;
+  EXPECT_FALSE(isMadeAnew("", {&b, &a})) << "without a path the overlay's slot doesn't count";
+  overlaySlot = {};
+  semanticCache().baseSlot = {};
+}
+
 }  // namespace
 }  // namespace corvenda
