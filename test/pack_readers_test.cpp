@@ -72,7 +72,10 @@ void putDocument(Bytes* payload, std::uint8_t type, std::uint8_t encoding, std::
   payload->insert(payload->end(), data.begin(), data.end());
 }
 
-const Bytes kIndex = indexOf({{5, {}}, {4, {term("x", {})}}, {3, {}}, {2, {term("movienight", {"show", ""})}},
+const Bytes kIndex = indexOf({{5, {}},
+                              {4, {term("x", {})}},
+                              {3, {}},
+                              {2, {term("movienight", {"show", ""})}},
                               {1, {term("火锅", {"food", "", "1"}), term("b", {"", ""}), term("火锅", {})}}});
 
 Bytes goodPayload() {
@@ -126,7 +129,8 @@ TEST(BinaryIndex, RowsInFileOrder) {
   SemanticError error;
   std::vector<IndexRecord> records = {{"kept", "kept", {}}};
   ASSERT_TRUE(parseBinaryIndex(kIndex, &pack, &error, &records)) << error.message;
-  const std::map<std::string, std::uint32_t> counts = {{"celebrity", 0}, {"facet", 0}, {"human", 1}, {"location", 1}, {"scene", 3}};
+  const std::map<std::string, std::uint32_t> counts = {
+      {"celebrity", 0}, {"facet", 0}, {"human", 1}, {"location", 1}, {"scene", 3}};
   EXPECT_EQ(pack.sectionCounts, counts);
   EXPECT_EQ(pack.indexVersion, 3);
   EXPECT_EQ(pack.indexSectionCount, 5);
@@ -144,7 +148,11 @@ TEST(BinaryIndex, RowsInFileOrder) {
 
 TEST(BinaryIndex, LengthsAtTheirLimits) {
   const std::string longest(65535, 'a');
-  const Bytes index = indexOf({{1, {term(longest, {longest, ""}), term("b", std::vector<std::string>(65535))}}, {2, {}}, {3, {}}, {4, {}}, {5, {}}});
+  const Bytes index = indexOf({{1, {term(longest, {longest, ""}), term("b", std::vector<std::string>(65535))}},
+                               {2, {}},
+                               {3, {}},
+                               {4, {}},
+                               {5, {}}});
   RulePack pack;
   std::vector<IndexRecord> records;
   ASSERT_TRUE(parseBinaryIndex(index, &pack, nullptr, &records));
@@ -162,9 +170,11 @@ TEST(BinaryIndex, TruncatedAnywhere) {
     std::vector<IndexRecord> records;
     ASSERT_FALSE(parseBinaryIndex(cut, &pack, &error, &records)) << size;
     // Every section declares its length, so a cut is met at a section's header, never inside a term.
-    EXPECT_EQ(error.message, size < 16                      ? "semantic binary index magic is invalid"
-                             : error.message.find("trunc") != std::string::npos ? "semantic binary index section header is truncated"
-                                                            : "semantic binary index section header is invalid")
+    std::size_t section = 16;
+    while (section + 16 <= size && section + 16 + kIndex[section + 8] <= size) section += 16U + kIndex[section + 8];
+    EXPECT_EQ(error.message, size < 16             ? "semantic binary index magic is invalid"
+                             : section + 16 > size ? "semantic binary index section header is truncated"
+                                                   : "semantic binary index section header is invalid")
         << size;
     EXPECT_EQ(pack.indexVersion, 0) << "a failed parse stores nothing";
     EXPECT_TRUE(pack.sectionCounts.empty());
@@ -179,7 +189,8 @@ TEST(Payload, WalksEveryDocument) {
   Bytes payload = goodPayload();
   ASSERT_TRUE(parseRulePackPayload(payload, &pack, &error, &shards, &records)) << error.message;
   EXPECT_EQ(pack.documentCount, 3U);
-  const std::map<std::string, std::uint32_t> counts = {{"location-shard", 1}, {"scene-lexicon", 1}, {"semantic-index", 1}};
+  const std::map<std::string, std::uint32_t> counts = {
+      {"location-shard", 1}, {"scene-lexicon", 1}, {"semantic-index", 1}};
   EXPECT_EQ(pack.documentCounts, counts);
   EXPECT_EQ(records.size(), 5U);
   EXPECT_TRUE(shards.empty()) << "only encoding 2 is kept";
@@ -202,9 +213,12 @@ TEST(Payload, TruncatedAnywhere) {
     RulePack pack;
     SemanticError error;
     ASSERT_FALSE(parseRulePackPayload(cut, &pack, &error, nullptr, nullptr)) << size;
-    EXPECT_EQ(error.message, size < 8 ? "semantic rule-pack payload magic is invalid"
-                             : error.message.find("trunc") != std::string::npos ? "semantic rule-pack document header is truncated"
-                                                                               : "semantic rule-pack document bounds are invalid")
+    std::size_t document = 8;
+    const auto length = [&] { return 40U + payload[document + 2] + payload[document + 4]; };
+    while (document + 40 <= size && document + length() <= size) document += length();
+    EXPECT_EQ(error.message, size < 8               ? "semantic rule-pack payload magic is invalid"
+                             : document + 40 > size ? "semantic rule-pack document header is truncated"
+                                                    : "semantic rule-pack document bounds are invalid")
         << size;
     EXPECT_EQ(pack.documentCount, 0U);
     EXPECT_TRUE(pack.documentCounts.empty());
@@ -216,7 +230,8 @@ TEST(Payload, NoByteOfADocumentsDataChangesUnseen) {
   // What no digest covers: the types, and encoding and name of the two plain documents (the index's are fixed).
   const std::size_t third = payload.size() - 40 - 11 - 5;
   const auto isFree = [&](std::size_t at) {
-    return at == 8 || at == 9 || (at >= 48 && at < 54) || at == 55 || at == third || at == third + 1 || (at >= third + 40 && at < third + 51);
+    return at == 8 || at == 9 || (at >= 48 && at < 54) || at == 55 || at == third || at == third + 1 ||
+           (at >= third + 40 && at < third + 51);
   };
   for (std::size_t at = 0; at < payload.size(); ++at) {
     for (const int change : {0x01, 0x02, 0x80, 0xFF}) {
@@ -227,17 +242,6 @@ TEST(Payload, NoByteOfADocumentsDataChangesUnseen) {
       const bool parsed = parseRulePackPayload(changed, &pack, nullptr, nullptr, &records);
       EXPECT_FALSE(parsed && !isFree(at)) << at;
     }
-  }
-}
-
-TEST(Payload, AWrongIndexDocumentFailsWithoutWords) {
-  for (const auto& [encoding, name] : {std::pair{1, "semantic-binary-index-v1"}, {2, "semantic-binary-index-v2"}, {2, "s"}}) {
-    Bytes payload = bytesOf(std::string_view("SRP1\1\0\1\0", 8));
-    putDocument(&payload, 8, static_cast<std::uint8_t>(encoding), name, kIndex);
-    RulePack pack;
-    SemanticError error;
-    EXPECT_FALSE(parseRulePackPayload(payload, &pack, &error, nullptr, nullptr));
-    EXPECT_EQ(error.message, "");
   }
 }
 
@@ -266,11 +270,23 @@ TEST(MetadataScanner, StringFields) {
     std::string text;
     const char* expected;  // null: no field
   } rows[] = {
-      {R"({"k":"v"})", "v"},          {R"("k":"")", ""},          {R"({"k": "v"})", nullptr}, {R"({"k" :"v"})", nullptr},
-      {R"({"k":1})", nullptr},        {R"({"k":"v)", nullptr},    {R"("k":")", nullptr},      {R"({"kk":"v"})", nullptr},
-      {R"({"k":"a\n"})", nullptr},    {"\"k\":\"a\x1F\"", nullptr}, {"\"k\":\"a \x7F\xC3\"", "a \x7F\xC3"},
-      {R"("x":"\"k":"in","k":"out")", "in"}, {R"("k":"a\"b","k":"c")", nullptr}, {R"("k":"first","k":"second")", "first"},
-      {R"("k":"k":"v")", "k"},        {"", nullptr},              {std::string("\"k\":\"a\0\"", 8), nullptr},
+      {R"({"k":"v"})", "v"},
+      {R"("k":"")", ""},
+      {R"({"k": "v"})", nullptr},
+      {R"({"k" :"v"})", nullptr},
+      {R"({"k":1})", nullptr},
+      {R"({"k":"v)", nullptr},
+      {R"("k":")", nullptr},
+      {R"({"kk":"v"})", nullptr},
+      {R"({"k":"a\n"})", nullptr},
+      {"\"k\":\"a\x1F\"", nullptr},
+      {"\"k\":\"a \x7F\xC3\"", "a \x7F\xC3"},
+      {R"("x":"\"k":"in","k":"out")", "in"},
+      {R"("k":"a\"b","k":"c")", nullptr},
+      {R"("k":"first","k":"second")", "first"},
+      {R"("k":"k":"v")", "k"},
+      {"", nullptr},
+      {std::string("\"k\":\"a\0\"", 8), nullptr},
   };
   for (const auto& row : rows) {
     std::string value = "unchanged";
@@ -284,11 +300,24 @@ TEST(MetadataScanner, UintFields) {
     const char* text;
     std::int64_t expected;  // -1: no field
   } rows[] = {
-      {R"({"k":0})", 0},          {R"("k":4294967295)", 4294967295}, {R"("k":4294967296)", -1},  {R"("k":18446744073709551617)", -1},
-      {R"("k":99999999999999999999999999999)", -1}, {R"("k":0000000000000000000000000007)", 7},   {R"("k":1.5)", 1},
-      {R"("k":1e9)", 1},          {R"("k":-1)", -1},                 {R"("k":+1)", -1},          {R"("k": 1)", -1},
-      {R"("k":"1")", -1},         {R"("k":)", -1},                   {R"("k":a)", -1},           {R"("k":"1","k":2)", -1},
-      {R"("k":3,"k":4)", 3},      {R"("k":12)", 12},                 {R"("kk":1)", -1},
+      {R"({"k":0})", 0},
+      {R"("k":4294967295)", 4294967295},
+      {R"("k":4294967296)", -1},
+      {R"("k":18446744073709551617)", -1},
+      {R"("k":99999999999999999999999999999)", -1},
+      {R"("k":0000000000000000000000000007)", 7},
+      {R"("k":1.5)", 1},
+      {R"("k":1e9)", 1},
+      {R"("k":-1)", -1},
+      {R"("k":+1)", -1},
+      {R"("k": 1)", -1},
+      {R"("k":"1")", -1},
+      {R"("k":)", -1},
+      {R"("k":a)", -1},
+      {R"("k":"1","k":2)", -1},
+      {R"("k":3,"k":4)", 3},
+      {R"("k":12)", 12},
+      {R"("kk":1)", -1},
   };
   for (const auto& row : rows) {
     std::uint32_t value = 77;
@@ -344,17 +373,6 @@ TEST(PackFile, ReadsOnlyRegularFilesWithinTheLimits) {
     EXPECT_EQ(bytes.size(), row.expected == nullptr ? 40U : 0U) << row.path;
   }
   fs::remove_all(folder);
-}
-
-TEST(SecureMemory, WipesWhatItGivesBack) {
-  // The block's bytes are looked at through an allocator that keeps them: freed memory may not be read.
-  std::uint8_t block[64];
-  std::fill(std::begin(block), std::end(block), std::uint8_t{0xAA});
-  secureWipe(block + 1, 62);
-  secureWipe(block, 0);
-  EXPECT_EQ(block[0], 0xAA);
-  EXPECT_EQ(block[63], 0xAA);
-  EXPECT_TRUE(std::all_of(block + 1, block + 63, [](std::uint8_t byte) { return byte == 0; }));
 }
 
 }  // namespace

@@ -50,9 +50,13 @@ Numbers asked(Append append, const Indexed& in, std::string_view text) {
 }
 
 void compareAll(const Indexed& in, const std::string& text) {
-  EXPECT_EQ(asked(appendContainedRows, in, text), naive(in, [&](const std::string& term) { return containsTerm(text, term).has_value(); })) << text;
+  EXPECT_EQ(asked(appendContainedRows, in, text),
+            naive(in, [&](const std::string& term) { return containsTerm(text, term).has_value(); }))
+      << text;
   EXPECT_EQ(asked(appendEqualRows, in, text), naive(in, [&](const std::string& term) { return term == text; })) << text;
-  EXPECT_EQ(asked(appendWordRunRows, in, text), naive(in, [&](const std::string& term) { return matchesWordRun(text, term); })) << text;
+  EXPECT_EQ(asked(appendWordRunRows, in, text),
+            naive(in, [&](const std::string& term) { return matchesWordRun(text, term); }))
+      << text;
 }
 
 TEST(TermIndex, EveryLengthAroundItsLimits) {
@@ -64,10 +68,10 @@ TEST(TermIndex, EveryLengthAroundItsLimits) {
     if (length > 4 && length < 60) continue;
     if (length > 70 && length < 120) continue;
     if (length > 135 && length < 299) continue;
-    terms.push_back(text.substr(0, length));                         // at the start
-    terms.push_back(text.substr(text.size() - length));              // at the end
+    terms.push_back(text.substr(0, length));                           // at the start
+    terms.push_back(text.substr(text.size() - length));                // at the end
     terms.push_back(text.substr((text.size() - length) / 2, length));  // in between
-    terms.push_back(text.substr(0, length) + '!');                   // nowhere
+    terms.push_back(text.substr(0, length) + '!');                     // nowhere
   }
   for (const std::uint32_t step : {1U, 2U, 3U}) {
     Indexed in;
@@ -81,10 +85,14 @@ TEST(TermIndex, EveryLengthAroundItsLimits) {
 }
 
 TEST(TermIndex, RandomTermsInRandomTexts) {
-  // Small alphabets, so that terms are found, overlap, nest, repeat and collide: one of bytes, one of characters, one of
-  // words whose joints fall everywhere.
+  // Small alphabets, so that terms are found, overlap, nest, repeat and collide: one of bytes, one of characters, one
+  // of words whose joints fall everywhere.
   const std::vector<std::vector<std::string>> alphabets = {
-      {"a", "b"}, {"a", "b", "c", " "}, {"火", "锅", "店", "a"}, {"\x80", "\xFF", "\xC3", std::string("\0", 1)}, {"ab", "ba ", " a", "b", "  "},
+      {"a", "b"},
+      {"a", "b", "c", " "},
+      {"火", "锅", "店", "a"},
+      {"\x80", "\xFF", "\xC3", std::string("\0", 1)},
+      {"ab", "ba ", " a", "b", "  "},
   };
   std::mt19937 random(20);  // NOLINT(cert-msc51-cpp): the same texts at every run
   const auto below = [&](std::size_t limit) { return random() % limit; };
@@ -126,9 +134,10 @@ RecordTable& fill(RecordTable& table) {
   auto detail = master;
   detail[3] = "detail";
   table.records = {
-      {"scene", "锅", shorter},     {"location", "北京", {}},         {"scene", "火", detail},    {"location-cn", "北", {}},
-      {"scene", "火锅", master},    {"location-overlay", "火锅", {}}, {"scene", "火锅", {"x"}},   {"locations", "北京", {}},
-      {"scene", "火锅店", master},  {"human", "火锅", {}},            {"celebrity-overlay", "火锅", {}}, {"celebrity", "火锅", {}},
+      {"scene", "锅", shorter},  {"location", "北京", {}},          {"scene", "火", detail},
+      {"location-cn", "北", {}}, {"scene", "火锅", master},         {"location-overlay", "火锅", {}},
+      {"scene", "火锅", {"x"}},  {"locations", "北京", {}},         {"scene", "火锅店", master},
+      {"human", "火锅", {}},     {"celebrity-overlay", "火锅", {}}, {"celebrity", "火锅", {}},
   };
   return table;
 }
@@ -140,23 +149,31 @@ TEST(RecordTable, FiltersBySectionAndTerm) {
     bool contains;
     Numbers expected;
   } rows[] = {
-      {Section::kScene, "火锅", true, {0, 2, 4, 6}},   {Section::kScene, "火锅", false, {4, 6}},
-      {Section::kScene, "吃火", true, {2}},            {Section::kScene, "火", true, {2}},
-      {Section::kScene, "", true, {}},                 {Section::kHuman, "火锅店", true, {9}},
-      {Section::kCelebrity, "火锅", true, {11}},       {Section::kFacet, "火锅", true, {}},
-      {Section::kLocation, "北京火锅", true, {1, 3, 5}}, {Section::kLocation, "北京", false, {1}},
+      {Section::kScene, "火锅", true, {0, 2, 4, 6}},
+      {Section::kScene, "火锅", false, {4, 6}},
+      {Section::kScene, "吃火", true, {2}},
+      {Section::kScene, "火", true, {2}},
+      {Section::kScene, "", true, {}},
+      {Section::kHuman, "火锅店", true, {9}},
+      {Section::kCelebrity, "火锅", true, {11}},
+      {Section::kFacet, "火锅", true, {}},
+      {Section::kLocation, "北京火锅", true, {1, 3, 5}},
+      {Section::kLocation, "北京", false, {1}},
   };
   RecordTable table;
   fill(table);
   const auto numbersOf = [&](const std::vector<const IndexRecord*>& records) {
     Numbers numbers;
-    for (const IndexRecord* record : records) numbers.push_back(static_cast<std::uint32_t>(record - table.records.data()));
+    for (const IndexRecord* record : records)
+      numbers.push_back(static_cast<std::uint32_t>(record - table.records.data()));
     return numbers;
   };
-  for (const auto& row : rows) EXPECT_EQ(numbersOf(filterRecords(table, row.section, row.text, row.contains)), row.expected) << row.text;
+  for (const auto& row : rows)
+    EXPECT_EQ(numbersOf(filterRecords(table, row.section, row.text, row.contains)), row.expected) << row.text;
   EXPECT_EQ(sectionRowNumbers(table, Section::kLocation), (Numbers{1, 3, 5}));
   EXPECT_EQ(numbersOf(sectionRecords(table, Section::kScene)), (Numbers{0, 2, 4, 6, 8}));
-  EXPECT_EQ(sceneMasterRows(table), (std::map<std::string_view, std::uint32_t>{{"food", 4}})) << "the first whole category row";
+  EXPECT_EQ(sceneMasterRows(table), (std::map<std::string_view, std::uint32_t>{{"food", 4}}))
+      << "the first whole category row";
 }
 
 TEST(RecordTable, SectionNames) {
@@ -164,7 +181,8 @@ TEST(RecordTable, SectionNames) {
     ASSERT_TRUE(sectionFromName(name));
     EXPECT_TRUE(isInSection(name, *sectionFromName(name)));
   }
-  for (const char* name : {"", "Scene", "scenes", "location-", "location-cn", "celebrity-overlay"}) EXPECT_FALSE(sectionFromName(name)) << name;
+  for (const char* name : {"", "Scene", "scenes", "location-", "location-cn", "celebrity-overlay"})
+    EXPECT_FALSE(sectionFromName(name)) << name;
   EXPECT_TRUE(isInSection("location-", Section::kLocation));
   EXPECT_FALSE(isInSection("location_cn", Section::kLocation));
   EXPECT_FALSE(isInSection("scene-cn", Section::kScene));
