@@ -16,7 +16,7 @@ napi_value undefinedValue(napi_env env) {
 }
 
 void throwIfNonePending(napi_env env, ErrorKind kind, std::string_view message) {
-  // Looks needless, and is not: see the head of border.h.
+  // The exception that is pending is the one to be seen.
   if (isExceptionPending(env)) return;
   napi_value text = nullptr;
   napi_value error = nullptr;

@@ -3,9 +3,9 @@
 // The addon is built without C++ exceptions, so a Node-API call that fails leaves a JavaScript exception pending and
 // the code runs on. Two rules follow and are kept here and nowhere else:
 //
-// - Never throw while an exception is pending: node-addon-api then aborts the process. A getter among the options that
-//   throws is enough to get there. The throw helpers do nothing in that case, and the caller of the addon sees the
-//   getter's own exception.
+// - Never throw over a pending exception. node-addon-api's own way to throw then aborts the process, and a getter among
+//   the options that throws is enough to get there. Everything that throws goes through here: plain Node-API calls,
+//   made only if nothing is pending, so that the caller of the addon sees the getter's own exception.
 // - Once a call has failed, all that follow fail too (in a worker that is being terminated, for instance). Loops over
 //   many values leave at the first failure instead of running on.
 #pragma once
