@@ -9,8 +9,8 @@
 
 namespace corvenda {
 
-/// The fields of a manifest as read, in the order of the file's description. "version" and "signatureEncoding" are
-/// checked and not kept.
+/// The fields of a manifest as read, in the order of the file's description. "signatureEncoding" is checked and
+/// not kept.
 struct DeltaManifest {
   std::string schema;
   std::uint32_t version = 0;

@@ -32,8 +32,9 @@ struct LookupCandidate {
 /// language the only entry is "??", 26.
 int genericTermPenalty(std::string_view term, std::string_view lang);
 
-/// early + (length + weight), less the penalty; may be negative. `sceneRowScore` with two differences: it works with
-/// any number of fields (a row without a language counts as "zh"), and it subtracts the penalty.
+/// early + (length + weight), less the penalty; may be negative. Not `sceneRowScore`: it works with any number of
+/// fields (a row without a language counts as "zh"), a weight that is no number counts as 0 and leaves the rest of the
+/// score, and there is one text for position and characters.
 double lookupRowScore(const IndexRecord& record, std::string_view text);
 
 /// early + length + 6 for a row of kind "detail", else 0. Unlike `detailRowScore` it has a value for a term that does
