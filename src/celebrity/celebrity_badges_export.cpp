@@ -118,14 +118,14 @@ napi_value makeCaseResult(napi_env env, const CelebrityTitle& title, const std::
 
 /// The results of all cases, or null with an exception pending or the message of a refused pack in `error`. Reading a
 /// case runs the caller's code, so nothing is locked here; the loop ends at the first failed step.
-napi_value resolveCases(napi_env env, const CelebrityOptions& options, std::uint32_t* count, SemanticError* error) {
+napi_value resolveCases(napi_env env, const CelebrityOptions& options, SemanticError* error) {
   const napi_value results = makeArray(env);
   // Loaded for the first title that isn't blank, and kept for the call.
   std::shared_ptr<const LoadedPack> pack;
-  for (; *count < arrayLength(env, options.cases); ++*count) {
+  for (std::uint32_t i = 0; i < arrayLength(env, options.cases); ++i) {
     const Napi::HandleScope scope(env);
     napi_value element = nullptr;
-    if (!settled(env, napi_get_element(env, options.cases, *count, &element))) return nullptr;
+    if (!settled(env, napi_get_element(env, options.cases, i, &element))) return nullptr;
     const CelebrityTitle title = readTitle(env, element);
     if (pack == nullptr && !isBlankTitle(title) &&
         !RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &pack, error)) {
@@ -134,7 +134,7 @@ napi_value resolveCases(napi_env env, const CelebrityOptions& options, std::uint
     // Behind the load: a getter that throws ends the call no sooner than any other failure of a result.
     if (isExceptionPending(env)) return nullptr;
     const auto rows = findCelebrities(title, options.overlay, pack == nullptr ? nullptr : &pack->table);
-    if (!setElement(env, results, *count, makeCaseResult(env, title, rows))) return nullptr;
+    if (!setElement(env, results, i, makeCaseResult(env, title, rows))) return nullptr;
   }
   return results;
 }
@@ -154,12 +154,11 @@ Napi::Value exports::resolveCelebrityBadgeBatch(const Napi::CallbackInfo& info) 
     return refuse(env, ErrorKind::kError, error.message);
   }
   buildTermIndex(options.overlay.rows, &options.overlay.index);
-  std::uint32_t count = 0;
-  const napi_value results = resolveCases(env, options, &count, &error);
+  const napi_value results = resolveCases(env, options, &error);
   if (results == nullptr) return refuse(env, ErrorKind::kError, error.message);
   const napi_value result = makeObject(env);
   setBoolean(env, result, "ok", true);
-  setNumber(env, result, "count", count);
+  setNumber(env, result, "count", arrayLength(env, options.cases));
   setValue(env, result, "results", results);
   return {env, result};
 }

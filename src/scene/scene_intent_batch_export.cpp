@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <mutex>
 
 #include "addon/border.h"
@@ -47,7 +48,7 @@ bool readOptions(napi_env env, napi_value object, BatchOptions* options, Failure
   }
   options->cases = getProperty(env, object, "cases");
   if (!isArray(env, options->cases)) return fail(&failure->error, "cases must be an array");
-  settled(env, napi_get_array_length(env, options->cases, &options->caseCount));
+  options->caseCount = arrayLength(env, options->cases);
   if (options->caseCount > kMaxCases) {
     return failAs(failure, ErrorKind::kRangeError, "cases exceeds the batch limit");
   }
@@ -83,6 +84,12 @@ bool prepare(napi_env env, napi_value object, const BatchOptions& options, Batch
                         &failure->error)) {
       return false;
     }
+  }
+  // The getters of the overlay options are the caller's own code and may have loaded another pack: the base slot has to
+  // hold this one when the view is made. The rows stay those of the first load.
+  std::shared_ptr<const LoadedPack> again;
+  if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &again, &failure->error)) {
+    return false;
   }
   std::vector<IndexRecord> locationOverlay;
   if (hasProperty(env, object, "locationOverlay")) {
@@ -120,8 +127,7 @@ bool readCase(napi_env env, napi_value element, TitleTexts* title, Failure* fail
 /// Reads all titles. The length is read anew for each, since a getter may change it. This comes before the lock is
 /// taken: a getter of a case is the caller's own code and may call the addon.
 bool readCases(napi_env env, napi_value cases, std::vector<TitleTexts>* titles, Failure* failure) {
-  std::uint32_t length = 0;
-  for (std::uint32_t i = 0; settled(env, napi_get_array_length(env, cases, &length)) && i < length; ++i) {
+  for (std::uint32_t i = 0; i < arrayLength(env, cases); ++i) {
     const Napi::HandleScope scope(env);
     napi_value element = nullptr;
     settled(env, napi_get_element(env, cases, i, &element));
@@ -130,17 +136,50 @@ bool readCases(napi_env env, napi_value cases, std::vector<TitleTexts>* titles, 
   return true;
 }
 
+/// What one title was resolved to. The answer points into the title, the candidates and the rows.
+struct CaseAnswer {
+  SceneCandidates candidates;
+  LocationAnswer location;
+  SceneAnswer scene;
+};
+
+/// Titles that are resolved under one lock. Small enough that a worker which is terminated meanwhile ends within a
+/// millisecond or two, and that few answers are held at a time.
+constexpr std::size_t kCasesPerLock = 256;
+
+/// Resolves the titles from `begin` on. The mutex is held for this alone and not while objects are made: setting a
+/// property can run a setter that somebody put on Object.prototype, and that may call the addon.
+std::size_t resolveCases(const BatchData& data, const std::vector<TitleTexts>& titles, std::size_t begin,
+                         std::vector<CaseAnswer>* answers) {
+  const std::lock_guard lock(semanticCache().semanticCacheMutex);
+  const std::size_t end = std::min(begin + kCasesPerLock, titles.size());
+  for (std::size_t i = begin; i < end; ++i) {
+    CaseAnswer& answer = (*answers)[i - begin];
+    answer.location = resolveLocation(*data.view, titles[i]);
+    answer.scene = resolveBatchScene(data.lexicon, titles[i], answer.location.found, &answer.candidates);
+  }
+  return end;
+}
+
 /// Sets one case's result at its index. False at the first step that fails: in a worker that is being terminated every
 /// call does, and the batch must end then.
-bool setCaseResult(napi_env env, napi_value results, std::uint32_t index, const BatchData& data,
-                   const TitleTexts& title, SceneCandidates* candidates) {
+bool setCaseResult(napi_env env, napi_value results, std::size_t index, const CaseAnswer& answer) {
   const Napi::HandleScope scope(env);
-  const LocationAnswer location = resolveLocation(*data.view, title);
-  const SceneAnswer scene = resolveBatchScene(data.lexicon, title, location.found, candidates);
   const napi_value result = makeObject(env);
   return setBoolean(env, result, "ok", true) && setText(env, result, "sceneContract", kSceneContract) &&
-         setLocation(env, result, location) && setSceneAnswer(env, result, scene) &&
-         settled(env, napi_set_element(env, results, index, result));
+         setLocation(env, result, answer.location) && setSceneAnswer(env, result, answer.scene) &&
+         setElement(env, results, index, result);
+}
+
+bool setResults(napi_env env, napi_value results, const BatchData& data, const std::vector<TitleTexts>& titles) {
+  std::vector<CaseAnswer> answers(std::min(kCasesPerLock, titles.size()));
+  for (std::size_t begin = 0; begin < titles.size();) {
+    const std::size_t end = resolveCases(data, titles, begin, &answers);
+    for (; begin < end; ++begin) {
+      if (!setCaseResult(env, results, begin, answers[begin % kCasesPerLock])) return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace
@@ -156,21 +195,13 @@ Napi::Value exports::resolveSceneIntentBatch(const Napi::CallbackInfo& info) {
       !readCases(env, options.cases, &titles, &failure)) {
     return refuse(env, failure.kind, failure.error.message);
   }
-  const std::lock_guard lock(semanticCache().semanticCacheMutex);
   napi_value results = nullptr;
   settled(env, napi_create_array_with_length(env, options.caseCount, &results));
-  SceneCandidates candidates;
-  for (std::size_t i = 0; i < titles.size(); ++i) {
-    if (!setCaseResult(env, results, static_cast<std::uint32_t>(i), data, titles[i], &candidates)) {
-      return info.Env().Null();
-    }
-  }
-  std::uint32_t count = 0;
-  settled(env, napi_get_array_length(env, options.cases, &count));
+  if (!setResults(env, results, data, titles)) return info.Env().Null();
   const napi_value result = makeObject(env);
   setBoolean(env, result, "ok", true);
   setText(env, result, "sceneContract", kSceneContract);
-  setNumber(env, result, "count", count);
+  setNumber(env, result, "count", arrayLength(env, options.cases));
   setValue(env, result, "results", results);
   return {env, result};
 }
