@@ -1,7 +1,8 @@
 // The command klrx: sources into rows, findings with their places, and the command line itself.
 import assert from 'node:assert/strict';
-import { execFileSync } from 'node:child_process';
+import { execFileSync, spawn } from 'node:child_process';
 import { generateKeyPairSync } from 'node:crypto';
+import { once } from 'node:events';
 import { copyFileSync, existsSync, linkSync, mkdtempSync, readdirSync, readFileSync, realpathSync, rmSync, symlinkSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -400,3 +401,13 @@ test('inspect and verify with the addon itself', (t) =>
     const refused = await klrx('verify m.json patch.klrx', addon);
     assert.deepEqual([refused.status, refused.err], [1, 'klrx: m.json: semantic delta manifest pack digest or size mismatch\n']);
   }));
+
+test('a reader that stops early, as head does, changes neither the status nor what else is said', async () => {
+  for (const [argument, closed, expected] of [['--help', 'stdout', 0], ['bulid', 'stderr', 2]]) {
+    const child = spawn(process.execPath, [new URL('../tools/klrx.mjs', import.meta.url).pathname, argument]);
+    child[closed].destroy();
+    let said = '';
+    for (const stream of [child.stdout, child.stderr]) stream.on('data', (text) => (said += text));
+    assert.deepEqual([...(await once(child, 'close')), said], [expected, null, '']);
+  }
+});

@@ -3,6 +3,14 @@
 
 import { run } from './lib/commands.mjs';
 
+// Whoever reads the output may stop early, as `head` does. The rest has no reader then, but the work goes on to its own
+// end and status.
+for (const stream of [process.stdout, process.stderr]) {
+  stream.on('error', (error) => {
+    if (error.code !== 'EPIPE') throw error;
+  });
+}
+
 process.exitCode = await run(process.argv.slice(2), {
   out: (text) => process.stdout.write(text),
   err: (text) => process.stderr.write(text),
