@@ -1,82 +1,86 @@
-// Compressed packs: blocks of an independent encoder, and malformed ones, met through the whole load. The digest of the
-// payload is compared behind the decoder, so a payload that gets past it was decoded to the last byte.
+// The LZ4 block decoder, met through the whole load. The digest of the payload is compared behind the decoder, so a block
+// that gets past both was decoded to the last byte.
 import assert from 'node:assert/strict';
 import { createHash } from 'node:crypto';
 import { createRequire } from 'node:module';
 import { test } from 'node:test';
 
 import { addon } from './support/addon.mjs';
+import { thrownBy } from './support/outcome.mjs';
 import { indexDocument, writePack } from './support/packs.mjs';
 import { buildPayload } from '../tools/index.mjs';
 
 const { compressSync } = createRequire(import.meta.url)('lz4-napi');
-
-const compression = 'lz4-block-v1';
 /** The encoder puts four bytes of length in front of its block. */
 const blockOf = (bytes) => compressSync(bytes).subarray(4);
-const inspect = (recipe) => addon.inspectRulePack(writePack({ ...recipe, metadata: { compression } }));
+const inspect = (payload, stored) => addon.inspectRulePack(writePack({ payload, stored, metadata: { compression: 'lz4-block-v1' } }));
 
-/** Bytes that don't compress: a hash chain, the same in every run. */
-function noise(size) {
-  const bytes = Buffer.alloc(size);
-  let block = createHash('sha256').update('noise').digest();
-  for (let at = 0; at < size; at += block.length) {
-    block.copy(bytes, at);
-    block = createHash('sha256').update(block).digest();
+const [LITERALS, OFFSET, TRUNCATED, LENGTH] = ['literal bounds are invalid', 'match offset is invalid', 'match offset is truncated',
+  'match length is truncated'].map((fault) => `Error: semantic LZ4 ${fault}`);
+/** Past the decoder and the digest: all that these payloads lack is their magic. */
+const DECODED = 'Error: semantic rule-pack payload magic is invalid';
+
+const bytes = (text) => Buffer.from(text, 'latin1');
+/** A length behind its token: extension bytes up to the first below 255. */
+const extension = (length) => (length < 15 ? '' : '\xff'.repeat((length - 15) / 255) + String.fromCharCode((length - 15) % 255));
+const token = (literals, match) => String.fromCharCode(Math.min(literals, 15) << 4 | Math.min(match, 15));
+const sequence = (text, offset, length) => token(text.length, length - 4) + extension(text.length) + text
+  + String.fromCharCode(offset & 255, offset >> 8) + extension(length - 4);
+
+test('blocks by hand', () => {
+  const [fourteen, long] = ['abcdefghijklmn', `z${'y'.repeat(299)}`];
+  const table = [
+    ['one empty sequence', '\0', ''],
+    ['14 literals, the most without extension', `\xe0${fourteen}`, fourteen],
+    ['15 literals take an extension byte of 0', `\xf0\0${fourteen}o`, `${fourteen}o`],
+    ['270 literals: 15 + 255 + 0', `\xf0\xff\0${'x'.repeat(270)}`, 'x'.repeat(270)],
+    ['a match, then nothing: wider than the format', '\x14a\x01\0', 'aaaaaaaaa'],
+    ['an offset of two bytes', sequence(long, 300, 4), `${long}zyyy`],
+    ['19 bytes of match take an extension byte of 0', '\x1fa\x01\0\0', 'a'.repeat(20)],
+    ['offset 0', '\x10a\0\0', OFFSET],
+    ['a match with nothing made yet', '\0\x01\0', OFFSET],
+    ['one too far, judged before the length', '\x1fa\x02\0', OFFSET],
+    ['no byte behind a match extension of 255', '\x1fa\x01\0\xff', LENGTH],
+  ];
+  for (const [why, block, expected] of table) {
+    const fails = expected.startsWith('Error');
+    assert.equal(thrownBy(() => inspect(bytes(fails ? '' : expected), bytes(block))), fails ? expected : DECODED, why);
   }
-  return bytes;
-}
+  assert.throws(() => inspect(bytes('a'), bytes('\x20ab')), { message: 'semantic rule-pack payload digest is invalid' });
+});
 
-const MB = 1 << 20;
-const words = ['火锅', 'street food', '旅行日记', 'hotpot', '\n', '上海', 'Paris ', '0'];
-const text = Buffer.from(Array.from(noise(3 * MB), (byte, i) => words[(byte ^ (i >> 12)) & 7]).join('')).subarray(0, 16 * MB);
+test('matches that overlap what they make are like bytes copied one by one', () => {
+  let [block, expected] = ['', ''];
+  for (let offset = 1; offset <= 40; offset += 1) {
+    for (const length of [4, 5, 18, 19, 20, 31, 33, 64, 100, 272, 273, 274, 1000]) {
+      const literals = String.fromCharCode(...Array.from({ length: offset }, (_, i) => 33 + (i * 7 + length) % 90));
+      block += sequence(literals, offset, length);
+      expected += literals;
+      for (let i = 0; i < length; i += 1) expected += expected.at(-offset);
+    }
+  }
+  assert.equal(thrownBy(() => inspect(bytes(expected), bytes(block))), DECODED);
+});
+
+test('a block cut off anywhere', () => {
+  const block = `${sequence('0123456789abcdef', 16, 6)}${sequence('wxyz', 5, 277)}\x20pq`;
+  // What each length from 1 on is: whole (.), or cut in its Literals, its Offset or the length of its Match.
+  const outcomes = { '.': 'Error: semantic rule-pack payload digest is invalid', L: LITERALS, O: TRUNCATED, M: LENGTH };
+  assert.deepEqual(Array.from(block, (_, i) => thrownBy(() => inspect(bytes(''), bytes(block.slice(0, i + 1))))),
+    Array.from('LLLLLLLLLLLLLLLLL.O.LLLL.OMM.LL.', (outcome) => outcomes[outcome]));
+});
 
 test('blocks of an independent encoder', () => {
-  const table = [
-    ['tiny', Buffer.from('a')],
-    ['runs of one byte, longer than any extension byte', Buffer.alloc(70_000, 'x')],
-    ['offsets up to 65535', Buffer.concat([noise(65_500), noise(65_500)])],
-    ['incompressible', noise(MB)],
-    ['16 MB of words', text],
-    ['16 MB of zeros', Buffer.alloc(16 * MB)],
-    ['16 MB, incompressible', noise(16 * MB)],
-  ];
-  for (const [name, data] of table) {
+  const MB = 1 << 20;
+  /** Bytes that don't compress, the same in every run. */
+  const noise = createHash('shake256', { outputLength: 16 * MB }).update('noise').digest();
+  const words = Buffer.from(Array.from(noise.subarray(0, 2 * MB), (byte) => ['火锅', 'street food', '旅行日记', '0'][byte & 3]).join(''));
+  const twice = Buffer.concat([noise.subarray(0, 65_500), noise.subarray(0, 65_500)]); // the farthest offsets
+  for (const data of [bytes('a'), Buffer.alloc(70_000, 'x'), twice, words, Buffer.alloc(16 * MB), noise]) {
     const payload = buildPayload([{ type: 1, encoding: 1, name: 'words', data }, indexDocument()]);
-    assert.deepEqual(inspect({ payload, stored: blockOf(payload) }).documentCounts, { 'scene-lexicon': 1, 'semantic-index': 1 }, name);
+    assert.deepEqual(inspect(payload, blockOf(payload)).documentCounts, { 'scene-lexicon': 1, 'semantic-index': 1 }, data.length);
   }
-});
-
-test('payloads that are none, decoded all the same', () => {
-  // Past the decoder and the digest: what is missed is the payload's magic.
-  const table = [
-    ['empty, as the encoder writes it', Buffer.alloc(0)],
-    ['one byte', Buffer.from('S')],
-    ['twelve bytes, literals alone', Buffer.from('abcdabcdabcd')],
-    ['a run', Buffer.alloc(1000, 'ab')],
-  ];
-  for (const [name, payload] of table) {
-    const recipe = { payload, stored: blockOf(payload) };
-    assert.throws(() => inspect(recipe), { name: 'Error', message: 'semantic rule-pack payload magic is invalid' }, name);
+  for (const payload of ['', 'S', 'abcdabcdabcd', 'ab'.repeat(500)].map(bytes)) {
+    assert.equal(thrownBy(() => inspect(payload, blockOf(payload))), DECODED);
   }
-});
-
-test('malformed blocks', () => {
-  const payload = buildPayload([{ type: 1, encoding: 1, name: 'words', data: Buffer.alloc(5000, 'word ') }, indexDocument()]);
-  const block = blockOf(payload);
-  const table = [
-    ['literal bounds are invalid', 'the last literal is missing', block.subarray(0, -1)],
-    // "SRP1" read as a token: five literals, an offset of 2; the second sequence begins with the type of the document.
-    ['match offset is invalid', 'a payload that was not compressed', payload],
-    ['match offset is truncated', 'half an offset', Buffer.from([0x10, 0x61, 1])],
-    ['match offset is invalid', 'an offset of 0', Buffer.from([0x10, 0x61, 0, 0])],
-    ['match offset is invalid', 'an offset before the beginning', Buffer.from([0x10, 0x61, 2, 0])],
-    ['match length is truncated', 'no length byte', Buffer.from([0x1f, 0x61, 1, 0])],
-  ];
-  for (const [fault, name, stored] of table) {
-    assert.throws(() => inspect({ payload, stored }), { name: 'Error', message: `semantic LZ4 ${fault}` }, name);
-  }
-  const other = blockOf(Buffer.concat([payload, Buffer.from('!')]));
-  assert.throws(() => inspect({ payload, stored: other }), { message: 'semantic rule-pack payload digest is invalid' });
-  assert.equal(inspect({ payload, stored: block }).documentCount, 2);
 });
