@@ -1,6 +1,5 @@
-// Loads packs and then reads this process's own memory: prints for each text how it was found there, "found" or "gone".
-// Input, as JSON: { binary, root, paths, texts: [[code of the first character, the rest], …] }. The texts come in two
-// pieces, so that the question is not found as its own answer.
+// Loads packs, then looks for texts in this process's own memory: prints "found" or "gone" for each. Input, as JSON:
+// { binary, root, paths, texts: [[code of the first character, the rest], …] }; in two pieces, lest the question be found.
 const { openSync, readFileSync, readSync } = require('node:fs');
 
 const { binary, root, paths, texts } = JSON.parse(readFileSync(0, 'utf8'));
@@ -8,34 +7,26 @@ const { inspectRulePack } = require(binary);
 for (const packPath of paths) {
   try {
     inspectRulePack({ packPath, allowedRoot: root });
-  } catch {
-    // Packs that are refused must leave nothing behind either.
-  }
+  } catch { /* packs that are refused must leave nothing behind either */ }
 }
 
 const needles = texts.map(([first, rest]) => ({ first, rest: Buffer.from(`\0${rest}`).subarray(1), found: false }));
 const memory = openSync('/proc/self/mem');
 const chunk = Buffer.alloc(1 << 22);
-
-function search(size) {
-  for (const needle of needles) {
-    for (let at = chunk.indexOf(needle.rest); at >= 0 && at < size; at = chunk.indexOf(needle.rest, at + 1)) {
-      if (at > 0 && chunk[at - 1] === needle.first) needle.found = true;
-    }
-  }
-  chunk.fill(0); // no copies for the next search to find
-}
-
 for (const line of readFileSync('/proc/self/maps', 'utf8').split('\n')) {
   const [begin, end] = (/^(\w+)-(\w+) rw/.exec(line) ?? []).slice(1).map((hex) => parseInt(hex, 16));
   // A region of a gigabyte is a sanitizer's shadow or a reservation of the JavaScript engine, not the heap.
   if (begin === undefined || end - begin >= 1 << 30) continue;
-  for (let at = begin; at < end; at += chunk.length - 64) {
+  for (let start = begin; start < end; start += chunk.length - 64) {
     try {
-      search(readSync(memory, chunk, 0, Math.min(chunk.length, end - at), at));
-    } catch {
-      // Guard pages and device memory can't be read.
+      readSync(memory, chunk, 0, Math.min(chunk.length, end - start), start);
+    } catch { /* guard pages and device memory can't be read */ }
+    for (const needle of needles) {
+      for (let at = chunk.indexOf(needle.rest); at >= 0; at = chunk.indexOf(needle.rest, at + 1)) {
+        if (chunk[at - 1] === needle.first) needle.found = true;
+      }
     }
+    chunk.fill(0); // no copies for the next search to find
   }
 }
 console.log(needles.map(({ found }) => (found ? 'found' : 'gone')).join(' '));

@@ -1,9 +1,8 @@
-// Packs for tests, made by the packer's own functions. A bad pack is the good recipe with one step changed and sealed
-// again, so that the fault is met at its own layer.
+// Packs for tests. A bad pack is the good recipe with one step changed and sealed again: the fault is met at its own layer.
 import { createHash } from 'node:crypto';
 import { mkdirSync, mkdtempSync, realpathSync, rmSync, utimesSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
-import { join } from 'node:path';
+import { dirname, join } from 'node:path';
 
 import { buildBinaryIndex, buildMetadata, buildPayload, sealPack } from '../../tools/index.mjs';
 
@@ -18,15 +17,12 @@ let serial = 0;
 /** Writes bytes under the root and gives the path. Without a name, each file gets one of its own. */
 export function writeFile(bytes, name = `pack-${++serial}.klrx`) {
   const path = join(root, name);
-  mkdirSync(join(path, '..'), { recursive: true });
+  mkdirSync(dirname(path), { recursive: true });
   writeFileSync(path, bytes);
   return path;
 }
 
-/**
- * Overwrites a file and gives it a last-write time of whole seconds, so that a second file of the same length and `time`
- * looks the same to a status query.
- */
+/** Overwrites a file and sets its time: to a status query, another file of the same length and `time` looks the same. */
 export function writeAt(path, bytes, time = 1_000_000_000) {
   writeFileSync(path, bytes);
   utimesSync(path, time, time);
@@ -34,30 +30,15 @@ export function writeAt(path, bytes, time = 1_000_000_000) {
 
 /** The index document of a pack with these sections: { scene: [[term, ...fields], …], human: … }. */
 export function indexDocument(sections = {}) {
-  return {
-    type: 8,
-    encoding: 2,
-    name: 'semantic-binary-index-v1',
-    data: buildBinaryIndex({
-      sections: Object.entries(sections).map(([type, rows]) => ({
-        type,
-        rows: rows.map(([term, ...fields]) => ({ term, fields })),
-      })),
-      sourceDocumentCount: 1,
-    }),
-  };
+  const rowsOf = ([type, rows]) => ({ type, rows: rows.map(([term, ...fields]) => ({ term, fields })) });
+  const data = buildBinaryIndex({ sections: Object.entries(sections).map(rowsOf), sourceDocumentCount: 1 });
+  return { type: 8, encoding: 2, name: 'semantic-binary-index-v1', data };
 }
 
 /** The metadata fields of a good base pack over `payload`. */
 export const metadataFields = (payload, changed = {}) => ({
-  schema: 'corvenda.semantic-rule-pack.v1',
-  version: 1,
-  kind: 'base',
-  keyId: 'test-v1',
-  ruleSetId: 'rules-1',
-  baseRuleSetId: 'rules-1',
-  payloadSha256: sha256Hex(payload),
-  ...changed,
+  schema: 'corvenda.semantic-rule-pack.v1', version: 1, kind: 'base', keyId: 'test-v1', ruleSetId: 'rules-1',
+  baseRuleSetId: 'rules-1', payloadSha256: sha256Hex(payload), ...changed,
 });
 
 /**
@@ -67,17 +48,12 @@ export const metadataFields = (payload, changed = {}) => ({
 export function packBytes({ sections, documents, payload, metadata, metadataText, stored, keyId } = {}) {
   const bytes = payload ?? buildPayload(documents ?? [indexDocument(sections)]);
   const fields = metadataFields(bytes, metadata);
-  return sealPack({
-    metadata: metadataText ?? buildMetadata(fields),
-    payload: stored ?? bytes,
-    keyId: keyId ?? (fields.keyId === 'release-v1' ? 'release-v1' : 'test-v1'),
-  });
+  const sealedWith = keyId ?? (fields.keyId === 'release-v1' ? 'release-v1' : 'test-v1');
+  return sealPack({ metadata: metadataText ?? buildMetadata(fields), payload: stored ?? bytes, keyId: sealedWith });
 }
 
 /** `packBytes` written to a file of its own; gives the options that name it. */
-export function writePack(recipe = {}, name) {
-  return { packPath: writeFile(packBytes(recipe), name), allowedRoot: root };
-}
+export const writePack = (recipe = {}, name) => ({ packPath: writeFile(packBytes(recipe), name), allowedRoot: root });
 
 /** A scene row as the index holds it: [term, 11 fields]. */
 export const sceneRow = (term, key, kind, { lang = 'zh', detail = '', priority = '1', weight = priority } = {}) => [
