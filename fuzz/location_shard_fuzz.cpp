@@ -26,7 +26,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   for (std::size_t i = 0; i < rows.size(); ++i) {
     const LocationShardRow& row = rows[i];
     mustHold(!row.alias.empty() && !row.code.empty() && row.englishFlag <= 1);
-    for (const std::string_view text : {row.alias, row.code, row.label, row.countryLabel}) mustHold(liesIn(document, text));
+    for (const std::string_view text : {row.alias, row.code, row.label, row.countryLabel})
+      mustHold(liesIn(document, text));
     bytes += 11 + row.code.size() + row.label.size() + row.countryLabel.size();
     if (!parsed) continue;
     const IndexRecord& record = records[i];

@@ -54,7 +54,6 @@ test('inspectSemanticDelta: failures in order', () => {
   const rows = [
     ['equal ids come before any file', { packPath: 'nowhere', baseRuleSetId: 'x', ruleSetId: 'x' }, equal],
     ['ids are compared as UTF-8, where lone surrogates are one character', { baseRuleSetId: '\ud800', ruleSetId: '\udfff' }, equal],
-    ['the load', { packPath: `${root}/none.klrx` }, 'Error: semantic rule-pack file stat is invalid'],
     ['the kind, however the ids read', { ...writePack(), ruleSetId: 'x' }, 'Error: semantic delta pack kind is not patch'],
     ['the base id', { baseRuleSetId: 'Rules-1', ruleSetId: 'x' }, 'Error: semantic delta base rule-set id does not match'],
     ['the id', { ruleSetId: 'Rules-2' }, 'Error: semantic delta rule-set id does not match'],
@@ -63,10 +62,9 @@ test('inspectSemanticDelta: failures in order', () => {
   for (const [name, more, expected] of rows) assert.equal(thrownBy(() => addon.inspectSemanticDelta({ ...good, ...more })), expected, name);
 });
 
-test('each field altered, signed again and not', () => {
+test('verifySemanticDeltaManifest: each field altered, signed again and not', () => {
   const digest = sha256Hex(bytes);
   const otherKey = generateKeyPairSync('ed25519').publicKey.export({ format: 'der', type: 'spki' });
-  const own = generateKeyPairSync('ed25519').privateKey;
   // What each of the fields comes to with its new value.
   const rows = [
     [CONTRACT, { schema: 'corvenda.semantic-delta-manifest.v2', version: 2, keyId: 'corvenda-intl-manifest-ed25519-v2' }],
@@ -86,68 +84,68 @@ test('each field altered, signed again and not', () => {
   const keys = Object.keys(JSON.parse(goodManifest));
   assert.equal(keys.length, 13);
   for (const key of keys) {
-    assert.equal(verify(goodManifest.replace(`"${key}":`, `"x${key}":`)), CONTRACT, `without ${key}`);
-    assert.equal(verify(goodManifest.replace(`"${key}":`, `"${key}": `)), CONTRACT, `a blank before ${key}`);
+    for (const other of [`"x${key}":`, `"${key}": `]) assert.equal(verify(goodManifest.replace(`"${key}":`, other)), CONTRACT, other);
   }
-  assert.equal(verify(buildManifest({ packPath, signingKey: own })), IDENTITY, 'signed with a key of one\'s own');
-  assert.equal(verify(buildManifest({ packPath, signingKey: own, fields: developmentTrust })), SIGNATURE, 'that claims the pinned one');
 });
 
-test('what the signature covers is the text rebuilt from the fields', () => {
-  const raw = Buffer.from(signature, 'base64');
-  const flipped = Buffer.from(raw).fill(raw[40] ^ 1, 40, 41);
-  const cut = signDetached(manifestText({ ...JSON.parse(goodManifest), modules: '[["a"]' })).toString('base64');
-  const signedAs = (text) => altered('signature', JSON.stringify(text));
-  const rows = [
-    ['leading zeros are signed without', altered('packBytes', `000${bytes.length}`), OK],
-    ['a fraction ends the number', altered('packBytes', `${bytes.length}.9e5`), OK],
-    ['a sign', altered('packBytes', `+${bytes.length}`), CONTRACT],
-    ['another order of keys, an extra one', `{"extra":["x"],"signature":"${signature}",${goodManifest.slice(1)}`, OK],
-    ['no braces, bytes that are no text', Buffer.from(`${goodManifest.slice(1, -1)}\0\xff`, 'latin1'), OK],
-    ['the first of two keys counts', goodManifest.replace('{', '{"packBytes":1,'), DIGEST],
-    ['also as the good one', goodManifest.replace('}', ',"packBytes":1,"modules":[-1]}'), OK],
-    ['also as no array', goodManifest.replace('{', '{"modules":"x",'), CONTRACT],
-    ['another encoding', altered('signatureEncoding', '"hex"'), CONTRACT],
-    ['an escape', altered('pack', '"patch\\u002eklrx"'), CONTRACT],
-    ['a blank inside the brackets is signed, so is any byte', buildManifest({ packPath, modules: '[ "\\"\n\x01]' }), OK],
-    ['a blank that was not signed', altered('modules', `[ ${modules}]`), SIGNATURE],
-    ['a nested array is cut at its first bracket', altered('signature', `"${cut}"`, altered('modules', '[["a"],"b"]')), OK],
-    ['modules without an end', `${goodManifest.replace(/"modules":[^,]*,/, '').slice(0, -1)},"modules":[}`, CONTRACT],
-    ['one bit', signedAs(flipped.toString('base64')), SIGNATURE],
-    ['63 bytes', signedAs(raw.subarray(1).toString('base64')), SIGNATURE],
-    ['65 bytes', signedAs(Buffer.concat([raw, Buffer.alloc(1)]).toString('base64')), SIGNATURE],
-    ['no signature', signedAs(''), SIGNATURE],
-    ['no padding', signedAs(signature.slice(0, -2)), SIGNATURE],
-    ['blanks', signedAs(`    ${signature}`), SIGNATURE],
-    ['"-" for "+"', signedAs(signature.replaceAll('+', '-')), SIGNATURE],
-    ['"_" for "/"', signedAs(signature.replaceAll('/', '_')), SIGNATURE],
-    ['spare bits are dropped', signedAs(signature.replace(/.==$/, (end) => `${String.fromCharCode(end.charCodeAt(0) + 1)}==`)), OK],
-    ['what follows the first "=" is not looked at, nor how much', signedAs(`${signature.slice(0, -1)}!????`), OK],
-  ];
-  for (const [name, text, expected] of rows) assert.equal(verify(text), expected, name);
-});
-
-test('options, paths and files, in order', () => {
+test('verifySemanticDeltaManifest: options, paths, files, fields, signature and pack, in order', () => {
   const manifestPath = writeManifest(goodManifest);
   assertRequiredOptions('verifySemanticDeltaManifest', ['manifestPath', ...Object.keys(good)], { ...good, manifestPath });
-  const inner = { manifestPath: writeFile(goodManifest, 'inner/manifest.json'), allowedRoot: join(root, 'inner') };
   const [nowhere, long] = ['nowhere', 'x'.repeat(4097)];
+  const inner = { manifestPath: writeFile(goodManifest, 'inner/manifest.json'), allowedRoot: join(root, 'inner') };
+  const [wrong, zip] = [writeFile('x'.repeat(40), 'other/patch.klrx'), writeFile(bytes, 'patch.zip')];
+  mkdirSync(join(root, 'directory.klrx'));
+  const signingKey = generateKeyPairSync('ed25519').privateKey;
+  const raw = Buffer.from(signature, 'base64');
+  const signedAs = (text, file) => altered('signature', JSON.stringify(typeof text === 'string' ? text : text.toString('base64')), file);
+  const nested = signDetached(manifestText({ ...JSON.parse(goodManifest), modules: '[["a"]' }));
+  const behind = (content, path = writeFile(content)) =>
+    [buildManifest({ packBytes: content, pack: basename(path), ...ids }), { packPath: path }];
   const rows = [
-    ['a long manifest path', '', { manifestPath: long, packPath: 'x' }, 'rule-pack path is invalid'],
-    ['a long pack path comes before the manifest', '', { manifestPath: nowhere, packPath: long }, 'rule-pack path is invalid'],
-    ['a long root too', '', { manifestPath: nowhere, allowedRoot: long }, 'rule-pack path is invalid'],
-    ['outside the root', '', { manifestPath: '/etc/passwd', packPath: 'x' }, 'delta manifest is outside the approved root'],
-    ['no manifest', '', { manifestPath: join(root, 'none') }, 'delta manifest is not a regular file'],
-    ['an empty manifest', '', {}, 'delta manifest size is invalid'],
-    ['a manifest of one byte', ' ', {}, CONTRACT],
-    ['a manifest of 131072 bytes', goodManifest.padEnd(131072), {}, OK],
-    ['a manifest of 131073 bytes', goodManifest.padEnd(131073), {}, 'delta manifest size is invalid'],
-    ['one that has a size and is not read', '', { manifestPath: '/sys/kernel/uevent_seqnum', allowedRoot: '/sys' }, 'delta manifest cannot be read'],
-    ['equal ids', buildManifest({ packPath, ruleSetId: 'rules-1' }), { ruleSetId: 'rules-1' }, IDENTITY],
-    ['a pack outside the root is hashed first', '', inner, 'rule-pack path is outside the approved root'],
-    ['a wrong pack outside the root', '', { ...inner, packPath: writeFile('x'.repeat(40), 'other/patch.klrx') }, DIGEST],
+    ['a long manifest path', 'rule-pack path is invalid', '', { manifestPath: long, packPath: 'x' }],
+    ['a long pack path comes before the manifest', 'rule-pack path is invalid', '', { manifestPath: nowhere, packPath: long }],
+    ['outside the root', 'delta manifest is outside the approved root', '', { manifestPath: '/etc/passwd', packPath: 'x' }],
+    ['no manifest', 'delta manifest is not a regular file', '', { manifestPath: join(root, 'none') }],
+    ['an unreadable one', 'delta manifest cannot be read', '', { manifestPath: '/sys/kernel/uevent_seqnum', allowedRoot: '/sys' }],
+    ['an empty one', 'delta manifest size is invalid', ''],
+    ['one of one byte', CONTRACT, ' '],
+    ['one of 131072 bytes', OK, goodManifest.padEnd(131072)],
+    ['one of 131073 bytes', 'delta manifest size is invalid', goodManifest.padEnd(131073)],
+    ['another order of keys, an extra one', OK, `{"extra":["x"],"signature":"${signature}",${goodManifest.slice(1)}`],
+    ['no braces, bytes that are no text', OK, Buffer.from(`${goodManifest.slice(1, -1)}\0\xff`, 'latin1')],
+    ['the first of two keys counts', DIGEST, goodManifest.replace('{', '{"packBytes":1,')],
+    ['also if it is no array', CONTRACT, goodManifest.replace('{', '{"modules":"x",')],
+    ['an array without an end', CONTRACT, `${goodManifest.replace(/"modules":[^,]*,/, '').slice(0, -1)},"modules":[}`],
+    ['another encoding', CONTRACT, altered('signatureEncoding', '"hex"')],
+    ['equal ids', IDENTITY, buildManifest({ packPath, ruleSetId: 'rules-1' }), { ruleSetId: 'rules-1' }],
+    ['a key of one\'s own', IDENTITY, buildManifest({ packPath, signingKey })],
+    ['one that claims to be the pinned one', SIGNATURE, buildManifest({ packPath, signingKey, fields: developmentTrust })],
+    // The signature covers the text rebuilt from the fields.
+    ['leading zeros are signed without', OK, altered('packBytes', `000${bytes.length}`)],
+    ['a blank and other bytes inside the brackets are signed', OK, buildManifest({ packPath, modules: '[ "\\"\n\x01]' })],
+    ['a blank that was not signed', SIGNATURE, altered('modules', `[ ${modules}]`)],
+    ['a nested array is cut at its first bracket', OK, signedAs(nested, altered('modules', '[["a"],"b"]'))],
+    ['one bit', SIGNATURE, signedAs(Buffer.from(raw).fill(raw[40] ^ 1, 40, 41))],
+    ['63 bytes', SIGNATURE, signedAs(raw.subarray(1))],
+    ['65 bytes', SIGNATURE, signedAs(Buffer.concat([raw, Buffer.alloc(1)]))],
+    ['no padding', SIGNATURE, signedAs(signature.slice(0, -2))],
+    ['the other alphabet', SIGNATURE, signedAs(signature.replaceAll('+', '-').replaceAll('/', '_'))],
+    ['spare bits are dropped', OK, signedAs(signature.replace(/.==$/, (end) => `${String.fromCharCode(end.charCodeAt(0) + 1)}==`))],
+    ['what follows the first "=" is not looked at, nor how much', OK, signedAs(`${signature.slice(0, -1)}!????`)],
+    // The pack is hashed before anybody asks where it lies.
+    ['a pack outside the root', 'rule-pack path is outside the approved root', '', inner],
+    ['a wrong pack outside the root', DIGEST, '', { ...inner, packPath: wrong }],
+    ['a directory', 'rule-pack file is not a regular file', ...behind(Buffer.alloc(40), join(root, 'directory.klrx'))],
+    ['no file', 'rule-pack file is not a regular file', ...behind(Buffer.alloc(40), join(root, 'none.klrx'))],
+    ['39 bytes', 'rule-pack file size is invalid', ...behind(Buffer.alloc(39))],
+    ['no pack', 'rule-pack magic is invalid', ...behind(Buffer.alloc(40))],
+    ['another extension', 'rule-pack extension is invalid', ...behind(bytes, zip)],
+    ['a load that fails without words', METADATA, ...behind(packBytes(wordless(patch().metadata)))],
+    ['a base pack', METADATA, ...behind(packBytes(patch({ kind: 'base' })))],
+    ['another base id', METADATA, ...behind(packBytes(patch({ baseRuleSetId: 'x' })))],
+    ['another id', METADATA, ...behind(packBytes(patch({ ruleSetId: 'x' })))],
   ];
-  for (const [name, text, changed, expected] of rows) assert.equal(verify(text, changed), expected, name);
+  for (const [name, expected, text, changed] of rows) assert.equal(verify(text, changed), expected, name);
 
   // A process without a file descriptor left can't open files, which holds for the superuser too.
   const script = writeFile(`
@@ -159,30 +157,11 @@ test('options, paths and files, in order', () => {
   assert.equal(spawnSync('sh', ['-c', 'ulimit -n 64 && exec "$0" "$1"', process.execPath, script]).status, 7);
 });
 
-test('the pack behind a good signature', () => {
-  mkdirSync(join(root, 'directory.klrx'));
-  const rows = [
-    ['a base pack', packBytes(patch({ kind: 'base' })), METADATA],
-    ['another base id', packBytes(patch({ baseRuleSetId: 'x' })), METADATA],
-    ['another id', packBytes(patch({ ruleSetId: 'x' })), METADATA],
-    ['a load that fails without words', packBytes(wordless(patch().metadata)), METADATA],
-    ['no pack', Buffer.alloc(40), 'rule-pack magic is invalid'],
-    ['39 bytes', Buffer.alloc(39), 'rule-pack file size is invalid'],
-    ['another extension', bytes, 'rule-pack extension is invalid', writeFile(bytes, 'patch.zip')],
-    ['a directory', Buffer.alloc(40), 'rule-pack file is not a regular file', join(root, 'directory.klrx')],
-    ['no file', Buffer.alloc(40), 'rule-pack file is not a regular file', join(root, 'none.klrx')],
-  ];
-  for (const [name, content, expected, path = writeFile(content)] of rows) {
-    assert.equal(verify(buildManifest({ packBytes: content, pack: basename(path), ...ids }), { packPath: path }), expected, name);
-  }
-});
-
 test('a refused pack stays in its slot', () => {
   const options = { packPath: writeStamped(patch({ ruleSetId: 'x' })), allowedRoot: root };
   const inspect = () => thrownBy(() => addon.inspectRulePack(options));
   assert.match(thrownBy(() => addon.inspectSemanticDelta({ ...good, ...options })), /does not match/);
-  const text = buildManifest({ packPath: options.packPath, ...ids });
-  assert.equal(verify(text, options), METADATA);
+  assert.equal(verify(buildManifest({ packPath: options.packPath, ...ids }), options), METADATA);
   spoil(options.packPath);
   assert.equal(inspect(), OK, 'a delta in the base slot');
   const pair = { basePackPath: writePack().packPath, overlayPackPath: options.packPath, allowedRoot: root };

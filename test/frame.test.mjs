@@ -29,7 +29,7 @@ test('twelve functions in the order of registration, each without a name; the co
 });
 
 test('entry check: exactly one object or function that is no array', () => {
-  const refused = [[], [undefined], [null], [1], ['{}'], [true], [Symbol('s')], [1n], [[]], [{}, {}], [{}, undefined], [{}, 2, 3, 4, 5, 6, 7]];
+  const refused = [[], [undefined], [null], [1], ['{}'], [true], [Symbol('s')], [1n], [[]], [{}, {}], [{}, undefined], [{}, 2, 3]];
   for (const name of NAMES.filter((each) => each !== 'getSemanticInfo' && each !== 'evaluateWorkflowPolicy')) {
     for (const args of refused) assert.equal(thrownBy(() => addon[name](...args)), `TypeError: ${name} requires one options object`);
   }

@@ -177,7 +177,8 @@ test('payload', () => {
   const sha256 = Buffer.alloc(32);
   refuse('semantic rule-pack ', {
     'payload magic is invalid': ['SRP1\x01\0\x01', 'SRP2\x01\0\x01\0'].map((bytes) => packBytes({ payload: Buffer.from(bytes) })),
-    'payload header is invalid': [{ payloadVersion: 2 }, { documentCount: 0 }, { documentCount: 513 }].map((o) => payload([document(1)], o)),
+    'payload header is invalid':
+      [{ payloadVersion: 2 }, { documentCount: 0 }, { documentCount: 513 }].map((options) => payload([document(1)], options)),
     'document header is truncated': [payload([document(1)], { documentCount: 2 })],
     'document descriptor is invalid':
       [{ type: 0 }, { type: 10 }, { encoding: 0 }, { encoding: 3 }, { name: '' }, { name: 'n'.repeat(129) }, { data: '' }].map(one),

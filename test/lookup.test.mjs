@@ -24,17 +24,12 @@ test('scores of a row', () => {
   const ranks = { short: 500, conflict: 400, compound: 300, detail: 200, category: 100 };
   const rows = [
     // Term and fields, text asked about, candidateScore, detailScore.
-    ['a', 'a', 10 + 1.2, 0],
-    ['food k d 1.0 short', 'food', 10 + (4.8 + 1), 0],
-    ['life k d -9 conflict en', 'life', 10 + (3.6 - 9) - 26, 0],
-    ['shoppings k d 0 compound en', 'shoppings', 10 + 8.1, 0],
-    ['?? k d 0 category zh', '??', 10 + 2.4 - 26, 0],
-    ['?? k d 0 category fr', '??', 10 + 1.8 - 26, 0],
-    ['?? k d 0 category en', '??', 10 + 1.8, 0],
-    ['a k d 3.5x other zh', 'a', 10 + 1.2, 0],
+    ['a', 'a', 10 + 1.2, 0], ['food k d 1.0 short', 'food', 10 + (4.8 + 1), 0], ['a k d 3.5x other zh', 'a', 10 + 1.2, 0],
+    ['life k d -9 conflict en', 'life', 10 + (3.6 - 9) - 26, 0], ['shoppings k d 0 compound en', 'shoppings', 10 + 8.1, 0],
+    ['?? k d 0 category zh', '??', 10 + 2.4 - 26, 0], ['?? k d 0 category fr', '??', 10 + 1.8 - 26, 0], ['?? k d 0 category en', '??', 10 + 1.8, 0],
     [`${'字'.repeat(20)} k d 1 detail zh`, '字'.repeat(20), 10 + (12 + 1), 8 + 10 + 6],
     // The sum of length and weight comes first: added from the left, it would end in another bit.
-    ['夜市 k d 0.3 detail zh', '我夜市', 9 + (2.4 + 0.3), 7 + 1.8 + 6],
+    ['夜市 k d 0.3 detail', '我夜市', 9 + (2.4 + 0.3), 7 + 1.8 + 6],
     ['night k d 1 detail en', '一二三四五六七八九night', 1 + (4.5 + 1), 0 + 3.5 + 6],
     ['night k d 1 detail en', '一二三四五六七八九十十二night', 0 + (4.5 + 1), 0 + 3.5 + 6],
   ];
@@ -55,28 +50,23 @@ test('scores of a row', () => {
   }
 });
 
-test('which rows match, and their order: rank, then bytes of the term, then the first field as unsigned bytes', () => {
-  const rows = ['ab é - - category', 'ab z - - category', 'ab', 'abcd a - - category', 'a a - - short', '字 a - - category',
-    'ab a - - conflict', 'abcd a - - unknown', 'ab zz - - category'].map((row) => row.split(' '));
+test('which rows match, their order, and the scenes that they speak for', () => {
+  // Rank, then bytes of the term, then the first field as unsigned bytes; one candidate a scene.
+  const rows = ['ab é d1 - category', 'ab z d2 - category', 'ab', 'abcd a d3 - category', 'a a d4 - detail', '字 a d5 - category', 'ab z d6 - detail',
+    'abcd a d7 - unknown', 'ab zz d8 - category', 'ab b two', 'abc one'].map((row) => row.split(' '));
   const found = (term, mode) => lookup(rows, term, { mode }).matches.map((match) => [match.term, ...match.fields].join(' '));
-  assert.deepEqual(found('abcd字', 'contains'), ['a a - - short', 'ab a - - conflict', 'abcd a - - category', '字 a - - category',
-    'ab z - - category', 'ab zz - - category', 'ab é - - category', 'abcd a - - unknown', 'ab']);
-  assert.deepEqual([found('字', 'exact'), found('abcd字', 'exact'), found('ABCD', 'contains')], [['字 a - - category'], [], []]);
+  assert.deepEqual(found('abcd字', 'contains'), ['ab z d6 - detail', 'a a d4 - detail', 'abcd a d3 - category', '字 a d5 - category',
+    'ab z d2 - category', 'ab zz d8 - category', 'ab é d1 - category', 'abcd a d7 - unknown', 'abc one', 'ab', 'ab b two']);
+  assert.deepEqual([found('字', 'exact'), found('abcd字', 'exact'), found('ABCD', 'contains')], [['字 a d5 - category'], [], []]);
+  assert.deepEqual(lookup(rows, 'abcd字', { mode: 'contains' }).sceneCandidates.map(Object.values), [
+    ['z', 'd6', 200, 2, 8 + 1.8 + 6, ['detail', 'category']], ['a', 'd4', 200, 4, 8 + 0.9 + 6, ['detail', 'category', 'unknown']],
+    ['zz', 'd8', 100, 1, 0, ['category']], ['é', 'd1', 100, 1, 0, ['category']], ['b', 'two', 0, 1, 0, []]]);
   // A location query also takes the sections whose names begin with "location-".
   const data = buildLocationShard([{ alias: '巴黎', records: [{ code: 'FR', englishFlag: 0, weight: 1, label: '', countryLabel: '' }] }]);
   const index = indexDocument({ location: [['巴黎']], scene: [['巴黎']] });
   const pack = writePack({ documents: [index, { type: 'location-shard', encoding: 2, name: 'location-eu', data }] });
   const { matches } = addon.lookupBinaryIndex({ ...pack, section: 'location', term: '巴黎' });
   assert.deepEqual(matches.map(({ section }) => section).sort(), ['location', 'location-eu']);
-});
-
-test('scene candidates: one a scene, best first', () => {
-  const rows = ['夜市 food short 1 detail', '夜市小吃 food long 1 detail', '吃 food c 1 category', '夜市小吃 walk w 1 category',
-    '夜 night n 1 category', '市 city c 1 category', '夜市 odd two', '夜市 dropped', '夜市'].map((row) => row.split(' '));
-  assert.deepEqual(lookup(rows, '夜市小吃', { mode: 'contains' }).sceneCandidates.map(Object.values), [
-    ['food', 'long', 200, 3, 8 + 3.6 + 6, ['detail', 'category']], ['walk', 'w', 100, 1, 0, ['category']],
-    ['city', 'c', 100, 1, 0, ['category']], ['night', 'n', 100, 1, 0, ['category']], ['odd', 'two', 0, 1, 0, []],
-  ]);
 });
 
 const base = writePack({ sections: { scene: [['a', 'x']] } });
@@ -103,28 +93,20 @@ test('options are checked in order, before any pack is touched', () => {
 });
 
 test('two packs as one', () => {
-  assertSame(addon.lookupBinaryIndexOverlay(paired), {
-    ok: true, contract: 'native-semantic-overlay-lookup-v1', section: 'scene', term: 'a', mode: 'exact', overlayFirst: true,
-    overlayRuleSetId: 'rules-2', baseRuleSetId: 'rules-1',
-    matches: [{ section: 'scene', term: 'a', source: 'overlay', fields: ['y'] }, { section: 'scene', term: 'a', source: 'base', fields: ['x'] }],
-  });
-  const rows = [
-    // Rows of the base, rows of the patch, matches as "source term field field".
-    ['where a field ends counts', [['a', 'ab']], [['a', 'a', 'b']], ['overlay a a b', 'base a ab']],
-    ['no field and an empty one', [['a', '']], [['a']], ['overlay a', 'base a ']],
-    ['repeated', [['a', '1'], ['a', '2'], ['a', '1'], ['b', '1']], [['b', '1'], ['b', '1']], ['overlay b 1', 'base a 1', 'base a 2']],
-    ['row order, whatever the rank or length', [['ab', '1'], ['a', '1', '', '', 'short']], [['a', '2'], ['ab', '2', '', '', 'short']],
-      ['overlay a 2', 'overlay ab 2   short', 'base ab 1', 'base a 1   short']],
-  ];
-  for (const [name, baseRows, patchRows, expected] of rows) {
-    const basePackPath = writePack({ sections: { human: baseRows, facet: [['a', 'other section']] } }).packPath;
-    const overlayPackPath = writePack({ sections: { human: patchRows }, metadata: { kind: 'patch' } }).packPath;
-    const asked = { ...paired, basePackPath, overlayPackPath, term: 'ab', mode: 'contains', section: 'human' };
-    const { matches } = addon.lookupBinaryIndexOverlay(asked);
-    assert.deepEqual(matches.map(({ source, term, fields }) => [source, term, ...fields].join(' ')), expected, name);
-  }
-  const { matches, baseRuleSetId } = addon.lookupBinaryIndexOverlay({ ...paired, basePackPath: patch.packPath });
-  assert.deepEqual([baseRuleSetId, matches.length, matches[0].source], ['rules-2', 1, 'overlay'], 'one file for both');
+  const head = { ok: true, contract: 'native-semantic-overlay-lookup-v1', section: 'scene', term: 'a', mode: 'exact', overlayFirst: true };
+  const match = (source, field) => ({ section: 'scene', term: 'a', source, fields: [field] });
+  assertSame(addon.lookupBinaryIndexOverlay(paired),
+    { ...head, overlayRuleSetId: 'rules-2', baseRuleSetId: 'rules-1', matches: [match('overlay', 'y'), match('base', 'x')] });
+  assertSame(addon.lookupBinaryIndexOverlay({ ...paired, basePackPath: patch.packPath }),
+    { ...head, overlayRuleSetId: 'rules-2', baseRuleSetId: 'rules-2', matches: [match('overlay', 'y')] }, 'one file for both');
+  // Rows come in their own order, whatever their rank or length, and each once. Where a field ends counts, and if there is one.
+  const ofBase = [['ab', '1'], ['a', '1', '', '', 'short'], ['a', 'ab'], ['a', ''], ['b', '1'], ['ab', '1']];
+  const ofPatch = [['a', '2'], ['ab', '2', '', '', 'short'], ['a', 'a', 'b'], ['a'], ['b', '1'], ['a', '2'], ['x']];
+  const basePackPath = writePack({ sections: { human: ofBase, facet: [['a', 'other section']] } }).packPath;
+  const overlayPackPath = writePack({ sections: { human: ofPatch }, metadata: { kind: 'patch' } }).packPath;
+  const asked = { ...paired, basePackPath, overlayPackPath, term: 'ab', mode: 'contains', section: 'human' };
+  assert.deepEqual(addon.lookupBinaryIndexOverlay(asked).matches.map(({ source, term, fields }) => [source, term, ...fields]), [
+    ...ofPatch.slice(0, 5).map((row) => ['overlay', ...row]), ...ofBase.slice(0, 4).map((row) => ['base', ...row])]);
 });
 
 test('packs that are refused, and what stays in the slots', () => {

@@ -4,99 +4,77 @@ import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
 import { once } from 'node:events';
 import { test } from 'node:test';
+import { setTimeout as delay } from 'node:timers/promises';
 import { Worker } from 'node:worker_threads';
 
 import { packBytes, root, writeAt, writeFile, writePack } from './support/packs.mjs';
 
-/** The start of every script: the addon, and what the test hands over. */
-const prelude = (data) => `
+/** A worker's script behind what all of them need: the addon, and what the test hands over. */
+const scriptOf = (script, data) => `
   import { parentPort } from 'node:worker_threads';
   import { setImmediate as turn } from 'node:timers/promises';
   const { addon } = await import(${JSON.stringify(new URL('support/addon.mjs', import.meta.url).href)});
   const data = ${JSON.stringify(data)};
-`;
-const startWorker = (script, data) =>
-  new Worker(new URL(`data:text/javascript,${encodeURIComponent(prelude(data) + script)}`));
+  ${script}`;
 
-/** What the worker posts, once it has ended by itself. */
-async function runWorker(script, data) {
-  const worker = startWorker(script, data);
+/** What a worker posts, and the status with which it ends: by itself, or terminated after so many milliseconds. */
+async function runWorker(script, data, terminateAfter) {
+  const worker = new Worker(new URL(`data:text/javascript,${encodeURIComponent(scriptOf(script, data))}`));
   const ended = once(worker, 'exit');
   const [message] = await once(worker, 'message');
-  assert.deepEqual(await ended, [0]);
-  return message;
+  if (terminateAfter !== undefined) await delay(terminateAfter).then(() => worker.terminate());
+  return [message, ...await ended];
 }
 
 const rowsOf = (count, tag) => Array.from({ length: count }, (_, i) => [`${tag}${i}`, 'k', 'd', '1', 'category', 'zh']);
 // Loads of tens of milliseconds, in turns, so that none is a hit.
-const big = ['x', 'y'].map((tag) => writePack({ sections: { scene: rowsOf(100_000, tag), human: rowsOf(20_000, tag) } }));
+const big = ['x', 'y'].map((tag) => writePack({ sections: { scene: rowsOf(30_000, tag) } }));
 const small = writePack({ sections: { scene: rowsOf(10, 'a'), facet: [['a1', 'd', 'k', '1', 'zh']] } });
 
-test('three workers one after the other share one cache', async () => {
+test('workers one after the other share one cache', async () => {
   const packPath = writeFile('');
   const pack = packBytes({ sections: { scene: [['old', 'x']] } });
-  const find = `parentPort.postMessage(addon.lookupBinaryIndex({ ...data, section: 'scene', term: 'old' }).matches.length)`;
-  writeAt(packPath, pack);
-  assert.equal(await runWorker(find, { packPath, allowedRoot: root }), 1);
-  writeAt(packPath, Buffer.alloc(pack.length));
-  assert.equal(await runWorker(find, { packPath, allowedRoot: root }), 1, 'the second worker reads no file');
-  assert.equal(await runWorker(find, { packPath, allowedRoot: root }), 1, 'nor does the third');
-  writeAt(packPath, Buffer.alloc(pack.length), 1_000_000_001);
-  const fail = `try { ${find} } catch (error) { parentPort.postMessage(error.message) }`;
-  assert.equal(await runWorker(fail, { packPath, allowedRoot: root }), 'semantic rule-pack magic is invalid');
-});
-
-test('workers that are terminated with warm-ups queued, running and done', async () => {
-  for (let round = 0; round < 20; ++round) {
-    const worker = startWorker(
-      `for (let i = 0; i < 6; ++i) addon.warmSemanticRulePack(data.packs[i % 2]).catch(() => {});
-       if (data.round % 2) await addon.warmSemanticRulePack(data.packs[2]);
-       parentPort.postMessage('queued');
-       for (;;) if (data.round % 3) await turn();`,
-      { packs: [...big, small], round },
-    );
-    const ended = once(worker, 'exit');
-    assert.deepEqual(await once(worker, 'message'), ['queued']);
-    if (round % 4 === 3) await new Promise((resolve) => setTimeout(resolve, round * 5));
-    await worker.terminate();
-    assert.deepEqual(await ended, [1]);
+  const find = `try { parentPort.postMessage(addon.lookupBinaryIndex({ ...data, section: 'scene', term: 'old' }).matches.length); }
+    catch (error) { parentPort.postMessage(error.message); }`;
+  const rows = [[pack, 0, 1], [Buffer.alloc(pack.length), 0, 1], [Buffer.alloc(pack.length), 1, 'semantic rule-pack magic is invalid']];
+  for (const [bytes, seconds, expected] of rows) {
+    writeAt(packPath, bytes, 1_000_000_000 + seconds);
+    assert.deepEqual(await runWorker(find, { packPath, allowedRoot: root }), [expected, 0]);
   }
-  const after = `parentPort.postMessage((await addon.warmSemanticRulePack(data)).prewarmed)`;
-  assert.equal(await runWorker(after, small), true, 'the cache is sound and its lock is free');
 });
 
-test('workers that are terminated while a large result is built', async () => {
+test('workers that are terminated: with warm-ups queued, running and done; while a large result is built', async () => {
+  const warm = `
+    for (let i = 0; i < 6; ++i) addon.warmSemanticRulePack(data.packs[i % 2]).catch(() => {});
+    if (data.round % 2) await addon.warmSemanticRulePack(data.packs[2]);
+    parentPort.postMessage('started');
+    for (;;) if (data.round % 3) await turn();`;
+  const build = `parentPort.postMessage('started');
+    for (;;) addon.lookupBinaryIndex({ ...data.packs[0], section: 'scene', term: data.term, mode: 'contains' });`;
   const term = rowsOf(3000, 'x').map(([name]) => name).join('');
-  for (let round = 0; round < 4; ++round) {
-    const worker = startWorker(
-      `parentPort.postMessage('started');
-       for (;;) addon.lookupBinaryIndex({ ...data.pack, section: 'scene', term: data.term, mode: 'contains' });`,
-      { pack: big[0], term },
-    );
-    const ended = once(worker, 'exit');
-    await once(worker, 'message');
-    await new Promise((resolve) => setTimeout(resolve, 30 * round));
-    await worker.terminate();
-    assert.deepEqual(await ended, [1]);
+  for (let round = 0; round < 16; ++round) {
+    const script = round < 12 ? warm : build;
+    const wait = round % 4 === 0 ? 0 : round * 5;
+    assert.deepEqual(await runWorker(script, { packs: [...big, small], round, term }, wait), ['started', 1]);
   }
+  const after = 'parentPort.postMessage((await addon.warmSemanticRulePack(data)).prewarmed)';
+  assert.deepEqual(await runWorker(after, small), [true, 0], 'the cache is sound and its lock is free');
 });
 
 test('workers that call and warm at once', async () => {
   const script = `
     const warm = [];
     let hits = 0;
-    for (let i = 0; i < data.rounds; ++i) {
+    for (let i = 0; i < 6; ++i) {
       const pack = data.packs[(data.number + i) % 2];
       warm.push(addon.warmSemanticRulePack({ ...pack, overlayPackPath: data.small.packPath, overlayAllowedRoot: pack.allowedRoot }));
       hits += addon.lookupBinaryIndex({ ...pack, section: 'scene', term: 'x7 y7', mode: 'contains' }).matches.length;
       hits += addon.extractSemanticFacets({ ...data.small, raw: 'a1' }).hits.length;
       await turn();
     }
-    const results = await Promise.all(warm);
-    parentPort.postMessage([hits, results.filter((result) => result.prewarmed).length]);`;
-  const rounds = 6;
-  const answers = await Promise.all([0, 1, 2].map((number) => runWorker(script, { number, rounds, packs: big, small })));
-  for (const answer of answers) assert.deepEqual(answer, [2 * rounds, rounds]);
+    parentPort.postMessage([hits, (await Promise.all(warm)).filter((result) => result.prewarmed).length]);`;
+  const answers = await Promise.all([0, 1, 2].map((number) => runWorker(script, { number, packs: big, small })));
+  for (const answer of answers) assert.deepEqual(answer, [[12, 6], 0]);
 });
 
 test('a process that ends with warm-ups under way', () => {
@@ -107,7 +85,7 @@ test('a process that ends with warm-ups under way', () => {
     ['the end of the script waits for the work', 'process.exitCode = 5;', 5],
   ];
   for (const [name, end, status] of rows) {
-    const script = `${prelude(big)} for (let i = 0; i < 8; ++i) addon.warmSemanticRulePack(data[i % 2]); ${end}`;
+    const script = scriptOf(`for (let i = 0; i < 8; ++i) addon.warmSemanticRulePack(data[i % 2]); ${end}`, big);
     const child = spawnSync(process.execPath, ['--input-type=module', '--eval', script], { encoding: 'utf8' });
     assert.deepEqual([child.status, child.signal], [status, null], `${name}: ${child.stderr}`);
   }

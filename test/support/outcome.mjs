@@ -7,11 +7,7 @@ import { writeAt, writeFile, packBytes } from './packs.mjs';
 
 /** What a call throws, as "Kind: message"; "no error" if it returns. */
 export function thrownBy(call) {
-  try {
-    call();
-  } catch (error) {
-    return error instanceof Error ? `${error.constructor.name}: ${error.message}` : error;
-  }
+  try { call(); } catch (error) { return error instanceof Error ? `${error.constructor.name}: ${error.message}` : error; }
   return 'no error';
 }
 
