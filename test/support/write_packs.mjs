@@ -1,0 +1,9 @@
+// The packs of the core's tests, whose packer is no C++: node write_packs.mjs DIRECTORY
+import { writeFileSync } from 'node:fs';
+import { packBytes } from './packs.mjs';
+
+for (const tag of ['a', 'b', 'o']) {
+  const rows = Array.from({ length: 300 }, (_, i) => [`${tag}${i}`, 'k', 'f', '1', 'category', 'zh', 'c']);
+  const sections = { scene: rows, human: rows, celebrity: rows, location: rows, facet: rows };
+  writeFileSync(`${process.argv[2]}/${tag}.klrx`, packBytes({ sections }));
+}
