@@ -40,7 +40,8 @@ test('the tarball holds what package.json names and nothing of the work on it; e
   run('tar', ['-xzf', join(folder, filename), '-C', installed, '--strip-components=1']);
   const { exports, main, types, bin, scripts } = JSON.parse(read('package.json'));
   const named = JSON.stringify([exports, main, types, `./${bin.klrx}`]).match(/\.\/[^"]+\.\w+/g);
-  const missing = [...named, 'LICENSE', 'lib/load.cjs', 'scripts/setup.mjs', 'CMakeLists.txt'].filter((path) => !existsSync(join(installed, path)));
+  const missing = [...named, 'LICENSE', 'lib/load.cjs', 'scripts/setup.mjs', 'CMakeLists.txt']
+    .filter((path) => !existsSync(join(installed, path)));
   const work = /^(?:test|bench|fuzz|vectors|build|node_modules|\.ci)\/|\.(?:gyp|pem|klrx)$/;
   assert.deepEqual([missing, files.filter(({ path }) => work.test(path))], [[], []]);
   assert.deepEqual(Object.keys(scripts).filter((name) => /^(?:pre|post)?install$|^prepare$/.test(name)), []); // nothing runs by itself
@@ -72,7 +73,7 @@ test('the tarball holds what package.json names and nothing of the work on it; e
 
 // The host exports an OpenSSL and a uv of its own: an open symbol would be bound to it without a word, and one shown here
 // could take the place of another addon's. A sanitizer's runtime takes the versions off the names of the C library.
-test('the binary shows two entry points, needs Node-API and the system alone, and stays loaded', { skip: process.platform !== 'linux' }, () => {
+test('the binary shows two entry points, needs Node-API and the system, and stays loaded', { skip: process.platform !== 'linux' }, () => {
   const symbols = (option) => run('nm', ['-D', option, binary]).trim().split('\n').map((line) => line.split(/\s+/).at(-1)).sort();
   assert.deepEqual(symbols('--defined-only'), ['napi_register_module_v1', 'node_api_module_get_api_version_v1']);
   const system = process.env.CORVENDA_TEST_SANITIZED

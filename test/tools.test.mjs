@@ -26,7 +26,8 @@ test('text: the term fold, and numbers as printf gives them by %f', () => {
 test('index, shard and payload: literal bytes, missing sections, deliberate faults', () => {
   const empty = (type) => `${type} 00 01 00 00 00 00 00 00 00 00 00 00 00 00 00`;
   const facets = [{ term: 'ab', fields: ['x', ''] }, { term: Buffer.from([0xe7]) }];
-  assertBytes(tools.buildBinaryIndex({ sections: [{ type: 'facet', rows: facets }, { type: 2, sectionFormat: 9 }], sourceDocumentCount: 0x01020304 }),
+  const sections = [{ type: 'facet', rows: facets }, { type: 2, sectionFormat: 9 }];
+  assertBytes(tools.buildBinaryIndex({ sections, sourceDocumentCount: 0x01020304 }),
     "'SIX1' 03 00 05 00 04 03 02 01 00 00 00 00 05 00 01 00 02 00 00 00 10 00 00 00 00 00 00 00", // 11 + 5 bytes of rows
     "02 00 'ab' 02 00 01 00 'x' 00 00 01 00 e7 00 00 02 00 09", empty('').slice(6), empty('01'), empty('03'), empty('04'));
   const faulty = [{ type: 1, termCount: 7, bodyLength: 0xffffffff }, { type: 1, rows: [] }];
@@ -123,9 +124,10 @@ test('what the formats cannot hold is refused', () => {
     [() => seal({ keyId: 'toString' }), 'key id "toString" is not in the trust file'],
     [() => tools.buildPack({ ruleSetId: 'r', documents: [], compression: 'zip' }), 'compression zip is unknown'],
     [() => tools.buildPack({ documents: [] }), 'ruleSetId is missing', 'TypeError'],
-    [() => tools.buildPack({ kind: 'patch', ruleSetId: 'r', documents: [] }), 'baseRuleSetId is missing, and the pack is a patch', 'TypeError'],
+    [() => tools.buildPack({ kind: 'patch', ruleSetId: 'r' }), 'baseRuleSetId is missing, and the pack is a patch', 'TypeError'],
     [() => tools.buildManifest({ packBytes: seal(), pack: 'p', modules: [['a'], 'b'] }), 'modules must be an array without a "]" inside'],
-    [() => tools.buildManifest({ packBytes: seal(), pack: 'p', modules: '["signature":1]' }), 'modules hide the manifest\'s own "signature" from readers'],
+    [() => tools.buildManifest({ packBytes: 'p', pack: 'p', modules: '["signature":1]' }),
+      `modules hide the manifest's own "signature" from readers`],
     [() => tools.buildManifest({ packBytes: seal() }), 'packPath, or packBytes and pack, are missing', 'TypeError'],
     [() => tools.readPackMetadata(seal()), 'the metadata of the pack are no JSON', 'Error'],
   ]) assert.throws(make, { name, message });
@@ -134,8 +136,8 @@ test('what the formats cannot hold is refused', () => {
 test('manifest: keys in place, signed over the rebuilt text with the pins of its key', () => {
   const fields = { schema: 's', version: 1, pack: 'a"\\\n\r\tb', packSha256: 'ff', packBytes: 50, keyId: 'k', baseRuleSetId: 'b',
     ruleSetId: 'r', modules: ['x', 1], publicKeySha256: 'h', publicKeyDerBase64: 'd' };
-  assert.equal(tools.manifestText(fields), '{"baseRuleSetId":"b","keyId":"k","modules":["x",1],"pack":"a\\"\\\\\\n\\r\\tb","packBytes":50,' +
-    '"packSha256":"ff","publicKeyDerBase64":"d","publicKeySha256":"h","ruleSetId":"r","schema":"s","version":1}');
+  assert.equal(tools.manifestText(fields), '{"baseRuleSetId":"b","keyId":"k","modules":["x",1],"pack":"a\\"\\\\\\n\\r\\tb",' +
+    '"packBytes":50,"packSha256":"ff","publicKeyDerBase64":"d","publicKeySha256":"h","ruleSetId":"r","schema":"s","version":1}');
   const packBytes = tools.buildPack({ kind: 'patch', ruleSetId: 'to', baseRuleSetId: 'from', documents: [] });
   const own = generateKeyPairSync('ed25519');
   for (const [options, changed] of [
