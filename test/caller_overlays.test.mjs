@@ -16,7 +16,8 @@ const places = (locationOverlay, cases) => addon.resolveSceneIntentBatch({ ...pa
 const people = (celebrityOverlay, cases) => addon.resolveCelebrityBadgeBatch({ ...pack, celebrityOverlay, cases }).results;
 
 const [entry, actor] = ['k1 D1 3.000000 L1 A1 C1 I1', '甲星 JP actor'];
-const flat = ({ entry, score, ...hit }) => [...Object.values(hit), ...(entry ? [score.toFixed(6) / 1, ...Object.values(entry)] : [])].join(' ');
+const flat = ({ entry, score, ...hit }) =>
+  [...Object.values(hit), ...(entry ? [score.toFixed(6) / 1, ...Object.values(entry)] : [])].join(' ');
 /** One overlay of each kind in which every place shows in the rows' answers; `number` names what takes numbers. */
 const overlays = {
   scene: {
@@ -37,16 +38,20 @@ const overlays = {
   location: {
     number: '4',
     answers: (overlay) => places(overlay, [zh('游老城OldTown'), zh('新城'), en('the old town')])
-      .map(({ locationMeta: meta }) => `${meta?.countryCodes} ${meta?.countryLabel} ${meta?.locationLabel} ${flat(meta?.primaryHit ?? {})}`),
-    value: () => ({ aliasesZh: { 'Old Town': [['X1', , , , 3.5, '老城']], 新城: [['X3']] }, aliasesEn: { 'Old Town': [['X2', , , , 1.5, 'old']] } }),
+      .map(({ locationMeta }) => locationMeta ?? {})
+      .map((meta) => `${meta.countryCodes} ${meta.countryLabel} ${meta.locationLabel} ${flat(meta.primaryHit ?? {})}`),
+    value: () => ({ aliasesZh: { 'Old Town': [['X1', , , , 3.5, '老城']], 新城: [['X3']] },
+      aliasesEn: { 'Old Town': [['X2', , , , 1.5, 'old']] } }),
     all: ['X1 X1 老城 老城 X1 3 老城 2 location-overlay 3.5', 'X3 X3 新城 新城 X3 0 新城 2 location-overlay 0',
       'X2 X2 Old old X2 3 old 3 location-overlay 1.5'],
   },
   celebrity: {
     number: 'priority',
-    answers: (overlay) => people(overlay, [...['甲星', '乙星', '乙星丙星'].map(zh), en('Star B')]).map(({ celebrityHits }) => celebrityHits.map(flat).join()),
+    answers: (overlay) => people(overlay, [...['甲星', '乙星', '乙星丙星'].map(zh), en('Star B')])
+      .map(({ celebrityHits }) => celebrityHits.map(flat).join()),
     value: () => [{ id: 'a', name: '甲星', kind: 'actor', region: 'JP', photoKey: 'z', aliases: { zh: ['丙星'] } },
-      { id: 'a', name: '甲星', kind: 'actor', region: 'JP', photoKey: 'p', priority: '2', tags: ['t1', 't2'], aliases: { zh: ['乙星'], en: ['Star B'] } }],
+      { id: 'a', name: '甲星', kind: 'actor', region: 'JP', photoKey: 'p', priority: '2', tags: ['t1', 't2'],
+        aliases: { zh: ['乙星'], en: ['Star B'] } }],
     all: [`a ${actor} z 甲星 zh alias 0 6 `, `a ${actor} p 乙星 zh alias 0 6 t1,t2`, `a ${actor} z 丙星 zh alias 0 6 `,
       `a ${actor} p starb en alias 0 5 t1,t2`],
   },
@@ -70,7 +75,8 @@ test('the rows of an overlay; what is of a wrong type or throws is absent, at ev
     for (const path of pathsOf(value())) {
       const changed = (property) => {
         const whole = value();
-        Object.defineProperty(path.slice(0, -1).reduce((object, name) => object[name], whole), path.at(-1), { enumerable: true, ...property });
+        const owner = path.slice(0, -1).reduce((object, name) => object[name], whole);
+        Object.defineProperty(owner, path.at(-1), { enumerable: true, ...property });
         return answers(whole);
       };
       const absent = changed({ value: undefined });
@@ -113,16 +119,18 @@ test('property names come in for-in order and are folded; labels', () => {
   const entry = (code) => [[code, 0, 0, 0, 1, '城']];
   const b = entry('B');
   const table = [
-    [{ b, 10: entry('TEN'), 2: entry('TWO') }, 'TWO,TEN,B'], [Object.assign(Object.create({ a: entry('A'), b: entry('hidden') }), { b }), 'B,A'],
+    [{ b, 10: entry('TEN'), 2: entry('TWO') }, 'TWO,TEN,B'],
+    [Object.assign(Object.create({ a: entry('A'), b: entry('hidden') }), { b }), 'B,A'],
     [Object.defineProperty({ b, [Symbol('a')]: entry('S') }, 'a', { value: entry('A') }), 'B'],
     // The value is read by the whole name: a NUL neither ends it nor stays in the term.
-    [{ a: entry('A'), 'a\0b': entry('NUL') }, 'A,NUL'], [{ ' \t': entry('BLANK'), '': entry('EMPTY') }, ''], [{ b: [[''], [], 'B', [7], {}, ...b] }, 'B'],
+    [{ a: entry('A'), 'a\0b': entry('NUL') }, 'A,NUL'],
+    [{ ' \t': entry('BLANK'), '': entry('EMPTY') }, ''], [{ b: [[''], [], 'B', [7], {}, ...b] }, 'B'],
   ];
   for (const [aliasesZh, codes] of table) assert.equal(places({ aliasesZh }, [zh('2 10 ab a 城')])[0].locationCodes.join(), codes);
   // Without a label it is the folded alias. An empty label stays empty, and a place without a label is found by nothing.
   const shrinking = Object.defineProperty(['X', 0, 0, 0, 1, '城'], 0, { get() { shrinking.length = 5; return 'X'; } });
-  const labels = [[['X', 0, 0, 0, 1, '城'], '城'], [['X'], 'old城'], [['X', 0, 0, 0, 1, 5], 'old城'], [['X', 0, 0, 0, 1, undefined, '城'], 'old城'],
-    [['X', 0, 0, 0, 1, ''], undefined], [shrinking, 'old城']];
+  const labels = [[['X', 0, 0, 0, 1, '城'], '城'], [['X'], 'old城'], [['X', 0, 0, 0, 1, 5], 'old城'],
+    [['X', 0, 0, 0, 1, undefined, '城'], 'old城'], [['X', 0, 0, 0, 1, ''], undefined], [shrinking, 'old城']];
   for (const [given, label] of labels) {
     assert.equal(places({ aliasesZh: { 'Old 城': [given] } }, [zh('old城')])[0].locationMeta?.primaryHit?.label, label);
   }
@@ -134,7 +142,8 @@ test('a person row by row', () => {
   const table = [
     // People, title, alias, name and tags of the hits.
     [[person({ aliases: ['乙星'] })], '甲星', '甲星 甲星 '], [[person({ aliases: ['乙星'] })], '乙星', ''],
-    [[person({ aliases: { any: [7, ['x'], '\t ', null, 'Z Z'], nick: '丙星' } })], 'zz', 'zz 甲星 '], [[person({ aliases: { nick: '丙星' } })], '丙星', ''],
+    [[person({ aliases: { any: [7, ['x'], '\t ', null, 'Z Z'], nick: '丙星' } })], 'zz', 'zz 甲星 '],
+    [[person({ aliases: { nick: '丙星' } })], '丙星', ''],
     // A name of blanks is a name, but no alias.
     [[{ id: 'a', name: ' ', aliases: { x: ['乙星'] } }], '乙星', '乙星   '], [[{ id: 'a', name: '', aliases: { x: ['乙星'] } }], '乙星', ''],
     [[person({ id: '' })], '甲星', ''], [[person({ tags: ['x', 7, '', 'y\x1Ez', null, '甲'] })], '甲星', '甲星 甲星 x,y,z,甲'],

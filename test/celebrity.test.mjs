@@ -13,7 +13,7 @@ const person = (term, id, { name = `${id} name`, kind = 'singer', tags } = {}) =
 const pack = writePack({ sections: {
   celebrity: [
     person('林小北', 'lin', { tags: 'pop\x1E\x1E华语\x1E' }), person('小北', 'lin'), person('xiaobei lin', 'lin'), person('xiaobei', 'lin'),
-    person('陈江', 'chen', { kind: 'actor' }), person('q', 'short'), person('王山', ''), ['赵水', 'zhao', 'five', 'singer', 'CN', '1'], ['周木', 'zhou'],
+    person('陈江', 'chen', { kind: 'actor' }), person('q', 'short'), person('王山', ''), ['赵水', 'zhao', 'five', 'x', 'CN', '1'], ['周木', 'zhou'],
     person('同长甲', 'tie-b'), person('同长乙', 'tie-a'), person('一人一', 'multi', { name: 'b' }), person('一人二', 'multi', { name: 'a' }),
   ],
   scene: [['演唱会', 'scene row, not a person', 'x', 'x', 'x', 'x', 'x']],
@@ -23,23 +23,20 @@ const one = (title, options) => batch([title], options).results[0];
 const found = (result) => result.celebrityHits.map(({ id, alias }) => `${id} ${alias}`).join(', ');
 const hits = (raw, options, normalizedEnglish = '') => found(one({ raw, normalizedEnglish }, options));
 
-const badge = (label, secondaryCandidates, secondaryConfidence, secondaryConfidenceLevel) => ({
-  secondaryRawLabel: label, secondaryMediumFallbackLabel: label, secondaryFallbackLabel: label, secondaryLabel: label,
-  secondaryUsedMediumFallback: false, secondaryCandidates, secondaryConfidence, secondaryConfidenceLevel,
-});
 const withoutHit = (mediaType = 'video') => ({ ok: true, mediaType, celebrityHits: [], primaryCelebrity: null, primaryLabel: '',
-  primaryPhotoKey: '', ...badge('', [], 0, '') });
+  primaryPhotoKey: '', secondaryRawLabel: '', secondaryMediumFallbackLabel: '', secondaryFallbackLabel: '', secondaryLabel: '',
+  secondaryUsedMediumFallback: false, secondaryCandidates: [], secondaryConfidence: 0, secondaryConfidenceLevel: '' });
 
 test('a result, property by property', () => {
   const hit = (id, kind, alias, index, len, tags) => ({ id, name: `${id} name`, region: 'CN', kind, photoKey: `${id}-photo`, alias,
     type: 'zh', sourceKind: 'alias', index, len, tags });
-  const lin = hit('lin', 'singer', '林小北', 0, 9, ['pop', '华语']);
-  const singer = { label: '明星歌手', score: 60, reason: 'default-kind' };
+  const [lin, chen, badge] = [hit('lin', 'singer', '林小北', 0, 9, ['pop', '华语']), hit('chen', 'actor', '陈江', 1, 6, []), '明星歌手'];
+  const singer = { label: badge, score: 60, reason: 'default-kind' };
   const result = batch([{ raw: '林 小北与陈江', mediaType: 'photo' }, {}]);
-  assertSame(result, { ok: true, count: 2, results: [{
-    ok: true, mediaType: 'photo', celebrityHits: [lin, hit('chen', 'actor', '陈江', 1, 6, [])], primaryCelebrity: lin, primaryLabel: 'lin name',
-    primaryPhotoKey: 'lin-photo', ...badge('明星歌手', [singer, singer, { label: '明星艺人', score: 54, reason: 'default' }], 0.52, 'low'),
-  }, withoutHit()] });
+  assertSame(result, { ok: true, count: 2, results: [{ ...withoutHit('photo'), celebrityHits: [lin, chen], primaryCelebrity: lin,
+    primaryLabel: 'lin name', primaryPhotoKey: 'lin-photo', secondaryRawLabel: badge, secondaryMediumFallbackLabel: badge,
+    secondaryFallbackLabel: badge, secondaryLabel: badge, secondaryConfidence: 0.52, secondaryConfidenceLevel: 'low',
+    secondaryCandidates: [singer, singer, { label: '明星艺人', score: 54, reason: 'default' }] }, withoutHit()] });
   assert.notEqual(result.results[0].primaryCelebrity, result.results[0].celebrityHits[0], 'an object of its own');
 });
 
@@ -47,17 +44,13 @@ test('who is found', () => {
   const table = [
     // Title, English reading, name of an overlay's person "a" or undefined, hits.
     ['林小北 小北', '', , 'lin 林小北'], ['', 'with Xiao Bei today', , 'lin xiaobei'],
-    // The pack's terms are held against folded text: one with a blank is in no title.
-    ['xiaobei lin', '', , 'lin xiaobei'],
-    // A pack's row has no minimum length; the longest alias leads; English hits count beside the others.
-    ['aqua', 'xiaobei', , 'lin xiaobei, short q'],
-    // No id, five fields, one field: no person.
-    ['王山赵水周木', '', , ''],
-    // Equal lengths go by their fields; of one person's rows of one length the first in that order stays.
-    ['同长甲同长乙', '', , 'tie-a 同长乙, tie-b 同长甲'], ['一人一一人二', '', , 'multi 一人二'],
+    // The pack's terms are held against folded text: one with a blank is in no title. No id, five fields, one field: no person.
+    ['xiaobei lin', '', , 'lin xiaobei'], ['王山赵水周木', '', , ''],
+    // A pack's row has no minimum length; the longest alias leads; English hits count beside the others. Equal lengths go by their
+    // fields; of one person's rows of one length the first in that order stays.
+    ['aqua', 'xiaobei', , 'lin xiaobei, short q'], ['同长甲同长乙', '', , 'tie-a 同长乙, tie-b 同长甲'], ['一人一一人二', '', , 'multi 一人二'],
     // Overlay: a single byte only as the whole title, in either form; a Chinese character anywhere.
-    ['x', '', 'X', 'a x'], ['taxi', '', 'X', ''], ['taxi', ' X ', 'X', 'a x'], ['我是歌手', '', '我', 'a 我'], ['taxi', '', 'Ax', 'a ax'],
-    ['', 'big star', 'Gst', 'a gst'],
+    ['x', '', 'X', 'a x'], ['taxi', '', 'X', ''], ['taxi', ' X ', 'X', 'a x'], ['我是歌手', '', '我', 'a 我'], ['', 'big star', 'Gst', 'a gst'],
   ];
   for (const [raw, english, name, expected] of table) {
     assert.equal(hits(raw, name ? { celebrityOverlay: [{ id: 'a', name }] } : {}, english), expected, raw + english);
@@ -114,14 +107,12 @@ test('badges with their candidates and confidence', () => {
     ['Singer', '', 'video', '', '明星艺人', '', '', '明星艺人 60 default-kind', '0.52 low', '明星艺人 54 default-kind'],
   ];
   for (const [kind, region, media, words, own, raw, medium, candidates, rating, ofKind] of table) {
-    const competes = ['actor', 'singer', 'idol', 'model'].includes(kind);
-    const tail = ofKind ?? `${competes ? `${own} 60 default-kind,` : ''}明星艺人 54 default`;
-    const { mediaType, secondaryCandidates, ...result } = propose(kind, region, media, words);
-    const text = secondaryCandidates.map((candidate) => Object.values(candidate).join(' ')).join();
-    const confidence = `${result.secondaryConfidence} ${result.secondaryConfidenceLevel}`;
-    const label = raw || own;
-    assert.deepEqual([result.secondaryRawLabel, result.secondaryLabel, result.secondaryMediumFallbackLabel, result.secondaryFallbackLabel, text, confidence],
-      [label, label, medium || label, own, `${candidates},${tail}`, rating], `${kind} ${words}`);
+    const tail = ofKind ?? `${/actor|singer|idol|model/.test(kind) ? `${own} 60 default-kind,` : ''}明星艺人 54 default`;
+    const result = propose(kind, region, media, words);
+    const text = result.secondaryCandidates.map((candidate) => Object.values(candidate).join(' ')).join();
+    assert.deepEqual(Object.values({ ...result, secondaryCandidates: text }).slice(-8),
+      [raw || own, medium || raw || own, own, raw || own, false, `${candidates},${tail}`,
+        ...rating.split(' ').map((part) => Number(part) || part)], `${kind} ${words}`);
   }
 });
 
@@ -141,56 +132,48 @@ test('the words that fire each signal', () => {
     ['model', '明星模特', '大片,海报', 'fashion week,fashionweek,fanmeeting,brandevent,cityevent,演唱会'],
   ];
   for (const [kind, label, words, english] of table) {
-    for (const word of words.split(',')) assert.equal(propose(kind, '', 'video', word).secondaryRawLabel, label, word);
-    for (const word of english ? english.split(',') : []) assert.equal(propose(kind, '', 'video', '', word).secondaryRawLabel, label, word);
+    const titles = [...words.split(',').map((word) => [word]), ...english.split(',').filter(Boolean).map((word) => ['', word])];
+    for (const [word, reading] of titles) assert.equal(propose(kind, '', 'video', word, reading).secondaryRawLabel, label, word || reading);
   }
 });
 
-test('what the call refuses', () => {
+test('what the call refuses, and what it does not touch', () => {
   const good = { ...pack, cases: [{ raw: '林小北' }] };
   const call = (options) => thrownBy(() => addon.resolveCelebrityBadgeBatch({ ...good, ...options }));
-  const nowhere = join(root, 'missing.klrx');
-  const bad = packBytes();
+  const [nowhere, bad, overlayAllowedRoot] = [join(root, 'missing.klrx'), packBytes(), root];
   bad[bad.length - 1] ^= 1;
-  const [open, overlayAllowedRoot] = ['Error: semantic rule-pack file stat is invalid', root];
+  const [array, open, seal] = ['TypeError: cases must be an array', 'Error: semantic rule-pack file stat is invalid',
+    'Error: semantic rule-pack authentication or decryption failed'];
   assertRequiredOptions('resolveCelebrityBadgeBatch', ['packPath', 'allowedRoot'], good);
-  assert.match(thrownBy(() => addon.resolveCelebrityBadgeBatch()), /^TypeError: resolveCelebrityBadgeBatch requires one options object$/);
-  for (const cases of [undefined, null, 'x', { length: 0 }, () => {}, new Proxy([], {})]) {
-    assert.equal(call({ cases, overlayPackPath: 'x' }), 'TypeError: cases must be an array');
-  }
   const table = [
-    ...[undefined, '', 1].map((value) => [{ cases: [], overlayPackPath: 'x', overlayAllowedRoot: value },
-      'TypeError: overlayAllowedRoot is required with overlayPackPath']),
+    ...[undefined, null, 'x', { length: 0 }, () => {}, new Proxy([], {})].map((cases) => [{ cases, overlayPackPath: 'x' }, array]),
+    ...[undefined, '', 1].map((value) =>
+      [{ overlayPackPath: 'x', overlayAllowedRoot: value }, 'TypeError: overlayAllowedRoot is required with overlayPackPath']),
     // The overlay pack is opened before the first case, the pack by the first case that needs it.
     [{ cases: [], overlayPackPath: nowhere, overlayAllowedRoot }, open],
-    [{ packPath: nowhere, overlayPackPath: writeFile(bad), overlayAllowedRoot }, 'Error: semantic rule-pack authentication or decryption failed'],
+    [{ packPath: nowhere, overlayPackPath: writeFile(bad), overlayAllowedRoot }, seal],
     [{ packPath: nowhere, cases: [{}, { raw: ' \t' }, { normalizedEnglish: 'x' }] }, open],
   ];
   for (const [options, expected] of table) assert.equal(call(options), expected);
-  // A call without a title does not touch the pack. Whatever is no object or is an array counts as a case without one.
+  // Whatever is no object or is an array counts as a case without a title.
   const blank = [{}, { raw: ' \n', normalizedEnglish: '\0' }, 7, null, undefined, 'x', Symbol(), 1n, ['林小北'], () => {}, , { raw: 1 },
     ...['Photo', 'photo ', 1, ['photo']].map((mediaType) => ({ mediaType }))];
-  const untouched = (cases) => batch(cases, { packPath: nowhere, celebrityOverlay: [{ id: 'a', name: '我' }] });
-  assertSame(untouched([]), { ok: true, count: 0, results: [] });
-  assertSame(untouched([...blank, { mediaType: 'photo' }]).results, [...Array.from(blank, () => withoutHit()), withoutHit('photo')]);
+  const results = [...Array.from(blank, () => withoutHit()), withoutHit('photo')];
+  assertSame(batch([...blank, { mediaType: 'photo' }], { packPath: nowhere, celebrityOverlay: [{ id: 'a', name: '我' }] }),
+    { ok: true, count: results.length, results });
   assert.equal(found(one(Object.assign(() => {}, { raw: '陈江' }))), 'chen 陈江', 'a function counts as an object');
 });
 
 test('getters that throw end the call with their own exception; others may change the array and call again', () => {
-  const thrown = new Error('from a getter');
-  const get = () => { throw thrown; };
+  const get = () => { throw new Error('from a getter'); };
   const title = { raw: '林小北', normalizedEnglish: 'x', mediaType: 'photo' };
-  const good = { ...pack, cases: [title] };
-  const spoiled = (object, name) => Object.defineProperty(Array.isArray(object) ? [...object] : { ...object }, name, { get });
-  for (const options of [
-    ...['packPath', 'allowedRoot', 'cases', 'celebrityOverlay', 'overlayPackPath', 'overlayAllowedRoot'].map((name) => spoiled(good, name)),
-    ...Object.keys(title).map((name) => ({ ...pack, cases: [title, spoiled(title, name), title] })), { ...pack, cases: spoiled([title], 0) },
-    { ...pack, cases: [new Proxy(title, { get })] }, new Proxy(good, { has: get }), new Proxy(good, { get }),
-  ]) assert.throws(() => addon.resolveCelebrityBadgeBatch(options), (error) => error === thrown);
-  const { proxy, revoke } = Proxy.revocable({}, {});
-  revoke();
-  assert.throws(() => batch([proxy]), TypeError);
-
+  const good = { ...pack, cases: [title], celebrityOverlay: [], overlayPackPath: '', overlayAllowedRoot: '' };
+  const without = (object) => Object.keys(object).map((name) => Object.defineProperty({ ...object }, name, { get }));
+  const bad = [...without(title), new Proxy(title, { get })].map((element) => ({ ...pack, cases: [title, element, title] }));
+  const element = { ...pack, cases: Object.defineProperty([], 0, { get }) };
+  for (const options of [...without(good), ...bad, element, new Proxy(good, { has: get })]) {
+    assert.equal(thrownBy(() => addon.resolveCelebrityBadgeBatch(options)), 'Error: from a getter');
+  }
   const other = writePack({ sections: { celebrity: [person('林小北', 'other')] } });
   const overlays = ['first', 'second'].map((id) =>
     ({ overlayPackPath: writePack({ sections: { celebrity: [person('孙大海', id)] } }).packPath, overlayAllowedRoot: root }));
@@ -208,31 +191,27 @@ test('the indexes find what a loop over all rows finds', () => {
   let seed = 7;
   const random = (below) => Math.floor(((seed = (seed * 1103515245 + 12345) % 2147483648) / 2147483648) * below);
   const word = (most) => Array.from({ length: 1 + random(most) }, () => 'ab我'[random(3)]).join('');
-  const rows = (length) => Array.from({ length }, () => {
-    const row = person(word(4), random(9) ? `p${random(6)}` : '', { name: word(1), tags: random(2) ? '' : undefined });
-    return random(6) ? row : row.slice(0, 1 + random(6));
-  });
-  const people = Array.from({ length: 12 }, () => ({ id: `p${random(6)}`, name: word(3) }));
-  const [overlayRows, packRows] = [rows(40), rows(60)];
-  // Fields are joined with a byte below all that they hold, so that their bytes compare as the lists do.
-  const order = ([, ...fields]) => Buffer.from(fields.join('\0') + (fields.length ? '\0' : ''));
+  const rows = (length) => Array.from({ length }, () => person(word(4), random(9) ? `p${random(6)}` : '',
+    { name: word(1), tags: random(2) ? '' : undefined }).slice(0, random(6) ? 8 : 1 + random(6)));
+  const [people, overlayRows, packRows] = [Array.from({ length: 12 }, () => ({ id: `p${random(6)}`, name: word(3) })), rows(40), rows(60)];
+  // Each field is closed by a byte below all that it holds, so that the bytes compare as the lists do.
+  const order = ([, ...fields]) => Buffer.from(fields.map((field) => `${field}\0`).join(''));
   const size = ([term]) => Buffer.byteLength(term);
+  const ofOverlays = [...people.map(({ id, name }) => [name, id, name, '', '', '', '', '']), ...overlayRows];
   const naive = ({ raw, normalizedEnglish: english }) => {
-    const inOverlay = (text, row) => text === row[0] || (text.includes(row[0]) && size(row) >= 2);
-    const ofPeople = people.map(({ id, name }) => [name, id, name, '', '', '', '', '']);
-    const matching = [...ofPeople, ...overlayRows].filter((row) => inOverlay(raw, row) || inOverlay(english, row));
-    for (const text of [raw, english]) matching.push(...packRows.filter(([term]) => text !== '' && text.includes(term)));
+    const texts = [raw, english];
+    const matching = ofOverlays.filter((row) => texts.some((text) => text === row[0] || (text.includes(row[0]) && size(row) >= 2)));
+    for (const text of texts) matching.push(...packRows.filter(([term]) => text.includes(term)));
     const seen = new Set();
     const first = (key) => !seen.has(key) && seen.add(key);
     return matching.filter(([term, id = '']) => first(`${term}\x1F${id}`))
       .sort((a, b) => size(b) - size(a) || Buffer.compare(order(a), order(b)))
-      .filter((row) => row.length >= 7 && row[1] !== '' && first(row[1])).map((row) => [row[1], row[2], row[6], size(row)]);
+      .filter((row) => row.length >= 7 && row[1] !== '' && first(row[1])).map((row) => `${row[1]} ${row[2]} ${row[6]} ${size(row)}`);
   };
-  const packs = { ...writePack({ sections: { celebrity: packRows } }), overlayAllowedRoot: root,
-    overlayPackPath: writePack({ sections: { celebrity: overlayRows } }).packPath };
   const cases = Array.from({ length: 400 }, () => ({ raw: random(8) ? word(7) : '', normalizedEnglish: random(3) ? word(5) : '' }));
-  const answers = batch(cases, { ...packs, celebrityOverlay: people }).results
-    .map(({ celebrityHits }) => celebrityHits.map(({ id, name, photoKey, len }) => [id, name, photoKey, len]));
+  const [packPath, overlayPackPath] = [packRows, overlayRows].map((celebrity) => writePack({ sections: { celebrity } }).packPath);
+  const answers = batch(cases, { packPath, overlayPackPath, overlayAllowedRoot: root, celebrityOverlay: people }).results
+    .map(({ celebrityHits }) => celebrityHits.map(({ id, name, photoKey, len }) => `${id} ${name} ${photoKey} ${len}`));
   assert.deepEqual(answers, cases.map(naive));
   assert.ok(answers.filter((list) => list.length > 1).length > 100, 'titles with several people are among them');
 });

@@ -10,11 +10,12 @@ const row = (lang) => (term, key, kind = 'category', detail = '', priority = '1'
 const [zh, en] = [row('zh'), row('en')];
 const food = zh('火锅', 'food', 'category', 'eating');
 const packOf = (scene, human = [], others = {}) => writePack({ sections: { scene, human, ...others } });
-const resolve = (pack, raw, english) => addon.resolveSceneIntent({ ...pack, raw, ...(english !== undefined && { normalizedEnglish: english }) });
+const resolve = (pack, raw, ...english) =>
+  addon.resolveSceneIntent({ ...pack, raw, ...(english.length > 0 && { normalizedEnglish: english[0] }) });
 
 /** The answer in short: [sceneKey, sceneDetail, alias, type, rank, score], or null without a hit. */
-function answer(pack, raw, english) {
-  const { sceneKey, sceneDetail, intentHit: hit } = resolve(pack, raw, english);
+function answer(pack, ...title) {
+  const { sceneKey, sceneDetail, intentHit: hit } = resolve(pack, ...title);
   assert.deepEqual([sceneKey, sceneDetail], hit ? [hit.sceneKey, hit.detail] : ['', '']);
   return hit && [sceneKey, sceneDetail, hit.alias, hit.type, hit.rank, hit.score];
 }
@@ -100,11 +101,11 @@ test('a row that is the whole title goes to the front', () => {
   const brief = ['travel', 'brief', '旅行', 'zh', 500, 8 + 2.4];
   const twice = 'hotpottriphotpottrip';
   check([
-    ['a category before a compound that is a part', [compound, whole('category')], '火锅 旅行', ['food', 'category whole', '火锅旅行', 'zh', 100, 10 + (4 * 1.2 + 1)]],
+    ['a category before a compound part', [compound, whole('category')], '火锅 旅行', ['food', 'category whole', '火锅旅行', 'zh', 100, 10 + (4 * 1.2 + 1)]],
     ['a short row that is a part stays, and ranks first', [food, short, compound], '火锅旅行', brief],
     ['of two, the higher rank', [short, whole('category'), whole('detail', 'event')], '火锅旅行', ['event', 'detail whole', '火锅旅行', 'zh', 200]],
-    ['of one rank, the longer', [short, whole('category'), en(twice, 'event')], ['火锅旅行', 'hotpot trip hotpot trip'], ['event', '', twice, 'en', 100]],
-    ['en is the whole English reading', [short, en('hotpottrip', 'event')], ['火锅旅行', 'hotpot trip'], ['event', '', 'hotpottrip', 'en', 100]],
+    ['of one rank, the longer', [short, whole('category'), en(twice, 'event')], ['火锅旅行', 'hotpot trip hotpot trip'], ['event', '', twice]],
+    ['en is the whole English reading', [short, en('hotpottrip', 'event')], ['火锅旅行', 'hotpot trip'], ['event', '', 'hotpottrip']],
     ['zh is not', [short, zh('hotpottrip', 'event')], ['火锅旅行', 'hotpot trip'], brief],
     ['a kind of rank 0 is not promoted', [short, whole('other')], '火锅旅行', brief],
     ['four fields are not promoted', [short, whole('compound').slice(0, 5)], '火锅旅行', brief],
@@ -117,22 +118,25 @@ test('scene detail', () => {
   const top = (term, kind, name = 'own') => zh(term, 'food', kind, name);
   const ten = '一二三四五六七八九十';
   const [pots, meats] = ['锅'.repeat(12), '肉'.repeat(13)];
+  const both = ten + pots + meats;
   const bbq = detail('烤肉', 'second');
   check([
     ['a whole override keeps its own', [top('吃火锅', 'compound'), detail('吃', 'dining')], '吃火锅', ['food', 'own', '吃火锅']],
     ['an override that is a part does not', [top('火锅', 'short'), detail('吃', 'dining')], '吃火锅', ['food', 'dining', '火锅']],
     ['a whole category does not', [top('吃火锅', 'category'), detail('吃', 'dining')], '吃火锅', ['food', 'dining', '吃火锅']],
     ['rows of other scenes say nothing', [top('火锅', 'short'), zh('吃', 'travel', 'detail', 'tour')], '吃火锅', ['food', 'own', '火锅']],
-    ['early beats long: 8 - 8 + (3 × 0.9 + 6) against 8 + (2 × 0.9 + 6)', [detail('火锅店', 'late'), detail('早茶', 'early')], '早茶三四五六七八火锅店', ['food', 'early', '火锅店']],
-    ['long beats early: 8 + (1 × 0.9 + 6) against 7 + (3 × 0.9 + 6)', [detail('甲', 'early'), detail('乙丙丁', 'long')], '甲乙丙丁', ['food', 'long', '乙丙丁']],
+    // 8 - 8 + (3 × 0.9 + 6) against 8 + (2 × 0.9 + 6); 8 + (1 × 0.9 + 6) against 7 + (3 × 0.9 + 6)
+    ['early beats long', [detail('火锅店', 'late'), detail('早茶', 'early')], '早茶三四五六七八火锅店', ['food', 'early', '火锅店']],
+    ['long beats early', [detail('甲', 'early'), detail('乙丙丁', 'long')], '甲乙丙丁', ['food', 'long', '乙丙丁']],
     ['priority plays no part', [detail('甲乙', 'early'), detail('丙丁', 'late', zh, '99')], '甲乙丙丁', ['food', 'early', '丙丁']],
-    ['each in its form: 7 + (2 × 0.9 + 6) against 8 + (4 × 0.7 + 6)', [detail('甲乙', 'native'), detail('soup', 'english', en)], ['一甲乙', 'soup now'], ['food', 'english', '甲乙']],
+    // Each counts in its own form of the title: 7 + (2 × 0.9 + 6) against 8 + (4 × 0.7 + 6)
+    ['two forms', [detail('甲乙', 'native'), detail('soup', 'english', en)], ['一甲乙', 'soup now'], ['food', 'english', '甲乙']],
     ['zh that is only in the reading has no detail', [top('甲', 'short'), detail('soup', 'reading')], ['甲', 'soup'], ['food', 'own', '甲']],
     // Beyond the eighth character and equally long, the first in order wins: 火锅, unless it has changed places with the whole title.
     ['equal scores: the first in order', [bbq, detail('火锅', 'first', zh, '2')], `${ten}火锅烤肉`, ['food', 'first', '火锅']],
     ['promotion swaps two places', [detail('火锅', 'first', zh, '2'), bbq, top(`${ten}火锅烤肉`, 'category')], `${ten}火锅烤肉`, ['food', 'second']],
     // 0 + (12 × 0.9 → 10) + 6 for both; the longer comes later.
-    ['equal scores: the longer term', [detail(pots, 'twelve'), detail(meats, 'thirteen'), top(ten + pots + meats, 'category')], ten + pots + meats, ['food', 'thirteen']],
+    ['equal scores: the longer term', [detail(pots, 'twelve'), detail(meats, 'thirteen'), top(both, 'category')], both, ['food', 'thirteen']],
   ]);
 });
 
@@ -169,9 +173,9 @@ test('human phrases', () => {
     ['a scene without a category row', full, '吃撑', null, [zh('聚餐', 'food', 'detail')]],
     ['a category row of ten fields is no master row', full, '吃撑', null, [master.slice(0, 11)]],
     ['beats a compound row', full, '今天吃撑', implied('今天吃撑', 'zh', 10 + 4 * 1.2), [master, zh('今天吃撑', 'travel', 'compound')]],
-    ['the whole title goes before a short row that is a part', full, '今天吃撑', implied('今天吃撑', 'zh', 10 + 4 * 1.2), [master, zh('今', 'travel', 'short')]],
+    ['the whole title goes before a short row that is a part', full, '今天吃撑', implied('今天吃撑', 'zh', 14.8), [master, zh('今', 'travel', 'short')]],
     ['loses to a short row that is the whole title', full, '今天吃撑', ['travel'], [master, zh('今天吃撑', 'travel', 'short')]],
-    ['sorts behind a short row in a title that it is not', plain2, ['周末', 'party night'], ['travel', '', '周', 'zh', 500, 10 + 1.2], [master, zh('周', 'travel', 'short')]],
+    ['sorts behind a short row if it is not the whole title', plain2, ['周末', 'party night'], ['travel'], [master, zh('周', 'travel', 'short')]],
   ].map(([what, human, title, expected, scene = [master]]) => [what, scene, title, expected, [human]]));
   const { intentHit: { entry } } = resolve(packOf([master.with(4, 'detail').with(11, '4'), master, master.with(11, '6')], [full]), '吃撑');
   assert.deepEqual([entry.priority, entry.label, entry.icon], ['5', 'food label', 'food-icon'], 'the first master row describes the scene');
