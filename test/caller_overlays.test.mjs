@@ -141,7 +141,7 @@ test('a person row by row', () => {
   const growing = [{ get id() { growing.push({ id: 'b', name: '乙星' }); return 'a'; }, name: '甲星' }];
   const table = [
     // People, title, alias, name and tags of the hits.
-    [[person({ aliases: ['乙星'] })], '甲星', '甲星 甲星 '], [[person({ aliases: ['乙星'] })], '乙星', ''],
+    [[person({ aliases: ['乙星'] })], '甲星', '甲星 甲星 '], [[person({ aliases: [['乙星']] })], '乙星', ''],
     [[person({ aliases: { any: [7, ['x'], '\t ', null, 'Z Z'], nick: '丙星' } })], 'zz', 'zz 甲星 '],
     [[person({ aliases: { nick: '丙星' } })], '丙星', ''],
     // A name of blanks is a name, but no alias.
