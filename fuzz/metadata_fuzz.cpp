@@ -1,7 +1,7 @@
 // The metadata scanners, on a text alone and behind the header of a pack.
+#include "cache/rule_pack_loader.h"
 #include "fuzz_target.h"
 #include "pack/metadata_scanner.h"
-#include "pack/rule_pack_loader.h"
 
 using namespace corvenda;
 

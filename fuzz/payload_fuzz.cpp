@@ -2,10 +2,10 @@
 // input is also read with the digests put right.
 #include <algorithm>
 
+#include "base/byte_reader.h"
+#include "cache/rule_pack_loader.h"
 #include "fuzz_target.h"
-#include "pack/byte_reader.h"
 #include "pack/crypto.h"
-#include "pack/rule_pack_loader.h"
 
 using namespace corvenda;
 

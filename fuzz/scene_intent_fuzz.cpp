@@ -2,6 +2,7 @@
 // indexes find is held against the loops that they stand for.
 #include "fuzz_target.h"
 #include "scene/scene_intent.h"
+#include "text/text_primitives.h"
 
 using namespace corvenda;
 

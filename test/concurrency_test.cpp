@@ -8,10 +8,10 @@
 #include <unistd.h>
 
 #include "cache/location_view.h"
+#include "cache/rule_pack_loader.h"
 #include "cache/warm_up.h"
 #include "facet/facet_extraction.h"
 #include "lookup/index_lookup.h"
-#include "pack/rule_pack_loader.h"
 
 namespace corvenda {
 namespace {

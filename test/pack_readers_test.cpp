@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include "cache/rule_pack_loader.h"
 #include "pack/binary_index.h"
 #include "pack/crypto.h"
 #include "pack/metadata_scanner.h"
 #include "pack/pack_file.h"
 #include "pack/payload.h"
-#include "pack/rule_pack_loader.h"
 
 namespace corvenda {
 namespace {

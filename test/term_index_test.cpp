@@ -1,12 +1,12 @@
 // The index held against the loop over all rows that it stands for.
-#include "cache/term_index.h"
+#include "rows/term_index.h"
 
 #include <random>
 
 #include <gtest/gtest.h>
 
-#include "cache/record_table.h"
-#include "scene/text_matching.h"
+#include "rows/record_table.h"
+#include "text/text_primitives.h"
 
 namespace corvenda {
 namespace {

@@ -1,12 +1,14 @@
 // The text tests and the order of rows. Scores are held by the titles of scene_intent.test.mjs.
-#include "scene/text_matching.h"
+#include "text/text_primitives.h"
 
 #include <cmath>
 #include <limits>
 
 #include <gtest/gtest.h>
 
-#include "pack/number_text.h"
+#include "base/number_text.h"
+#include "scene/scene_score.h"
+#include "text/term_score.h"
 
 namespace corvenda {
 namespace {

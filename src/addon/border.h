@@ -18,7 +18,7 @@
 
 #include <napi.h>
 
-#include "pack/semantic_error.h"
+#include "base/semantic_error.h"
 
 namespace corvenda {
 

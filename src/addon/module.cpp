@@ -3,7 +3,7 @@
 // Plain Node-API calls instead of Napi::Function and Object::Set: a worker may be terminated while it loads the module,
 // every call that follows then fails, and the wrappers abort the process over that.
 #include "addon/border.h"
-#include "addon/exports.h"
+#include "addon/exports/exports.h"
 
 namespace corvenda {
 namespace {

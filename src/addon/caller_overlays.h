@@ -1,0 +1,26 @@
+// Caller overlays: plain JavaScript values that become rows of the shapes that packs have.
+//
+// Reading is tolerant and never fails a call. A wrong type or a getter that throws counts as absent; the pending
+// exception is taken and dropped, and reading goes on with the next property or element.
+#pragma once
+
+#include <vector>
+
+#include <napi.h>
+
+#include "rows/record_table.h"
+
+namespace corvenda {
+
+/// Appends the rows of a "sceneOverlay" to `records`: "categories", then "shortTitleOverrides", "compoundOverrides" and
+/// "conflictOverrides". An override takes its scene's data from the first master row of the scene, in `base` (may be
+/// null) or else among `records`. False if `value` is no object or is an array.
+bool readSceneLexicon(napi_env env, napi_value value, const RecordTable* base, std::vector<IndexRecord>* records);
+
+/// Appends the rows of a "locationOverlay". False if `value` is no object or is an array.
+bool readLocationOverlay(napi_env env, napi_value value, std::vector<IndexRecord>* records);
+
+/// Appends the rows of a "celebrityOverlay". False if `value` is no array.
+bool readCelebrityOverlay(napi_env env, napi_value value, std::vector<IndexRecord>* records);
+
+}  // namespace corvenda

@@ -1,0 +1,308 @@
+#include "celebrity/celebrity_badges.h"
+
+#include <algorithm>
+#include <set>
+#include <span>
+
+#include "rows/lexicon_rows.h"
+#include "text/text_primitives.h"
+
+namespace corvenda {
+namespace {
+
+using Words = std::span<const std::string_view>;
+
+// --- Finding people -------------------------------------------------------------------------------------------------
+
+/// Overlay aliases are the caller's words, unchecked by an editor: a single byte inside a title is no name. A Chinese
+/// character has three bytes and passes. Pack rows have no such limit.
+constexpr std::size_t kMinOverlayTermBytes = 2;
+
+/// The rows that matched, each key once. The key is taken before anything else is asked of a row, so an overlay row
+/// with too few fields hides the pack's row with the same key.
+struct CelebrityHits {
+  std::vector<const IndexRecord*> rows;
+  std::set<std::string> seenKeys;
+};
+
+std::string celebrityHitKey(const IndexRecord& record) {
+  return record.term + '\x1F' + fieldOrEmpty(record, celebrity_field::kId);
+}
+
+void addHit(const IndexRecord& record, CelebrityHits* hits) {
+  if (hits->seenKeys.insert(celebrityHitKey(record)).second) hits->rows.push_back(&record);
+}
+
+void addOverlayHits(const std::vector<IndexRecord>& records, const TermIndex& index, const CelebrityTitle& title,
+                    CelebrityHits* hits) {
+  std::vector<std::uint32_t> numbers;
+  appendContainedRows(index, title.compactRaw, &numbers);
+  appendContainedRows(index, title.compactEnglish, &numbers);
+  sortUnique(&numbers);
+  for (const std::uint32_t number : numbers) {
+    const std::string& term = records[number].term;
+    if (term.size() >= kMinOverlayTermBytes || term == title.compactRaw || term == title.compactEnglish) {
+      addHit(records[number], hits);
+    }
+  }
+}
+
+void addPackHits(const RecordTable& pack, std::string_view text, CelebrityHits* hits) {
+  if (text.empty()) return;
+  for (const IndexRecord* record : filterRecords(pack, Section::kCelebrity, text, true)) addHit(*record, hits);
+}
+
+bool celebrityRowBefore(const IndexRecord* a, const IndexRecord* b) {
+  if (a->term.size() != b->term.size()) return a->term.size() > b->term.size();
+  return a->fields < b->fields;
+}
+
+// --- What the title says of the person ------------------------------------------------------------------------------
+
+constexpr std::string_view kConcertWords[] = {"演唱会", "音乐会"};
+constexpr std::string_view kAirportWords[] = {"机场", "接机", "送机", "候机", "出发", "返程"};
+constexpr std::string_view kRoadshowWords[] = {"路演"};
+constexpr std::string_view kFanWords[] = {"见面会", "粉丝见面会", "签售会", "签名会", "应援", "打call"};
+constexpr std::string_view kVarietyWords[] = {"综艺录制", "节目录制", "录综艺", "录节目"};
+constexpr std::string_view kBrandWords[] = {"品牌", "代言活动", "品牌站台", "品牌快闪"};
+constexpr std::string_view kFashionWords[] = {"时装周", "秀场", "时尚活动", "看秀"};
+constexpr std::string_view kCityWords[] = {"巡城活动", "快闪活动", "见面活动", "扫街", "商场活动"};
+constexpr std::string_view kPosterWords[] = {"大片", "海报"};
+
+// Searched in the English reading without its blanks, so a keyword with a blank never fires. Those five belong to the
+// lists all the same: their signals come from the Chinese words alone, and callers rely on it.
+constexpr std::string_view kConcertWordsEn[] = {"concert"};
+constexpr std::string_view kAirportWordsEn[] = {"airport", "departure", "arrival", "boarding"};
+constexpr std::string_view kRoadshowWordsEn[] = {"roadshow"};
+constexpr std::string_view kFanWordsEn[] = {"fan meeting"};
+constexpr std::string_view kVarietyWordsEn[] = {"variety recording"};
+constexpr std::string_view kBrandWordsEn[] = {"brand event"};
+constexpr std::string_view kFashionWordsEn[] = {"fashion week"};
+constexpr std::string_view kCityWordsEn[] = {"city event"};
+
+struct ActivitySignals {
+  bool concert, airport, roadshow, fan, variety, brand, fashion, city, posterWord;
+};
+
+bool containsAny(std::string_view text, Words words) {
+  return std::any_of(words.begin(), words.end(),
+                     [&](std::string_view word) { return containsTerm(text, word).has_value(); });
+}
+
+ActivitySignals readActivitySignals(const CelebrityTitle& title) {
+  const auto says = [&](Words words, Words wordsEn) {
+    return containsAny(title.raw, words) || containsAny(title.compactEnglish, wordsEn);
+  };
+  return {says(kConcertWords, kConcertWordsEn),   says(kAirportWords, kAirportWordsEn),
+          says(kRoadshowWords, kRoadshowWordsEn), says(kFanWords, kFanWordsEn),
+          says(kVarietyWords, kVarietyWordsEn),   says(kBrandWords, kBrandWordsEn),
+          says(kFashionWords, kFashionWordsEn),   says(kCityWords, kCityWordsEn),
+          containsAny(title.raw, kPosterWords)};
+}
+
+// --- Badges ---------------------------------------------------------------------------------------------------------
+
+constexpr std::string_view kActorRoadshow = "演员路演";
+constexpr std::string_view kFilmEvent = "明星影视活动";
+constexpr std::string_view kConcert = "明星演唱会";
+constexpr std::string_view kIdolFans = "偶像应援活动";
+constexpr std::string_view kFanMeeting = "明星见面会";
+constexpr std::string_view kIdolVariety = "明星综艺录制";
+constexpr std::string_view kBrandPoster = "明星品牌大片";
+constexpr std::string_view kBrandEvent = "明星品牌活动";
+constexpr std::string_view kFashionEvent = "明星时尚活动";
+constexpr std::string_view kAirportPhoto = "明星机场街拍";
+constexpr std::string_view kAirportTrip = "明星机场出行";
+constexpr std::string_view kCityEvent = "明星城市活动";
+constexpr std::string_view kArtist = "明星艺人";
+
+struct KindLabel {
+  std::string_view kind;
+  std::string_view label;
+  bool candidate;  ///< the label competes as a candidate of its own
+};
+
+// clang-format off: one row a line
+constexpr KindLabel kKindLabels[] = {
+    {"creator", "网红达人", false}, {"influencer", "网红达人", false}, {"model", "明星模特", true},
+    {"athlete", "体育明星", false}, {"singer", "明星歌手", true},      {"actor", "明星演员", true},
+    {"idol", "明星偶像", true},
+};
+// clang-format on
+
+const KindLabel* findKindLabel(std::string_view kind) {
+  for (const KindLabel& row : kKindLabels) {
+    if (row.kind == kind) return &row;
+  }
+  return nullptr;
+}
+
+/// The person and the title, read once for all steps below.
+struct BadgeSubject {
+  std::string_view kind;
+  std::string_view defaultLabel;
+  bool photo;
+  ActivitySignals says;
+};
+
+std::string_view chooseRawLabel(const BadgeSubject& subject) {
+  const auto& [kind, defaultLabel, photo, says] = subject;
+  if (kind == "adult") return defaultLabel;
+  if (kind == "actor" && says.roadshow) return kActorRoadshow;
+  if (says.concert) return kConcert;
+  if (says.fan) return kind == "idol" ? kIdolFans : kFanMeeting;
+  if (kind == "idol" && says.variety) return kIdolVariety;
+  if (says.brand) return photo && says.posterWord ? kBrandPoster : kBrandEvent;
+  if (kind == "model" && says.fashion) return kFashionEvent;
+  if (says.airport) return photo ? kAirportPhoto : kAirportTrip;
+  if (says.city) return kCityEvent;
+  return defaultLabel;
+}
+
+std::string_view mediumFallbackLabel(std::string_view rawLabel) {
+  if (rawLabel == kActorRoadshow) return kFilmEvent;
+  if (rawLabel == kIdolFans) return kFanMeeting;
+  if (rawLabel == kAirportPhoto) return kAirportTrip;
+  if (rawLabel == kBrandPoster) return kBrandEvent;
+  return rawLabel;
+}
+
+int rawLabelScore(const BadgeSubject& subject, std::string_view rawLabel) {
+  if (subject.kind == "adult") return 100;
+  if (rawLabel == subject.defaultLabel) return 60;
+  if (rawLabel == kAirportPhoto) return 95;
+  if (rawLabel == kBrandPoster) return 94;
+  if (rawLabel == kIdolFans) return 98;
+  if (rawLabel == kBrandEvent) return subject.says.posterWord ? 85 : 100;
+  return 100;
+}
+
+/// The candidates without their reasons. Neither sorted nor merged: a label may stand there twice, and the first need
+/// not be the raw label.
+std::vector<BadgeCandidate> listCandidates(const BadgeSubject& subject, std::string_view rawLabel) {
+  std::vector<BadgeCandidate> candidates;
+  const auto add = [&](std::string_view label, int score) { candidates.push_back({std::string(label), score, {}}); };
+  if (rawLabel == kAirportPhoto) add(kAirportTrip, 100);
+  add(rawLabel, rawLabelScore(subject, rawLabel));
+  if (rawLabel == kBrandPoster) add(kBrandEvent, 85);
+  if (subject.says.brand && subject.says.posterWord) add(kFashionEvent, 84);
+  // Idols alone are given this label, so that what comes next is the entry of their kind.
+  if (rawLabel == kIdolFans) add(kFanMeeting, 83);
+  const KindLabel* kindLabel = findKindLabel(subject.kind);
+  if (kindLabel != nullptr && kindLabel->candidate) add(kindLabel->label, 60);
+  add(kArtist, 54);
+  return candidates;
+}
+
+struct PositionReasons {
+  std::string_view rawLabel;
+  std::string_view reasons[3];  ///< of the first candidates; empty: the base reason
+};
+
+constexpr PositionReasons kPositionReasons[] = {
+    {kIdolFans, {"idol-fan", "fan", {}}},
+    {kAirportPhoto, {"explicit", "photo-airport", {}}},
+    {kBrandPoster, {"photo-brand", "brand", "fashion"}},
+    {kBrandEvent, {"brand", "fashion", {}}},
+};
+
+constexpr PositionReasons kAdultReasons = {{}, {"adult", {}, {}}};
+
+/// Reasons go by position, whatever label stands there.
+void giveReasons(const BadgeSubject& subject, std::string_view rawLabel, std::vector<BadgeCandidate>* candidates) {
+  const PositionReasons* special = subject.kind == "adult" ? &kAdultReasons : nullptr;
+  for (const PositionReasons& row : kPositionReasons) {
+    if (special == nullptr && row.rawLabel == rawLabel) special = &row;
+  }
+  for (std::size_t i = 0; i < candidates->size(); ++i) {
+    BadgeCandidate& candidate = (*candidates)[i];
+    candidate.reason = candidate.label == subject.defaultLabel ? "default-kind" : "default";
+    if (special != nullptr && i < std::size(special->reasons) && !special->reasons[i].empty()) {
+      candidate.reason = special->reasons[i];
+    }
+  }
+}
+
+struct ConfidenceRow {
+  int top;     ///< at least
+  int margin;  ///< at least
+  double confidence;
+  std::string_view level;
+};
+
+constexpr int kAnyMargin = -100;  // below every difference of two scores
+
+// clang-format off: one row a line
+constexpr ConfidenceRow kConfidenceRows[] = {
+    {100, 8, 0.99, "high"},           {96, 6, 0.96, "high"},        {90, 4, 0.9, "high"}, {78, 2, 0.78, "medium"},
+    {64, kAnyMargin, 0.64, "medium"}, {0, kAnyMargin, 0.52, "low"},
+};
+// clang-format on
+
+void rateConfidence(CelebrityBadge* badge) {
+  const int top = badge->candidates[0].score;
+  const int margin = top - badge->candidates[1].score;
+  for (const ConfidenceRow& row : kConfidenceRows) {
+    if (top < row.top || margin < row.margin) continue;
+    badge->confidence = row.confidence;
+    badge->confidenceLevel = row.level;
+    return;
+  }
+}
+
+}  // namespace
+
+CelebrityTitle makeCelebrityTitle(std::string raw, std::string_view english, bool photo) {
+  CelebrityTitle title;
+  title.compactRaw = compactTerm(raw);
+  title.compactEnglish = compactTerm(english);
+  title.raw = std::move(raw);
+  title.photo = photo;
+  return title;
+}
+
+bool isBlankTitle(const CelebrityTitle& title) { return title.compactRaw.empty() && title.compactEnglish.empty(); }
+
+std::vector<const IndexRecord*> findCelebrities(const CelebrityTitle& title, const CelebrityOverlay& overlay,
+                                                const RecordTable* pack) {
+  CelebrityHits hits;
+  addOverlayHits(overlay.rows, overlay.index, title, &hits);
+  if (overlay.pack != nullptr) {
+    const RecordTable& table = overlay.pack->table;
+    addOverlayHits(table.records, sectionTermIndex(table, Section::kCelebrity), title, &hits);
+  }
+  if (pack != nullptr) {
+    addPackHits(*pack, title.compactRaw, &hits);
+    addPackHits(*pack, title.compactEnglish, &hits);
+  }
+  // Stable, so that a result doesn't depend on the library's sort.
+  std::stable_sort(hits.rows.begin(), hits.rows.end(), celebrityRowBefore);
+  std::set<std::string_view> seenIds;
+  std::erase_if(hits.rows, [&](const IndexRecord* row) {
+    if (row->fields.size() < celebrity_field::kCount) return true;
+    const std::string& id = row->fields[celebrity_field::kId];
+    return id.empty() || !seenIds.insert(id).second;
+  });
+  return std::move(hits.rows);
+}
+
+std::string defaultCelebrityLabel(std::string_view kind, std::string_view region) {
+  if (kind == "adult") return std::string(region == "JP" ? "日本" : region) + "AV明星";
+  const KindLabel* row = findKindLabel(kind);
+  return std::string(row != nullptr ? row->label : kArtist);
+}
+
+CelebrityBadge proposeCelebrityBadge(const IndexRecord& primary, const CelebrityTitle& title) {
+  const std::string& kind = primary.fields[celebrity_field::kKind];
+  CelebrityBadge badge;
+  badge.fallbackLabel = defaultCelebrityLabel(kind, primary.fields[celebrity_field::kRegion]);
+  const BadgeSubject subject{kind, badge.fallbackLabel, title.photo, readActivitySignals(title)};
+  badge.rawLabel = chooseRawLabel(subject);
+  badge.mediumFallbackLabel = mediumFallbackLabel(badge.rawLabel);
+  badge.candidates = listCandidates(subject, badge.rawLabel);
+  giveReasons(subject, badge.rawLabel, &badge.candidates);
+  rateConfidence(&badge);
+  return badge;
+}
+
+}  // namespace corvenda

@@ -1,0 +1,43 @@
+// The places that a title names. Mostly about saying no: database rows give way to curated ones, a common English word
+// is no town, and a row of a regional table needs the title to show signs of that region.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cache/location_view.h"
+#include "text/title.h"
+
+namespace corvenda {
+
+/// The best hit of the primary code that is no country.
+struct PrimaryLocationHit {
+  std::string_view label;
+  std::string_view source;
+  std::uint64_t index = 0;  ///< characters in front of the term in the compacted text; 9999 if it isn't there
+  std::uint64_t len = 0;    ///< characters of the label
+  double weight = 0;
+};
+
+/// Display data of a title with at least one hit.
+struct LocationMeta {
+  std::string_view countryCode;  ///< the primary code
+  std::string_view countryLabel;
+  std::string locationLabel;  ///< may be empty
+  std::string shortLabel;
+  std::optional<PrimaryLocationHit> primaryHit;
+};
+
+/// Views point into the rows of the view and the title.
+struct LocationAnswer {
+  bool found = false;                   ///< the title names a place
+  std::vector<std::string_view> codes;  ///< at most three
+  std::optional<LocationMeta> meta;
+};
+
+LocationAnswer resolveLocation(const LocationView& view, const TitleTexts& title);
+
+}  // namespace corvenda

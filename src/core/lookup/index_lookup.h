@@ -1,0 +1,51 @@
+// Which rows of a section carry a term: the rows themselves, ranked and scored, and one candidate a scene.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "rows/record_table.h"
+
+namespace corvenda {
+
+/// A row with its place in the order. The scores follow the convention of scene rows, for rows of every section alike.
+struct LookupMatch {
+  const IndexRecord* record = nullptr;
+  std::int32_t rank = 0;
+  double score = 0;
+  double detailScore = 0;
+};
+
+/// What the matches say of one scene. The texts belong to the rows.
+struct LookupCandidate {
+  std::string_view sceneKey;
+  std::string_view detailLabel;  ///< of the best row: highest rank, then longest term
+  std::int32_t bestRank = 0;
+  std::size_t bestTermLength = 0;  ///< bytes
+  std::uint32_t candidateCount = 0;
+  double bestDetailScore = 0;                    ///< of any row
+  std::vector<std::string_view> candidateTypes;  ///< each kind once, in the order of the matches
+};
+
+/// What a common word loses: "life" 26, …, "meal" 8 in "en", 0 for a word that is not in the table. In every other
+/// language the only entry is "??", 26.
+int genericTermPenalty(std::string_view term, std::string_view lang);
+
+/// early + (length + weight), less the penalty; may be negative. Not `sceneRowScore`: it works with any number of
+/// fields (a row without a language counts as "zh"), a weight that is no number counts as 0 and leaves the rest of the
+/// score, and there is one text for position and characters.
+double lookupRowScore(const IndexRecord& record, std::string_view text);
+
+/// early + length + 6 for a row of kind "detail", else 0. Unlike `detailRowScore` it has a value for a term that does
+/// not stand in the text.
+double lookupDetailScore(const IndexRecord& record, std::string_view text);
+
+/// The rows of the section whose term equals `text` or, with `contains`, stands in it: higher rank first, then the
+/// longer term in bytes, then the lesser first field in bytes. Rows that tie in all three come in any order.
+std::vector<LookupMatch> lookupRows(const RecordTable& table, Section section, std::string_view text, bool contains);
+
+/// Folds sorted matches into one candidate a scene, best first. Rows with fewer than two fields are left out.
+std::vector<LookupCandidate> foldCandidates(const std::vector<LookupMatch>& matches);
+
+}  // namespace corvenda

@@ -1,0 +1,35 @@
+// SHA-256 and AES-256-GCM behind three functions; one source file a provider, chosen at configure time.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "base/secure_memory.h"
+#include "base/semantic_error.h"
+
+namespace corvenda {
+
+constexpr std::size_t kSha256Size = 32;
+constexpr std::size_t kPackKeySize = 32;
+constexpr std::size_t kGcmNonceSize = 12;
+constexpr std::size_t kGcmTagSize = 16;
+
+using Sha256Digest = std::array<std::uint8_t, kSha256Size>;
+
+/// SHA-256 (FIPS 180-4) of a byte range, which may be empty.
+/// Errors: "native SHA-256 provider cannot be opened", "native SHA-256 object length is invalid",
+/// "native SHA-256 calculation failed".
+bool sha256(ByteSpan bytes, Sha256Digest* digest, SemanticError* error);
+
+/// The digest as 64 lower-case hexadecimal digits; the empty string, with `error` set, if it fails.
+std::string sha256Hex(ByteSpan bytes, SemanticError* error);
+
+/// AES-256-GCM (NIST SP 800-38D): `nonce` 12 bytes, `tag` 16, `key` 32. `plaintext` gets the ciphertext's length; after
+/// a failure it is wiped and empty. A wrong key, tag, text or additional text are not told apart:
+/// "semantic rule-pack authentication or decryption failed". Provider errors: "native AES provider cannot be opened",
+/// "native AES object length is invalid", "native AES key cannot be initialized".
+bool decryptAesGcm(ByteSpan ciphertext, ByteSpan additionalData, const std::uint8_t* nonce, const std::uint8_t* tag,
+                   const std::uint8_t* key, SecureBytes* plaintext, SemanticError* error);
+
+}  // namespace corvenda

@@ -1,0 +1,15 @@
+// The parts of which all scores of terms are made. Every constant that callers pass is part of the contract.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace corvenda {
+
+/// How early a term stands: `full` at the start of the text, one less for each character in front, never below 0.
+double earlyScore(double full, std::uint64_t prefixCharacters);
+
+/// How long a term is: a factor a character, up to a cap.
+double lengthScore(std::string_view term, double factor, double cap);
+
+}  // namespace corvenda

@@ -1,0 +1,38 @@
+// The byte-level text tests that all resolvers share. Plain functions of their arguments.
+//
+// Text is a byte string that holds UTF-8. Nothing here validates it: a stray byte counts as one character or is left
+// alone.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace corvenda {
+
+/// The term fold of the whole system: drops every byte below 33, lowers A to Z, keeps all else.
+std::string compactTerm(std::string_view text);
+
+/// True if every byte is a to z or 0 to 9; true for the empty text.
+bool isPlainToken(std::string_view text);
+
+/// `isPlainToken` with the blank allowed too.
+bool isPlainPhrase(std::string_view text);
+
+/// True if a byte is 128 or above.
+bool hasNonAscii(std::string_view text);
+
+/// Bytes that are not UTF-8 continuation bytes.
+std::uint64_t countCharacters(std::string_view text);
+
+/// Byte position of the first occurrence of `term`; 0 for an empty term, also in an empty text.
+std::optional<std::size_t> containsTerm(std::string_view text, std::string_view term);
+
+/// True if `term`, written without blanks, is a run of whole consecutive words of `text`: with "street food market" the
+/// terms "street", "streetfood" and "foodmarket" match, "treet" and "streetmarket" do not. Only the blank separates
+/// words, and nothing is folded. False if either is empty.
+bool matchesWordRun(std::string_view text, std::string_view term);
+
+}  // namespace corvenda
