@@ -1,5 +1,7 @@
 #include "addon/border.h"
 
+#include <array>
+
 namespace corvenda {
 namespace {
 
@@ -15,19 +17,34 @@ napi_value undefinedValue(napi_env env) {
   return value;
 }
 
-void throwIfNonePending(napi_env env, ErrorKind kind, std::string_view message) {
-  // The exception that is pending is the one to be seen.
+}  // namespace
+
+bool failAs(Failure* failure, ErrorKind kind, std::string_view message) {
+  failure->kind = kind;
+  return fail(failure, message);
+}
+
+void throwFailure(napi_env env, const Failure& failure) {
   if (isExceptionPending(env)) return;
   napi_value text = nullptr;
   napi_value error = nullptr;
+  const std::string& message = failure.message;
   if (napi_create_string_utf8(env, message.data(), message.size(), &text) != napi_ok) return;
-  const auto create = kind == ErrorKind::kTypeError    ? napi_create_type_error
-                      : kind == ErrorKind::kRangeError ? napi_create_range_error
-                                                       : napi_create_error;
+  const auto create = failure.kind == ErrorKind::kTypeError    ? napi_create_type_error
+                      : failure.kind == ErrorKind::kRangeError ? napi_create_range_error
+                                                               : napi_create_error;
   if (create(env, nullptr, text, &error) == napi_ok) napi_throw(env, error);
 }
 
-}  // namespace
+bool settled(napi_env env, napi_status status) {
+  if (status == napi_ok) return true;
+  const napi_extended_error_info* info = nullptr;
+  const bool described = napi_get_last_error_info(env, &info) == napi_ok && info->error_message != nullptr;
+  Failure failure;
+  fail(&failure, described ? info->error_message : "Error in native callback");
+  throwFailure(env, failure);
+  return false;
+}
 
 bool isExceptionPending(napi_env env) {
   bool pending = false;
@@ -40,24 +57,9 @@ bool dropException(napi_env env) {
   return napi_get_and_clear_last_exception(env, &dropped) == napi_ok;
 }
 
-Napi::Value refuse(napi_env env, ErrorKind kind, std::string_view message) {
-  throwIfNonePending(env, kind, message);
-  return Napi::Env(env).Null();
-}
+HandleScope::HandleScope(napi_env scopeEnv) : env(scopeEnv) { napi_open_handle_scope(env, &scope); }
 
-bool settled(napi_env env, napi_status status) {
-  if (status == napi_ok) return true;
-  const napi_extended_error_info* info = nullptr;
-  const bool described = napi_get_last_error_info(env, &info) == napi_ok && info->error_message != nullptr;
-  throwIfNonePending(env, ErrorKind::kError, described ? info->error_message : "Error in native callback");
-  return false;
-}
-
-bool requireOneOptionsObject(const Napi::CallbackInfo& info, std::string_view message) {
-  if (info.Length() == 1 && isPlainObject(info.Env(), info[0])) return true;
-  throwIfNonePending(info.Env(), ErrorKind::kTypeError, message);
-  return false;
-}
+HandleScope::~HandleScope() { napi_close_handle_scope(env, scope); }
 
 bool isObjectLike(napi_env env, napi_value value) {
   const napi_valuetype type = typeOf(env, value);
@@ -96,85 +98,35 @@ std::uint32_t arrayLength(napi_env env, napi_value array) {
 }
 
 std::string readString(napi_env env, napi_value value) {
+  // Most texts are short, and asking for the length first would cost as much again. A text that stops well before the
+  // end of the buffer (a character has at most four bytes) was not cut.
+  std::array<char, 256> buffer;
   std::size_t length = 0;
+  if (!settled(env, napi_get_value_string_utf8(env, value, buffer.data(), buffer.size(), &length))) return {};
+  if (length + 4 < buffer.size()) return {buffer.data(), length};
   if (!settled(env, napi_get_value_string_utf8(env, value, nullptr, 0, &length))) return {};
   std::string text(length, '\0');
-  // The string's terminator has its place behind the last byte.
+  // The string's terminator has its place after the last byte.
   if (!settled(env, napi_get_value_string_utf8(env, value, text.data(), length + 1, &length))) return {};
   return text;
 }
 
-std::string readStringOrEmpty(napi_env env, napi_value object, const char* name) {
-  const napi_value value = getProperty(env, object, name);
-  return isString(env, value) ? readString(env, value) : std::string();
-}
-
-bool requireStringOption(napi_env env, napi_value options, const char* name, std::string* out, SemanticError* error) {
-  const napi_value value = getProperty(env, options, name);
-  if (!isString(env, value)) return fail(error, std::string("semantic native option is missing: ") + name);
-  *out = readString(env, value);
-  if (out->empty()) return fail(error, std::string("semantic native option is empty: ") + name);
-  return true;
-}
-
-bool readNormalizedEnglish(napi_env env, napi_value options, std::string* out, SemanticError* error) {
-  if (!hasProperty(env, options, "normalizedEnglish")) return true;
-  const napi_value value = getProperty(env, options, "normalizedEnglish");
-  if (!isString(env, value)) return fail(error, "normalizedEnglish must be a string");
-  *out = readString(env, value);
-  return true;
-}
-
-napi_value makeObject(napi_env env) {
-  napi_value object = nullptr;
-  settled(env, napi_create_object(env, &object));
-  return object;
-}
-
-napi_value makeArray(napi_env env) {
-  napi_value array = nullptr;
-  settled(env, napi_create_array(env, &array));
-  return array;
-}
-
-napi_value makeString(napi_env env, std::string_view text) {
+napi_value makeText(napi_env env, std::string_view text) {
   napi_value value = nullptr;
   settled(env, napi_create_string_utf8(env, text.data(), text.size(), &value));
   return value;
 }
 
-napi_value makeNumber(napi_env env, double number) {
-  napi_value value = nullptr;
-  settled(env, napi_create_double(env, number, &value));
-  return value;
-}
-
-napi_value makeTextArray(napi_env env, const std::vector<std::string>& texts) {
-  return makeList(env, texts, makeString);
-}
-
-bool setValue(napi_env env, napi_value object, const char* name, napi_value value) {
-  return settled(env, napi_set_named_property(env, object, name, value));
-}
-
-bool setText(napi_env env, napi_value object, const char* name, std::string_view text) {
-  return setValue(env, object, name, makeString(env, text));
-}
-
-bool setBoolean(napi_env env, napi_value object, const char* name, bool value) {
+napi_value makeBoolean(napi_env env, bool value) {
   napi_value boolean = nullptr;
   settled(env, napi_get_boolean(env, value, &boolean));
-  return setValue(env, object, name, boolean);
+  return boolean;
 }
 
-bool setNull(napi_env env, napi_value object, const char* name) {
+napi_value makeNull(napi_env env) {
   napi_value null = nullptr;
   settled(env, napi_get_null(env, &null));
-  return setValue(env, object, name, null);
-}
-
-bool setElement(napi_env env, napi_value array, std::size_t position, napi_value value) {
-  return settled(env, napi_set_element(env, array, static_cast<std::uint32_t>(position), value));
+  return null;
 }
 
 }  // namespace corvenda

@@ -54,7 +54,7 @@ template <typename Read>
 void forEachElement(napi_env env, napi_value array, Read read) {
   if (!isArray(env, array)) return;
   for (std::uint32_t i = 0; i < arrayLength(env, array); ++i) {
-    const Napi::HandleScope scope(env);
+    const HandleScope scope(env);
     napi_value element = nullptr;
     if (napi_get_element(env, array, i, &element) == napi_ok) {
       read(element);
@@ -252,8 +252,8 @@ void readCelebrity(napi_env env, napi_value person, Records* records) {
 
 }  // namespace
 
-bool readSceneLexicon(napi_env env, napi_value value, const RecordTable* base, Records* records) {
-  if (!canRead(env) || !isPlainObject(env, value)) return false;
+void readSceneLexicon(napi_env env, napi_value value, const RecordTable* base, Records* records) {
+  if (!canRead(env) || !isPlainObject(env, value)) return;
   forEachElement(env, readProperty(env, value, "categories"),
                  [&](napi_value category) { readSceneCategory(env, category, records); });
   const SceneMasters masters = findSceneMasters(base, *records);
@@ -264,20 +264,17 @@ bool readSceneLexicon(napi_env env, napi_value value, const RecordTable* base, R
   readOverrides("shortTitleOverrides", "short");
   readOverrides("compoundOverrides", "compound");
   readOverrides("conflictOverrides", "conflict");
-  return true;
 }
 
-bool readLocationOverlay(napi_env env, napi_value value, Records* records) {
-  if (!canRead(env) || !isPlainObject(env, value)) return false;
+void readLocationOverlay(napi_env env, napi_value value, Records* records) {
+  if (!canRead(env) || !isPlainObject(env, value)) return;
   readLocationAliases(env, readProperty(env, value, "aliasesZh"), "zh", records);
   readLocationAliases(env, readProperty(env, value, "aliasesEn"), "en", records);
-  return true;
 }
 
-bool readCelebrityOverlay(napi_env env, napi_value value, Records* records) {
-  if (!canRead(env) || !isArray(env, value)) return false;
+void readCelebrityOverlay(napi_env env, napi_value value, Records* records) {
+  if (!canRead(env) || !isArray(env, value)) return;
   forEachElement(env, value, [&](napi_value person) { readCelebrity(env, person, records); });
-  return true;
 }
 
 }  // namespace corvenda

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-#include <napi.h>
+#include <node_api.h>
 
 #include "rows/record_table.h"
 
@@ -14,13 +14,13 @@ namespace corvenda {
 
 /// Appends the rows of a "sceneOverlay" to `records`: "categories", then "shortTitleOverrides", "compoundOverrides" and
 /// "conflictOverrides". An override takes its scene's data from the first master row of the scene, in `base` (may be
-/// null) or else among `records`. False if `value` is no object or is an array.
-bool readSceneLexicon(napi_env env, napi_value value, const RecordTable* base, std::vector<IndexRecord>* records);
+/// null) or else among `records`.
+void readSceneLexicon(napi_env env, napi_value value, const RecordTable* base, std::vector<IndexRecord>* records);
 
-/// Appends the rows of a "locationOverlay". False if `value` is no object or is an array.
-bool readLocationOverlay(napi_env env, napi_value value, std::vector<IndexRecord>* records);
+/// Appends the rows of a "locationOverlay".
+void readLocationOverlay(napi_env env, napi_value value, std::vector<IndexRecord>* records);
 
-/// Appends the rows of a "celebrityOverlay". False if `value` is no array.
-bool readCelebrityOverlay(napi_env env, napi_value value, std::vector<IndexRecord>* records);
+/// Appends the rows of a "celebrityOverlay".
+void readCelebrityOverlay(napi_env env, napi_value value, std::vector<IndexRecord>* records);
 
 }  // namespace corvenda

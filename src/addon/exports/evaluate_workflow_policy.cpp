@@ -1,8 +1,29 @@
-#include "addon/border.h"
 #include "addon/exports/exports.h"
+#include "addon/options.h"
+#include "addon/result.h"
 #include "workflow/workflow_policy.h"
 
 namespace corvenda {
+
+struct WorkflowAnswer {
+  const WorkflowTitle& title;
+  const WorkflowDecision& decision;
+};
+
+template <typename Out>
+void describe(Out& out, const WorkflowAnswer& answer) {
+  put(out, "ok", true);
+  put(out, "policyContract", "native-workflow-v1");
+  put(out, "suppressed", answer.decision.suppressed);
+  put(out, "sceneKey", answer.title.sceneKey);
+  put(out, "alias", answer.title.alias);
+  put(out, "detail", answer.title.detail);
+  put(out, "overrideType", answer.title.overrideType);
+  put(out, "hasAssetWorkflowContext", answer.decision.hasAssetWorkflowContext);
+  put(out, "hasHardWorkflowContext", answer.decision.hasHardWorkflowContext);
+  put(out, "reason", answer.decision.reason);
+}
+
 namespace {
 
 WorkflowTitle readTitle(napi_env env, napi_value options) {
@@ -18,27 +39,14 @@ WorkflowTitle readTitle(napi_env env, napi_value options) {
 
 }  // namespace
 
-Napi::Value exports::evaluateWorkflowPolicy(const Napi::CallbackInfo& info) {
-  const napi_env env = info.Env();
+napi_value exports::evaluateWorkflowPolicy(napi_env env, napi_value object, Failure* failure) {
   // Looser than the other entry checks: further arguments are ignored, and an array reads as an object without options.
-  if (info.Length() < 1 || !isObjectLike(env, info[0])) {
-    refuse(env, ErrorKind::kTypeError, "workflow policy options must be an object");
-    return {};
+  if (!isObjectLike(env, object)) {
+    failAs(failure, ErrorKind::kTypeError, "workflow policy options must be an object");
+    return nullptr;
   }
-  const WorkflowTitle title = readTitle(env, info[0]);
-  const WorkflowDecision decision = corvenda::evaluateWorkflowPolicy(title);
-  const napi_value result = makeObject(env);
-  setBoolean(env, result, "ok", true);
-  setText(env, result, "policyContract", "native-workflow-v1");
-  setBoolean(env, result, "suppressed", decision.suppressed);
-  setText(env, result, "sceneKey", title.sceneKey);
-  setText(env, result, "alias", title.alias);
-  setText(env, result, "detail", title.detail);
-  setText(env, result, "overrideType", title.overrideType);
-  setBoolean(env, result, "hasAssetWorkflowContext", decision.hasAssetWorkflowContext);
-  setBoolean(env, result, "hasHardWorkflowContext", decision.hasHardWorkflowContext);
-  setText(env, result, "reason", decision.reason);
-  return {env, result};
+  const WorkflowTitle title = readTitle(env, object);
+  return makeObject(env, WorkflowAnswer{title, corvenda::evaluateWorkflowPolicy(title)});
 }
 
 }  // namespace corvenda

@@ -1,53 +1,47 @@
-#include "addon/border.h"
 #include "addon/exports/exports.h"
-#include "addon/title_options.h"
+#include "addon/options.h"
+#include "addon/result.h"
 #include "cache/rule_pack_loader.h"
 #include "facet/facet_extraction.h"
 
 namespace corvenda {
-namespace {
 
-napi_value makeHit(napi_env env, const FacetHit& hit) {
-  const napi_value object = makeObject(env);
-  setText(env, object, "dimension", hit.dimension);
-  setText(env, object, "facetKey", hit.facetKey);
-  setText(env, object, "alias", hit.alias);
-  setText(env, object, "type", hit.type);
-  setNumber(env, object, "index", hit.index);
-  setNumber(env, object, "len", hit.len);
-  setNumber(env, object, "score", hit.score);
-  return object;
+template <typename Out>
+void describe(Out& out, const FacetHit& hit) {
+  put(out, "dimension", hit.dimension);
+  put(out, "facetKey", hit.facetKey);
+  put(out, "alias", hit.alias);
+  put(out, "type", hit.type);
+  put(out, "index", hit.index);
+  put(out, "len", hit.len);
+  put(out, "score", hit.score);
 }
 
-napi_value makeGroup(napi_env env, const FacetGroup& group) {
-  const napi_value object = makeObject(env);
-  setText(env, object, "dimension", group.dimension);
-  setText(env, object, "facetKey", group.facetKey);
-  setNumber(env, object, "count", group.count);
-  setNumber(env, object, "score", group.score);
-  setNumber(env, object, "firstIndex", group.firstIndex);
-  return object;
+template <typename Out>
+void describe(Out& out, const FacetGroup& group) {
+  put(out, "dimension", group.dimension);
+  put(out, "facetKey", group.facetKey);
+  put(out, "count", group.count);
+  put(out, "score", group.score);
+  put(out, "firstIndex", group.firstIndex);
 }
 
-}  // namespace
+template <typename Out>
+void describe(Out& out, const SemanticFacets& facets) {
+  put(out, "ok", true);
+  put(out, "facetContract", "native-facet-v1");
+  put(out, "hits", facets.hits);
+  put(out, "groups", facets.groups);
+}
 
-Napi::Value exports::extractSemanticFacets(const Napi::CallbackInfo& info) {
-  const napi_env env = info.Env();
-  if (!requireOneOptionsObject(info, "extractSemanticFacets requires one options object")) return info.Env().Null();
+napi_value exports::extractSemanticFacets(napi_env env, napi_value object, Failure* failure) {
   TitleOptions options;
-  SemanticError error;
-  if (!readTitleOptions(env, info[0], &options, &error)) return refuse(env, ErrorKind::kTypeError, error.message);
   std::shared_ptr<const LoadedPack> loaded;
-  if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &loaded, &error)) {
-    return refuse(env, ErrorKind::kError, error.message);
+  if (!readTitleOptions(env, object, &options, failure) ||
+      !RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &loaded, failure)) {
+    return nullptr;
   }
-  const SemanticFacets facets = corvenda::extractSemanticFacets(loaded->table, options.raw, options.normalizedEnglish);
-  const napi_value result = makeObject(env);
-  setBoolean(env, result, "ok", true);
-  setText(env, result, "facetContract", "native-facet-v1");
-  setValue(env, result, "hits", makeList(env, facets.hits, makeHit));
-  setValue(env, result, "groups", makeList(env, facets.groups, makeGroup));
-  return {env, result};
+  return makeObject(env, corvenda::extractSemanticFacets(loaded->table, options.raw, options.normalizedEnglish));
 }
 
 }  // namespace corvenda

@@ -1,22 +1,26 @@
-#include "addon/border.h"
 #include "addon/exports/exports.h"
+#include "addon/result.h"
 
 namespace corvenda {
 
-Napi::Value exports::getSemanticInfo(const Napi::CallbackInfo& info) {
-  const napi_env env = info.Env();
-  const napi_value result = makeObject(env);
-  setBoolean(env, result, "ok", true);
-  setText(env, result, "module", "CorvendaSemantic");
-  setText(env, result, "market", "EN");
-  setNumber(env, result, "contractVersion", 1);
-  setText(env, result, "stage", "native-stage-semantic-rule-pack-v1");
-  setText(env, result, "binary", "corvenda_semantic.node");
-  setText(env, result, "packSchema", "corvenda.semantic-rule-pack.v1");
-  setNumber(env, result, "packVersion", 1);
-  setBoolean(env, result, "testKeyOnly", false);
-  setText(env, result, "releaseKeyId", "release-v1");
-  return {env, result};
+struct ContractInfo {};
+
+template <typename Out>
+void describe(Out& out, const ContractInfo& /*info*/) {
+  put(out, "ok", true);
+  put(out, "module", "CorvendaSemantic");
+  put(out, "market", "EN");
+  put(out, "contractVersion", 1);
+  put(out, "stage", "native-stage-semantic-rule-pack-v1");
+  put(out, "binary", "corvenda_semantic.node");
+  put(out, "packSchema", "corvenda.semantic-rule-pack.v1");
+  put(out, "packVersion", 1);
+  put(out, "testKeyOnly", false);
+  put(out, "releaseKeyId", "release-v1");
+}
+
+napi_value exports::getSemanticInfo(napi_env env, napi_value /*object*/, Failure* /*failure*/) {
+  return makeObject(env, ContractInfo());
 }
 
 }  // namespace corvenda

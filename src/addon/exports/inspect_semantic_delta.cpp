@@ -1,43 +1,48 @@
-#include "addon/border.h"
 #include "addon/exports/exports.h"
-#include "addon/pack_summary.h"
+#include "addon/options.h"
+#include "addon/shared_descriptions.h"
 #include "delta/delta_inspection.h"
 
 namespace corvenda {
+
+struct DeltaInspection {
+  const RulePack* pack = nullptr;
+};
+
+template <typename Out>
+void describe(Out& out, const DeltaInspection& inspection) {
+  const RulePackMetadata& metadata = inspection.pack->metadata;
+  put(out, "ok", true);
+  put(out, "contract", "native-semantic-delta-v1");
+  put(out, "kind", metadata.kind);
+  put(out, "baseRuleSetId", metadata.baseRuleSetId);
+  put(out, "ruleSetId", metadata.ruleSetId);
+  put(out, "payloadSha256", metadata.payloadSha256);
+  describe(out, *inspection.pack);
+}
+
 namespace {
 
-bool readOptions(napi_env env, napi_value object, DeltaExpectation* expected, SemanticError* error) {
-  return requireStringOption(env, object, "packPath", &expected->packPath, error) &&
-         requireStringOption(env, object, "allowedRoot", &expected->allowedRoot, error) &&
-         requireStringOption(env, object, "baseRuleSetId", &expected->baseRuleSetId, error) &&
-         requireStringOption(env, object, "ruleSetId", &expected->ruleSetId, error);
+bool readOptions(napi_env env, napi_value options, DeltaExpectation* expected, Failure* failure) {
+  if (!requireStringOption(env, options, "packPath", &expected->packPath, failure) ||
+      !requireStringOption(env, options, "allowedRoot", &expected->allowedRoot, failure) ||
+      !requireStringOption(env, options, "baseRuleSetId", &expected->baseRuleSetId, failure) ||
+      !requireStringOption(env, options, "ruleSetId", &expected->ruleSetId, failure)) {
+    return false;
+  }
+  return expected->baseRuleSetId != expected->ruleSetId ||
+         failAs(failure, ErrorKind::kRangeError, "semantic delta base and target rule-set ids must differ");
 }
 
 }  // namespace
 
-Napi::Value exports::inspectSemanticDelta(const Napi::CallbackInfo& info) {
-  const napi_env env = info.Env();
-  if (!requireOneOptionsObject(info, "inspectSemanticDelta requires one options object")) return info.Env().Null();
+napi_value exports::inspectSemanticDelta(napi_env env, napi_value object, Failure* failure) {
   DeltaExpectation expected;
-  SemanticError error;
-  if (!readOptions(env, info[0], &expected, &error)) return refuse(env, ErrorKind::kTypeError, error.message);
-  if (expected.baseRuleSetId == expected.ruleSetId) {
-    return refuse(env, ErrorKind::kRangeError, "semantic delta base and target rule-set ids must differ");
-  }
   std::shared_ptr<const LoadedPack> loaded;
-  if (!corvenda::inspectSemanticDelta(expected, &loaded, &error)) {
-    return refuse(env, ErrorKind::kError, error.message);
+  if (!readOptions(env, object, &expected, failure) || !corvenda::inspectSemanticDelta(expected, &loaded, failure)) {
+    return nullptr;
   }
-  const RulePackMetadata& metadata = loaded->pack.metadata;
-  const napi_value result = makeObject(env);
-  setBoolean(env, result, "ok", true);
-  setText(env, result, "contract", "native-semantic-delta-v1");
-  setText(env, result, "kind", metadata.kind);
-  setText(env, result, "baseRuleSetId", metadata.baseRuleSetId);
-  setText(env, result, "ruleSetId", metadata.ruleSetId);
-  setText(env, result, "payloadSha256", metadata.payloadSha256);
-  setPackSummary(env, result, loaded->pack);
-  return {env, result};
+  return makeObject(env, DeltaInspection{&loaded->pack});
 }
 
 }  // namespace corvenda

@@ -1,6 +1,6 @@
-#include "addon/border.h"
 #include "addon/exports/exports.h"
-#include "addon/lookup_options.h"
+#include "addon/options.h"
+#include "addon/result.h"
 #include "cache/rule_pack_loader.h"
 #include "lookup/index_lookup.h"
 #include "rows/lexicon_rows.h"
@@ -17,80 +17,70 @@ struct LookupOptions {
   Section section = Section::kScene;
 };
 
-bool readRequiredOptions(napi_env env, napi_value object, LookupOptions* options, SemanticError* error) {
-  return requireStringOption(env, object, "packPath", &options->packPath, error) &&
-         requireStringOption(env, object, "allowedRoot", &options->allowedRoot, error) &&
-         requireStringOption(env, object, "section", &options->sectionName, error) &&
-         requireStringOption(env, object, "term", &options->term, error);
-}
-
-/// Reads all options; throws at the first that is not allowed. The section comes before the mode, whose getter is not
-/// run for a section that does not exist.
-bool readOptions(napi_env env, napi_value object, LookupOptions* options) {
+/// The section comes before the mode, whose getter is not run for a section that does not exist.
+bool readOptions(napi_env env, napi_value object, LookupOptions* options, Failure* failure) {
   constexpr std::string_view kModeMessage = "lookupBinaryIndex mode must be exact or contains";
-  const auto turnDown = [env](ErrorKind kind, std::string_view message) {
-    refuse(env, kind, message);
-    return false;
-  };
-  SemanticError error;
-  if (!readRequiredOptions(env, object, options, &error)) return turnDown(ErrorKind::kTypeError, error.message);
-  const auto section = sectionFromName(options->sectionName);
-  if (!section) return turnDown(ErrorKind::kRangeError, "lookupBinaryIndex section is unsupported");
-  options->section = *section;
-  if (!readLookupMode(env, object, &options->mode)) return turnDown(ErrorKind::kTypeError, kModeMessage);
-  if (!isLookupMode(options->mode)) return turnDown(ErrorKind::kRangeError, kModeMessage);
-  return true;
-}
-
-napi_value makeMatch(napi_env env, const LookupMatch& match) {
-  const napi_value object = makeObject(env);
-  setText(env, object, "section", match.record->section);
-  setText(env, object, "term", match.record->term);
-  setValue(env, object, "fields", makeTextArray(env, match.record->fields));
-  setNumber(env, object, "candidateRank", match.rank);
-  setText(env, object, "candidateType", fieldOrEmpty(*match.record, scene_field::kKind));
-  setNumber(env, object, "candidateScore", match.score);
-  setNumber(env, object, "detailScore", match.detailScore);
-  return object;
-}
-
-napi_value makeCandidate(napi_env env, const LookupCandidate& candidate) {
-  const napi_value object = makeObject(env);
-  setText(env, object, "sceneKey", candidate.sceneKey);
-  setText(env, object, "detailLabel", candidate.detailLabel);
-  setNumber(env, object, "bestRank", candidate.bestRank);
-  setNumber(env, object, "candidateCount", candidate.candidateCount);
-  setNumber(env, object, "bestDetailScore", candidate.bestDetailScore);
-  setValue(env, object, "candidateTypes", makeList(env, candidate.candidateTypes, makeString));
-  return object;
+  return requireStringOption(env, object, "packPath", &options->packPath, failure) &&
+         requireStringOption(env, object, "allowedRoot", &options->allowedRoot, failure) &&
+         requireStringOption(env, object, "section", &options->sectionName, failure) &&
+         requireStringOption(env, object, "term", &options->term, failure) &&
+         parseSection(options->sectionName, "lookupBinaryIndex section is unsupported", &options->section, failure) &&
+         readLookupMode(env, object, kModeMessage, &options->mode, failure) &&
+         checkLookupMode(options->mode, kModeMessage, failure);
 }
 
 }  // namespace
 
-Napi::Value exports::lookupBinaryIndex(const Napi::CallbackInfo& info) {
-  const napi_env env = info.Env();
-  if (!requireOneOptionsObject(info, "lookupBinaryIndex requires one options object")) return info.Env().Null();
+struct LookupAnswer {
+  const LookupOptions& options;
+  const std::vector<LookupMatch>& matches;
+  const std::vector<LookupCandidate>& candidates;
+};
+
+template <typename Out>
+void describe(Out& out, const LookupMatch& match) {
+  put(out, "section", match.record->section);
+  put(out, "term", match.record->term);
+  put(out, "fields", match.record->fields);
+  put(out, "candidateRank", match.rank);
+  put(out, "candidateType", fieldOrEmpty(*match.record, scene_field::kKind));
+  put(out, "candidateScore", match.score);
+  put(out, "detailScore", match.detailScore);
+}
+
+template <typename Out>
+void describe(Out& out, const LookupCandidate& candidate) {
+  put(out, "sceneKey", candidate.sceneKey);
+  put(out, "detailLabel", candidate.detailLabel);
+  put(out, "bestRank", candidate.bestRank);
+  put(out, "candidateCount", candidate.candidateCount);
+  put(out, "bestDetailScore", candidate.bestDetailScore);
+  put(out, "candidateTypes", candidate.candidateTypes);
+}
+
+template <typename Out>
+void describe(Out& out, const LookupAnswer& answer) {
+  put(out, "ok", true);
+  put(out, "section", answer.options.sectionName);
+  put(out, "term", answer.options.term);
+  put(out, "mode", answer.options.mode);
+  put(out, "matches", answer.matches);
+  put(out, "scoreContract", "native-candidate-v1");
+  put(out, "sceneCandidates", answer.candidates);
+}
+
+napi_value exports::lookupBinaryIndex(napi_env env, napi_value object, Failure* failure) {
   LookupOptions options;
-  if (!readOptions(env, info[0], &options)) return info.Env().Null();
   std::shared_ptr<const LoadedPack> loaded;
-  SemanticError error;
-  if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &loaded, &error)) {
-    return refuse(env, ErrorKind::kError, error.message);
+  if (!readOptions(env, object, &options, failure) ||
+      !RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &loaded, failure)) {
+    return nullptr;
   }
   const std::vector<LookupMatch> matches =
       lookupRows(loaded->table, options.section, options.term, options.mode == kContainsMode);
   std::vector<LookupCandidate> candidates;
   if (options.section == Section::kScene) candidates = foldCandidates(matches);
-
-  const napi_value result = makeObject(env);
-  setBoolean(env, result, "ok", true);
-  setText(env, result, "section", options.sectionName);
-  setText(env, result, "term", options.term);
-  setText(env, result, "mode", options.mode);
-  setValue(env, result, "matches", makeList(env, matches, makeMatch));
-  setText(env, result, "scoreContract", "native-candidate-v1");
-  setValue(env, result, "sceneCandidates", makeList(env, candidates, makeCandidate));
-  return {env, result};
+  return makeObject(env, LookupAnswer{options, matches, candidates});
 }
 
 }  // namespace corvenda

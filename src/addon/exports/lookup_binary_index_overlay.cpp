@@ -1,6 +1,6 @@
-#include "addon/border.h"
 #include "addon/exports/exports.h"
-#include "addon/lookup_options.h"
+#include "addon/options.h"
+#include "addon/result.h"
 #include "cache/rule_pack_loader.h"
 #include "lookup/overlay_lookup.h"
 
@@ -17,30 +17,18 @@ struct OverlayLookupOptions {
   Section section = Section::kScene;
 };
 
-bool readRequiredOptions(napi_env env, napi_value object, OverlayLookupOptions* options, SemanticError* error) {
-  return requireStringOption(env, object, "basePackPath", &options->basePackPath, error) &&
-         requireStringOption(env, object, "overlayPackPath", &options->overlayPackPath, error) &&
-         requireStringOption(env, object, "allowedRoot", &options->allowedRoot, error) &&
-         requireStringOption(env, object, "section", &options->sectionName, error) &&
-         requireStringOption(env, object, "term", &options->term, error);
-}
-
-/// Reads all options; throws at the first that is not allowed. Not the order of `lookupBinaryIndex`: the type of the
-/// mode comes before the section, its value behind it.
-bool readOptions(napi_env env, napi_value object, OverlayLookupOptions* options) {
+/// Not the order of `lookupBinaryIndex`: the type of the mode comes before the section, its value after it.
+bool readOptions(napi_env env, napi_value object, OverlayLookupOptions* options, Failure* failure) {
   constexpr std::string_view kModeMessage = "lookupBinaryIndexOverlay mode must be exact or contains";
-  const auto turnDown = [env](ErrorKind kind, std::string_view message) {
-    refuse(env, kind, message);
-    return false;
-  };
-  SemanticError error;
-  if (!readRequiredOptions(env, object, options, &error)) return turnDown(ErrorKind::kTypeError, error.message);
-  if (!readLookupMode(env, object, &options->mode)) return turnDown(ErrorKind::kTypeError, kModeMessage);
-  const auto section = sectionFromName(options->sectionName);
-  if (!section) return turnDown(ErrorKind::kRangeError, "lookupBinaryIndexOverlay section is unsupported");
-  options->section = *section;
-  if (!isLookupMode(options->mode)) return turnDown(ErrorKind::kRangeError, kModeMessage);
-  return true;
+  constexpr std::string_view kSectionMessage = "lookupBinaryIndexOverlay section is unsupported";
+  return requireStringOption(env, object, "basePackPath", &options->basePackPath, failure) &&
+         requireStringOption(env, object, "overlayPackPath", &options->overlayPackPath, failure) &&
+         requireStringOption(env, object, "allowedRoot", &options->allowedRoot, failure) &&
+         requireStringOption(env, object, "section", &options->sectionName, failure) &&
+         requireStringOption(env, object, "term", &options->term, failure) &&
+         readLookupMode(env, object, kModeMessage, &options->mode, failure) &&
+         parseSection(options->sectionName, kSectionMessage, &options->section, failure) &&
+         checkLookupMode(options->mode, kModeMessage, failure);
 }
 
 struct PackPair {
@@ -59,42 +47,45 @@ bool loadPair(const OverlayLookupOptions& options, PackPair* packs, SemanticErro
   return packs->overlay->pack.metadata.kind == "patch" || fail(error, "semantic overlay pack must be a patch");
 }
 
-napi_value makeMatch(napi_env env, const OverlayMatch& match) {
-  const napi_value object = makeObject(env);
-  setText(env, object, "section", match.record->section);
-  setText(env, object, "term", match.record->term);
-  setText(env, object, "source", match.fromOverlay ? "overlay" : "base");
-  setValue(env, object, "fields", makeTextArray(env, match.record->fields));
-  return object;
-}
-
 }  // namespace
 
-Napi::Value exports::lookupBinaryIndexOverlay(const Napi::CallbackInfo& info) {
-  const napi_env env = info.Env();
-  if (!requireOneOptionsObject(info, "lookupBinaryIndexOverlay requires one options object")) return info.Env().Null();
+struct OverlayLookupAnswer {
+  const OverlayLookupOptions& options;
+  const PackPair& packs;
+  const std::vector<OverlayMatch>& matches;
+};
+
+template <typename Out>
+void describe(Out& out, const OverlayMatch& match) {
+  put(out, "section", match.record->section);
+  put(out, "term", match.record->term);
+  put(out, "source", match.fromOverlay ? "overlay" : "base");
+  put(out, "fields", match.record->fields);
+}
+
+template <typename Out>
+void describe(Out& out, const OverlayLookupAnswer& answer) {
+  put(out, "ok", true);
+  put(out, "contract", "native-semantic-overlay-lookup-v1");
+  put(out, "section", answer.options.sectionName);
+  put(out, "term", answer.options.term);
+  put(out, "mode", answer.options.mode);
+  put(out, "overlayFirst", true);
+  put(out, "overlayRuleSetId", answer.packs.overlay->pack.metadata.ruleSetId);
+  // The base pack's own id, not what the patch says that it was made for.
+  put(out, "baseRuleSetId", answer.packs.base->pack.metadata.ruleSetId);
+  put(out, "matches", answer.matches);
+}
+
+napi_value exports::lookupBinaryIndexOverlay(napi_env env, napi_value object, Failure* failure) {
   OverlayLookupOptions options;
-  if (!readOptions(env, info[0], &options)) return info.Env().Null();
   PackPair packs;
-  SemanticError error;
-  if (!loadPair(options, &packs, &error)) return refuse(env, ErrorKind::kError, error.message);
+  if (!readOptions(env, object, &options, failure) || !loadPair(options, &packs, failure)) return nullptr;
   const bool contains = options.mode == kContainsMode;
   const std::vector<OverlayMatch> matches =
       mergeOverlayRows(filterRecords(packs.overlay->table, options.section, options.term, contains),
                        filterRecords(packs.base->table, options.section, options.term, contains));
-
-  const napi_value result = makeObject(env);
-  setBoolean(env, result, "ok", true);
-  setText(env, result, "contract", "native-semantic-overlay-lookup-v1");
-  setText(env, result, "section", options.sectionName);
-  setText(env, result, "term", options.term);
-  setText(env, result, "mode", options.mode);
-  setBoolean(env, result, "overlayFirst", true);
-  setText(env, result, "overlayRuleSetId", packs.overlay->pack.metadata.ruleSetId);
-  // The base pack's own id, not what the patch says that it was made for.
-  setText(env, result, "baseRuleSetId", packs.base->pack.metadata.ruleSetId);
-  setValue(env, result, "matches", makeList(env, matches, makeMatch));
-  return {env, result};
+  return makeObject(env, OverlayLookupAnswer{options, packs, matches});
 }
 
 }  // namespace corvenda

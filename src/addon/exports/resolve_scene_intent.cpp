@@ -1,30 +1,33 @@
-#include "addon/border.h"
 #include "addon/exports/exports.h"
-#include "addon/scene_result.h"
-#include "addon/title_options.h"
+#include "addon/options.h"
+#include "addon/shared_descriptions.h"
 #include "cache/rule_pack_loader.h"
 #include "scene/scene_intent.h"
 
 namespace corvenda {
 
-Napi::Value exports::resolveSceneIntent(const Napi::CallbackInfo& info) {
-  const napi_env env = info.Env();
-  if (!requireOneOptionsObject(info, "resolveSceneIntent requires one options object")) return info.Env().Null();
+struct SceneIntent {
+  const SceneAnswer& answer;
+};
+
+template <typename Out>
+void describe(Out& out, const SceneIntent& intent) {
+  put(out, "ok", true);
+  put(out, "sceneContract", kSceneContract);
+  describe(out, intent.answer);
+}
+
+napi_value exports::resolveSceneIntent(napi_env env, napi_value object, Failure* failure) {
   TitleOptions options;
-  SemanticError error;
-  if (!readTitleOptions(env, info[0], &options, &error)) return refuse(env, ErrorKind::kTypeError, error.message);
   std::shared_ptr<const LoadedPack> loaded;
-  if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &loaded, &error)) {
-    return refuse(env, ErrorKind::kError, error.message);
+  if (!readTitleOptions(env, object, &options, failure) ||
+      !RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &loaded, failure)) {
+    return nullptr;
   }
   const TitleTexts title = makeTitleTexts(std::move(options.raw), std::move(options.normalizedEnglish));
   SceneCandidates candidates;
   const SceneAnswer answer = corvenda::resolveSceneIntent(loaded->table, title, &candidates);
-  const napi_value result = makeObject(env);
-  setBoolean(env, result, "ok", true);
-  setText(env, result, "sceneContract", kSceneContract);
-  setSceneAnswer(env, result, answer);
-  return {env, result};
+  return makeObject(env, SceneIntent{answer});
 }
 
 }  // namespace corvenda

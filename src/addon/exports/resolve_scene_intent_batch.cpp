@@ -1,11 +1,10 @@
 #include <algorithm>
 #include <mutex>
 
-#include "addon/border.h"
 #include "addon/caller_overlays.h"
 #include "addon/exports/exports.h"
-#include "addon/location_result.h"
-#include "addon/scene_result.h"
+#include "addon/options.h"
+#include "addon/shared_descriptions.h"
 #include "batch/scene_intent_batch.h"
 #include "cache/location_view.h"
 #include "cache/rule_pack_loader.h"
@@ -30,29 +29,14 @@ struct BatchData {
   std::shared_ptr<const LocationView> view;
 };
 
-struct Failure {
-  ErrorKind kind = ErrorKind::kError;
-  SemanticError error;
-};
-
-bool failAs(Failure* failure, ErrorKind kind, std::string_view message) {
-  failure->kind = kind;
-  return fail(&failure->error, message);
-}
-
 bool readOptions(napi_env env, napi_value object, BatchOptions* options, Failure* failure) {
-  failure->kind = ErrorKind::kTypeError;
-  if (!requireStringOption(env, object, "packPath", &options->packPath, &failure->error) ||
-      !requireStringOption(env, object, "allowedRoot", &options->allowedRoot, &failure->error)) {
+  if (!requireStringOption(env, object, "packPath", &options->packPath, failure) ||
+      !requireStringOption(env, object, "allowedRoot", &options->allowedRoot, failure) ||
+      !readCases(env, object, &options->cases, failure)) {
     return false;
   }
-  options->cases = getProperty(env, object, "cases");
-  if (!isArray(env, options->cases)) return fail(&failure->error, "cases must be an array");
   options->caseCount = arrayLength(env, options->cases);
-  if (options->caseCount > kMaxCases) {
-    return failAs(failure, ErrorKind::kRangeError, "cases exceeds the batch limit");
-  }
-  return true;
+  return options->caseCount <= kMaxCases || failAs(failure, ErrorKind::kRangeError, "cases exceeds the batch limit");
 }
 
 /// The option if it is there and a string, else the empty string.
@@ -62,10 +46,8 @@ std::string readOptionalString(napi_env env, napi_value object, const char* name
 
 /// Loads the packs and reads the overlays, in the order in which they can fail.
 bool prepare(napi_env env, napi_value object, const BatchOptions& options, BatchData* data, Failure* failure) {
-  failure->kind = ErrorKind::kError;
   BatchLexicon& lexicon = data->lexicon;
-  if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &lexicon.base,
-                      &failure->error)) {
+  if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &lexicon.base, failure)) {
     return false;
   }
   // Read while only the base pack's rows are there: a caller's override takes its scene's data from the base pack or
@@ -81,14 +63,14 @@ bool prepare(napi_env env, napi_value object, const BatchOptions& options, Batch
       return failAs(failure, ErrorKind::kTypeError, "overlayAllowedRoot is required with overlayPackPath");
     }
     if (!RulePackLoader(overlayPackPath, overlayAllowedRoot, semanticCache().overlaySlot, &lexicon.overlayPack,
-                        &failure->error)) {
+                        failure)) {
       return false;
     }
   }
   // The getters of the overlay options are the caller's own code and may have loaded another pack: the base slot has to
   // hold this one when the view is made. The rows stay those of the first load.
   std::shared_ptr<const LoadedPack> again;
-  if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &again, &failure->error)) {
+  if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &again, failure)) {
     return false;
   }
   std::vector<IndexRecord> locationOverlay;
@@ -102,7 +84,7 @@ bool prepare(napi_env env, napi_value object, const BatchOptions& options, Batch
     const auto rows = sectionRecords(lexicon.overlayPack->table, Section::kLocation);
     overlayRecords.insert(overlayRecords.end(), rows.begin(), rows.end());
   }
-  if (!ensureLocationView(overlayPackPath, overlayRecords, &failure->error)) return false;
+  if (!ensureLocationView(overlayPackPath, overlayRecords, failure)) return false;
   const std::lock_guard lock(semanticCache().semanticCacheMutex);
   data->view = semanticCache().baseSlot.view;
   // Another thread may have filled the slot in between. Its pack's view is not made yet, and this batch finds no
@@ -112,12 +94,11 @@ bool prepare(napi_env env, napi_value object, const BatchOptions& options, Batch
 }
 
 bool readCase(napi_env env, napi_value element, TitleTexts* title, Failure* failure) {
-  failure->kind = ErrorKind::kTypeError;
-  if (!isPlainObject(env, element)) return fail(&failure->error, "each batch case must be an object");
+  if (!isPlainObject(env, element)) return failAs(failure, ErrorKind::kTypeError, "each batch case must be an object");
   std::string raw;
   std::string english;
-  if (!requireStringOption(env, element, "raw", &raw, &failure->error) ||
-      !readNormalizedEnglish(env, element, &english, &failure->error)) {
+  if (!requireStringOption(env, element, "raw", &raw, failure) ||
+      !readNormalizedEnglish(env, element, &english, failure)) {
     return false;
   }
   *title = makeTitleTexts(std::move(raw), std::move(english));
@@ -126,9 +107,9 @@ bool readCase(napi_env env, napi_value element, TitleTexts* title, Failure* fail
 
 /// Reads all titles. The length is read anew for each, since a getter may change it. This comes before the lock is
 /// taken: a getter of a case is the caller's own code and may call the addon.
-bool readCases(napi_env env, napi_value cases, std::vector<TitleTexts>* titles, Failure* failure) {
+bool readTitles(napi_env env, napi_value cases, std::vector<TitleTexts>* titles, Failure* failure) {
   for (std::uint32_t i = 0; i < arrayLength(env, cases); ++i) {
-    const Napi::HandleScope scope(env);
+    const HandleScope scope(env);
     napi_value element = nullptr;
     settled(env, napi_get_element(env, cases, i, &element));
     if (!readCase(env, element, &titles->emplace_back(), failure)) return false;
@@ -136,21 +117,78 @@ bool readCases(napi_env env, napi_value cases, std::vector<TitleTexts>* titles, 
   return true;
 }
 
-/// What one title was resolved to. The answer points into the title, the candidates and the rows.
+/// What one title was resolved to. The scene points into the title, the candidates and the rows.
 struct CaseAnswer {
   SceneCandidates candidates;
   LocationAnswer location;
   SceneAnswer scene;
 };
 
+}  // namespace
+
+/// The place of the primary code.
+struct PrimaryHitOfCode {
+  PrimaryLocationHit hit;
+  std::string_view code;
+};
+
+template <typename Out>
+void describe(Out& out, const PrimaryHitOfCode& primary) {
+  // The alias is the label, not the term that was found: what is shown is the name of the place.
+  put(out, "alias", primary.hit.label);
+  put(out, "code", primary.code);
+  put(out, "index", primary.hit.index);
+  put(out, "label", primary.hit.label);
+  put(out, "len", primary.hit.len);
+  put(out, "source", primary.hit.source);
+  put(out, "weight", primary.hit.weight);
+}
+
+template <typename Out>
+void describe(Out& out, const LocationMeta& meta) {
+  std::optional<PrimaryHitOfCode> primary;
+  if (meta.primaryHit) primary = {*meta.primaryHit, meta.countryCode};
+  put(out, "countryCode", meta.countryCode);
+  putLastList(out, "countryCodes");  // the very array of "locationCodes"
+  put(out, "countryLabel", meta.countryLabel);
+  put(out, "locationLabel", meta.locationLabel);
+  put(out, "shortLabel", meta.shortLabel);
+  put(out, "fullLabel", meta.shortLabel);
+  put(out, "primaryHit", primary);
+}
+
+template <typename Out>
+void describe(Out& out, const CaseAnswer& answer) {
+  put(out, "ok", true);
+  put(out, "sceneContract", kSceneContract);
+  put(out, "locationCodes", answer.location.codes);
+  put(out, "locationMeta", answer.location.meta);
+  describe(out, answer.scene);
+}
+
+struct BatchResult {
+  std::uint32_t count = 0;
+  napi_value results = nullptr;
+};
+
+template <typename Out>
+void describe(Out& out, const BatchResult& batch) {
+  put(out, "ok", true);
+  put(out, "sceneContract", kSceneContract);
+  put(out, "count", batch.count);
+  put(out, "results", batch.results);
+}
+
+namespace {
+
 /// Titles that are resolved under one lock. Small enough that a worker which is terminated meanwhile ends within a
 /// millisecond or two, and that few answers are held at a time.
 constexpr std::size_t kCasesPerLock = 256;
 
-/// Resolves the titles from `begin` on. The mutex is held for this alone and not while objects are made: setting a
-/// property can run a setter that somebody put on Object.prototype, and that may call the addon.
-std::size_t resolveCases(const BatchData& data, const std::vector<TitleTexts>& titles, std::size_t begin,
-                         std::vector<CaseAnswer>* answers) {
+/// Resolves the titles from `begin` on, up to a part's end, which it gives back. The mutex is held for this alone and
+/// not while objects are made.
+std::size_t resolvePart(const BatchData& data, const std::vector<TitleTexts>& titles, std::size_t begin,
+                        std::vector<CaseAnswer>* answers) {
   const std::lock_guard lock(semanticCache().semanticCacheMutex);
   const std::size_t end = std::min(begin + kCasesPerLock, titles.size());
   for (std::size_t i = begin; i < end; ++i) {
@@ -161,49 +199,35 @@ std::size_t resolveCases(const BatchData& data, const std::vector<TitleTexts>& t
   return end;
 }
 
-/// Sets one case's result at its index. False at the first step that fails: in a worker that is being terminated every
-/// call does, and the batch must end then.
-bool setCaseResult(napi_env env, napi_value results, std::size_t index, const CaseAnswer& answer) {
-  const Napi::HandleScope scope(env);
-  const napi_value result = makeObject(env);
-  return setBoolean(env, result, "ok", true) && setText(env, result, "sceneContract", kSceneContract) &&
-         setLocation(env, result, answer.location) && setSceneAnswer(env, result, answer.scene) &&
-         setElement(env, results, index, result);
-}
-
-bool setResults(napi_env env, napi_value results, const BatchData& data, const std::vector<TitleTexts>& titles) {
+/// The results of all titles; null if a step failed. In a worker that is being terminated every step does, and the
+/// batch ends there. `length` is that of the cases before any was read.
+napi_value makeResults(napi_env env, const BatchData& data, const std::vector<TitleTexts>& titles,
+                       std::uint32_t length) {
+  napi_value results = nullptr;
+  settled(env, napi_create_array_with_length(env, length, &results));
   std::vector<CaseAnswer> answers(std::min(kCasesPerLock, titles.size()));
   for (std::size_t begin = 0; begin < titles.size();) {
-    const std::size_t end = resolveCases(data, titles, begin, &answers);
+    const std::size_t end = resolvePart(data, titles, begin, &answers);
     for (; begin < end; ++begin) {
-      if (!setCaseResult(env, results, begin, answers[begin % kCasesPerLock])) return false;
+      const HandleScope scope(env);
+      if (!defineElement(env, results, begin, makeObject(env, answers[begin % kCasesPerLock]))) return nullptr;
     }
   }
-  return true;
+  return results;
 }
 
 }  // namespace
 
-Napi::Value exports::resolveSceneIntentBatch(const Napi::CallbackInfo& info) {
-  const napi_env env = info.Env();
-  if (!requireOneOptionsObject(info, "resolveSceneIntentBatch requires one options object")) return info.Env().Null();
+napi_value exports::resolveSceneIntentBatch(napi_env env, napi_value object, Failure* failure) {
   BatchOptions options;
   BatchData data;
-  Failure failure;
   std::vector<TitleTexts> titles;
-  if (!readOptions(env, info[0], &options, &failure) || !prepare(env, info[0], options, &data, &failure) ||
-      !readCases(env, options.cases, &titles, &failure)) {
-    return refuse(env, failure.kind, failure.error.message);
+  if (!readOptions(env, object, &options, failure) || !prepare(env, object, options, &data, failure) ||
+      !readTitles(env, options.cases, &titles, failure)) {
+    return nullptr;
   }
-  napi_value results = nullptr;
-  settled(env, napi_create_array_with_length(env, options.caseCount, &results));
-  if (!setResults(env, results, data, titles)) return info.Env().Null();
-  const napi_value result = makeObject(env);
-  setBoolean(env, result, "ok", true);
-  setText(env, result, "sceneContract", kSceneContract);
-  setNumber(env, result, "count", arrayLength(env, options.cases));
-  setValue(env, result, "results", results);
-  return {env, result};
+  const napi_value results = makeResults(env, data, titles, options.caseCount);
+  return makeObject(env, BatchResult{arrayLength(env, options.cases), results});
 }
 
 }  // namespace corvenda

@@ -1,8 +1,20 @@
-#include "addon/border.h"
 #include "addon/exports/exports.h"
+#include "addon/options.h"
+#include "addon/result.h"
 #include "delta/delta_manifest.h"
 
 namespace corvenda {
+
+template <typename Out>
+void describe(Out& out, const DeltaManifest& manifest) {
+  put(out, "ok", true);
+  put(out, "contract", "native-semantic-delta-manifest-v1");
+  put(out, "baseRuleSetId", manifest.baseRuleSetId);
+  put(out, "ruleSetId", manifest.ruleSetId);
+  put(out, "packSha256", manifest.packSha256);
+  put(out, "signatureVerified", true);
+}
+
 namespace {
 
 struct ManifestOptions {
@@ -10,37 +22,25 @@ struct ManifestOptions {
   DeltaExpectation expected;
 };
 
-bool readOptions(napi_env env, napi_value object, ManifestOptions* options, SemanticError* error) {
+bool readOptions(napi_env env, napi_value object, ManifestOptions* options, Failure* failure) {
   DeltaExpectation& expected = options->expected;
-  return requireStringOption(env, object, "manifestPath", &options->manifestPath, error) &&
-         requireStringOption(env, object, "packPath", &expected.packPath, error) &&
-         requireStringOption(env, object, "allowedRoot", &expected.allowedRoot, error) &&
-         requireStringOption(env, object, "baseRuleSetId", &expected.baseRuleSetId, error) &&
-         requireStringOption(env, object, "ruleSetId", &expected.ruleSetId, error);
+  return requireStringOption(env, object, "manifestPath", &options->manifestPath, failure) &&
+         requireStringOption(env, object, "packPath", &expected.packPath, failure) &&
+         requireStringOption(env, object, "allowedRoot", &expected.allowedRoot, failure) &&
+         requireStringOption(env, object, "baseRuleSetId", &expected.baseRuleSetId, failure) &&
+         requireStringOption(env, object, "ruleSetId", &expected.ruleSetId, failure);
 }
 
 }  // namespace
 
-Napi::Value exports::verifySemanticDeltaManifest(const Napi::CallbackInfo& info) {
-  const napi_env env = info.Env();
-  if (!requireOneOptionsObject(info, "verifySemanticDeltaManifest requires one options object")) {
-    return info.Env().Null();
-  }
+napi_value exports::verifySemanticDeltaManifest(napi_env env, napi_value object, Failure* failure) {
   ManifestOptions options;
-  SemanticError error;
-  if (!readOptions(env, info[0], &options, &error)) return refuse(env, ErrorKind::kTypeError, error.message);
   DeltaManifest manifest;
-  if (!corvenda::verifySemanticDeltaManifest(options.manifestPath, options.expected, &manifest, &error)) {
-    return refuse(env, ErrorKind::kError, error.message);
+  if (!readOptions(env, object, &options, failure) ||
+      !corvenda::verifySemanticDeltaManifest(options.manifestPath, options.expected, &manifest, failure)) {
+    return nullptr;
   }
-  const napi_value result = makeObject(env);
-  setBoolean(env, result, "ok", true);
-  setText(env, result, "contract", "native-semantic-delta-manifest-v1");
-  setText(env, result, "baseRuleSetId", manifest.baseRuleSetId);
-  setText(env, result, "ruleSetId", manifest.ruleSetId);
-  setText(env, result, "packSha256", manifest.packSha256);
-  setBoolean(env, result, "signatureVerified", true);
-  return {env, result};
+  return makeObject(env, manifest);
 }
 
 }  // namespace corvenda

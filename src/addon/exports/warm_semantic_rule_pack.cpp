@@ -1,8 +1,23 @@
-#include "addon/border.h"
+#include <memory>
+
 #include "addon/exports/exports.h"
+#include "addon/options.h"
+#include "addon/result.h"
 #include "cache/warm_up.h"
 
 namespace corvenda {
+
+struct WarmUpResult {
+  bool prewarmed = false;
+};
+
+template <typename Out>
+void describe(Out& out, const WarmUpResult& result) {
+  put(out, "ok", true);
+  put(out, "authority", "native");
+  put(out, "prewarmed", result.prewarmed);
+}
+
 namespace {
 
 /// Owned by the queued work from the moment it is queued until its completion has run. The worker thread reads and
@@ -15,20 +30,20 @@ struct SemanticWarmTask {
   napi_async_work work = nullptr;
 };
 
-bool readOverlayOptions(napi_env env, napi_value object, WarmUpRequest* request, SemanticError* error) {
+bool readOverlayOptions(napi_env env, napi_value object, WarmUpRequest* request, Failure* failure) {
   if (!hasProperty(env, object, "overlayPackPath")) return true;
   const napi_value path = getProperty(env, object, "overlayPackPath");
   if (isUndefinedOrNull(env, path)) return true;
-  if (!isString(env, path)) return fail(error, "overlayPackPath must be a string");
+  if (!isString(env, path)) return failAs(failure, ErrorKind::kTypeError, "overlayPackPath must be a string");
   request->overlayPackPath = readString(env, path);
   return request->overlayPackPath.empty() ||
-         requireStringOption(env, object, "overlayAllowedRoot", &request->overlayAllowedRoot, error);
+         requireStringOption(env, object, "overlayAllowedRoot", &request->overlayAllowedRoot, failure);
 }
 
-bool readOptions(napi_env env, napi_value object, WarmUpRequest* request, SemanticError* error) {
-  return requireStringOption(env, object, "packPath", &request->packPath, error) &&
-         requireStringOption(env, object, "allowedRoot", &request->allowedRoot, error) &&
-         readOverlayOptions(env, object, request, error);
+bool readOptions(napi_env env, napi_value object, WarmUpRequest* request, Failure* failure) {
+  return requireStringOption(env, object, "packPath", &request->packPath, failure) &&
+         requireStringOption(env, object, "allowedRoot", &request->allowedRoot, failure) &&
+         readOverlayOptions(env, object, request, failure);
 }
 
 void execute(napi_env /*env*/, void* data) {
@@ -38,33 +53,23 @@ void execute(napi_env /*env*/, void* data) {
 
 void rejectPromise(napi_env env, const SemanticWarmTask& task) {
   napi_value error = nullptr;
-  if (napi_create_error(env, nullptr, makeString(env, task.error.message), &error) != napi_ok) return;
+  if (napi_create_error(env, nullptr, makeText(env, task.error.message), &error) != napi_ok) return;
   napi_reject_deferred(env, task.deferred, error);
 }
 
 void resolvePromise(napi_env env, const SemanticWarmTask& task) {
-  const napi_value result = makeObject(env);
-  if (setBoolean(env, result, "ok", true) && setText(env, result, "authority", "native") &&
-      setBoolean(env, result, "prewarmed", task.prewarmed)) {
-    napi_resolve_deferred(env, task.deferred, result);
-    return;
-  }
-  // A setter that somebody put on Object.prototype has thrown.
-  napi_value reason = nullptr;
-  if (napi_get_and_clear_last_exception(env, &reason) == napi_ok) napi_reject_deferred(env, task.deferred, reason);
+  const napi_value result = makeObject(env, WarmUpResult{task.prewarmed});
+  if (result != nullptr) napi_resolve_deferred(env, task.deferred, result);
 }
 
 /// Runs on the JavaScript thread, also while its environment is going away: then every call that would enter JavaScript
-/// fails, and there is nobody left to tell. So nothing here throws and no wrapper is used, whose destructors abort.
+/// fails, and there is nobody left to tell.
 void complete(napi_env env, napi_status status, void* data) {
   const std::unique_ptr<SemanticWarmTask> task(static_cast<SemanticWarmTask*>(data));
-  napi_handle_scope scope = nullptr;
-  if (napi_open_handle_scope(env, &scope) == napi_ok) {
-    if (status == napi_ok) {
-      // One failure of a load has no words: it leaves "prewarmed" false and nothing else.
-      task->error.message.empty() ? resolvePromise(env, *task) : rejectPromise(env, *task);
-    }
-    napi_close_handle_scope(env, scope);
+  const HandleScope scope(env);
+  if (status == napi_ok) {
+    // One failure of a load has no words: it leaves "prewarmed" false and nothing else.
+    task->error.message.empty() ? resolvePromise(env, *task) : rejectPromise(env, *task);
   }
   napi_delete_async_work(env, task->work);
 }
@@ -72,11 +77,11 @@ void complete(napi_env env, napi_status status, void* data) {
 /// Queues the work and gives its promise, or null with an exception pending.
 napi_value queueWarmUp(napi_env env, std::unique_ptr<SemanticWarmTask> task) {
   napi_value promise = nullptr;
-  if (!settled(env, napi_create_async_work(env, nullptr, makeString(env, "generic"), execute, complete, task.get(),
+  if (!settled(env, napi_create_async_work(env, nullptr, makeText(env, "generic"), execute, complete, task.get(),
                                            &task->work))) {
     return nullptr;
   }
-  // The promise comes behind the work, because it can't be taken back: a deferred is freed by settling it alone.
+  // The promise comes after the work, because it can't be taken back: a deferred is freed by settling it alone.
   if (!settled(env, napi_create_promise(env, &task->deferred, &promise)) ||
       !settled(env, napi_queue_async_work(env, task->work))) {
     napi_delete_async_work(env, task->work);
@@ -88,15 +93,10 @@ napi_value queueWarmUp(napi_env env, std::unique_ptr<SemanticWarmTask> task) {
 
 }  // namespace
 
-Napi::Value exports::warmSemanticRulePack(const Napi::CallbackInfo& info) {
-  const napi_env env = info.Env();
-  if (!requireOneOptionsObject(info, "warmSemanticRulePack requires one options object")) return info.Env().Null();
+napi_value exports::warmSemanticRulePack(napi_env env, napi_value object, Failure* failure) {
   auto task = std::make_unique<SemanticWarmTask>();
-  SemanticError error;
-  if (!readOptions(env, info[0], &task->request, &error)) return refuse(env, ErrorKind::kTypeError, error.message);
-  const napi_value promise = queueWarmUp(env, std::move(task));
-  if (promise == nullptr) return info.Env().Null();
-  return {env, promise};
+  if (!readOptions(env, object, &task->request, failure)) return nullptr;
+  return queueWarmUp(env, std::move(task));
 }
 
 }  // namespace corvenda
