@@ -1,9 +1,12 @@
 // What the fuzz targets share.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+
+#include "base/secure_block.h"
 
 /// The entry that libFuzzer calls, and replay.cpp in ordinary builds. The bytes are exactly `size` long.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
@@ -13,6 +16,13 @@ namespace corvenda {
 /// A property that must hold for every input; in effect whatever NDEBUG says.
 inline void mustHold(bool holds) {
   if (!holds) std::abort();
+}
+
+/// The bytes in a block, which goes on after them for some of its last page.
+inline SecureBlock blockOf(ByteSpan bytes) {
+  SecureBlock block = allocateBlock(bytes.size());
+  std::copy(bytes.begin(), bytes.end(), block.data);
+  return block;
 }
 
 }  // namespace corvenda

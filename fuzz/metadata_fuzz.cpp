@@ -35,7 +35,8 @@ void openBehindHeader(std::string_view text) {
   image += std::string(12, 'n') + std::string("\1\0\0\0", 4) + std::string(text) + 'c' + std::string(16, 't');
   LoadedPack loaded;
   SemanticError error;
-  mustHold(!openRulePack({reinterpret_cast<const std::uint8_t*>(image.data()), image.size()}, &loaded, &error));
+  mustHold(
+      !openRulePack(blockOf({reinterpret_cast<const std::uint8_t*>(image.data()), image.size()}), &loaded, &error));
   mustHold(error.message == "semantic rule-pack metadata is invalid" ||
            error.message == "semantic rule-pack compression is unsupported" ||
            error.message == "semantic rule-pack authentication or decryption failed");

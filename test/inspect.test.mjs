@@ -188,6 +188,16 @@ test('payload', () => {
     'payload has trailing bytes': [payload([document(1), document(2)], { documentCount: 1 })],
     ok: [one({ name: 'n'.repeat(128) }), payload([document(6)])], // a shard with encoding 1 is not parsed
   });
+  // A large payload is parsed while its digest is made, which still has the first word.
+  const large = document(2, { data: Buffer.alloc(5 << 20) });
+  const wrong = { payloadSha256: sha256Hex('') };
+  refuse('semantic rule-pack ', {
+    ok: [payload([large])],
+    'document name is invalid': [payload([large, document(1, { name: 'a/b' })])],
+    'payload digest is invalid':
+      [document(1), document(1, { name: 'a/b' }), document(8)].map((last) => packBytes({ documents: [large, last], metadata: wrong })),
+  });
+  refuse('', { '': [payload([large, document(8)])] });
   // Without any message: an index by type that is none by encoding or name, also with a wrong digest or wrong content.
   refuse('', {
     '': [index({ encoding: 1, sha256 }), index({ name: 'semantic-binary-index-v2', data: 'SIX2' })],

@@ -4,6 +4,7 @@
 
 #include "base/byte_reader.h"
 #include "pack/crypto.h"
+#include "pack/digest_batch.h"
 #include "pack/key_table.h"
 #include "pack/location_shard.h"
 #include "pack/lz4_block.h"
@@ -75,15 +76,34 @@ bool readMetadata(ByteReader bytes, RulePackMetadata* metadata, SemanticError* e
   return true;
 }
 
-bool decryptPayload(const SealedPack& sealed, const RulePackMetadata& metadata, SecureBytes* payload,
+/// Decrypts the file image where it lies, and keeps nothing of it but the stored payload.
+bool decryptPayload(const SealedPack& sealed, const RulePackMetadata& metadata, SecureBlock* file,
                     SemanticError* error) {
   std::uint8_t key[kPackKeySize];
   if (!resolvePackKey(metadata.keyId, key, error)) return false;
+  const auto offset = static_cast<std::size_t>(sealed.ciphertext.data - file->data);
   const bool decrypted =
-      decryptAesGcm({sealed.ciphertext.data, sealed.ciphertext.size}, {sealed.metadata.data, sealed.metadata.size},
-                    sealed.nonce, sealed.tag, key, payload, error);
+      decryptAesGcm({file->data + offset, sealed.ciphertext.size}, {sealed.metadata.data, sealed.metadata.size},
+                    sealed.nonce, sealed.tag, key, error);
   secureWipe(key, sizeof key);
+  if (decrypted) keepRange(file, offset, sealed.ciphertext.size);
   return decrypted;
+}
+
+/// Parses the payload while a second thread makes its digest, if it is large. The digest has the first word all the
+/// same: what was parsed of a payload that isn't the sealed one is dropped, whatever it was.
+bool readProvedPayload(SecureBlock payload, LoadedPack* loaded, SemanticError* error) {
+  DigestBatch digests;
+  digests.jobs.push_back({bytesOf(payload)});
+  startDigests(&digests);
+  SemanticError rowsError;
+  const bool rowsRead = readPayloadRows(std::move(payload), loaded, &rowsError);
+  if (!finishDigests(&digests, error)) return false;
+  if (digestHex(digests.jobs[0].digest) != loaded->pack.metadata.payloadSha256) {
+    return fail(error, "semantic rule-pack payload digest is invalid");
+  }
+  if (!rowsRead) return rowsError.message.empty() ? false : fail(error, rowsError.message);
+  return true;
 }
 
 bool slotHolds(const SemanticCacheSlot& slot, const fs::path& path, const FileStamp& stamp) {
@@ -105,10 +125,11 @@ bool locatePack(const std::string& packPath, const std::string& allowedRoot, fs:
 
 }  // namespace
 
-bool readPayloadRows(ByteSpan payload, LoadedPack* loaded, SemanticError* error) {
+bool readPayloadRows(SecureBlock payload, LoadedPack* loaded, SemanticError* error) {
+  loaded->payload = std::move(payload);
   std::vector<RulePackDocument> shardDocuments;
   std::vector<IndexRecord>* const records = &loaded->table.records;
-  if (!parseRulePackPayload(payload, &loaded->pack, error, &shardDocuments, records)) return false;
+  if (!parseRulePackPayload(bytesOf(loaded->payload), &loaded->pack, error, &shardDocuments, records)) return false;
   for (RulePackDocument& document : shardDocuments) {
     if (!appendLocationShard(document, records, error)) return false;
     SecureBytes().swap(document.data);
@@ -116,24 +137,18 @@ bool readPayloadRows(ByteSpan payload, LoadedPack* loaded, SemanticError* error)
   return true;
 }
 
-bool openRulePack(ByteSpan file, LoadedPack* loaded, SemanticError* error) {
+bool openRulePack(SecureBlock file, LoadedPack* loaded, SemanticError* error) {
   SealedPack sealed;
   RulePackMetadata& metadata = loaded->pack.metadata;
-  SecureBytes payload;
-  if (!splitPackFile(file, &sealed, error) || !readMetadata(sealed.metadata, &metadata, error) ||
-      !decryptPayload(sealed, metadata, &payload, error)) {
+  loaded->pack.packBytes = file.size;
+  if (!splitPackFile(bytesOf(file), &sealed, error) || !readMetadata(sealed.metadata, &metadata, error) ||
+      !decryptPayload(sealed, metadata, &file, error)) {
     return false;
   }
-  if (!metadata.compression.empty()) {
-    SecureBytes decoded;
-    if (!decodeLz4Block(payload, &decoded, error)) return false;
-    payload = std::move(decoded);
-  }
-  const std::string digest = sha256Hex(payload, error);
-  if (digest.empty()) return false;
-  if (digest != metadata.payloadSha256) return fail(error, "semantic rule-pack payload digest is invalid");
-  if (!readPayloadRows(payload, loaded, error)) return false;
-  loaded->pack.packBytes = file.size();
+  if (!metadata.compression.empty() && !decodeLz4Block(&file, error)) return false;
+  if (!readProvedPayload(std::move(file), loaded, error)) return false;
+  // The rows have their own copies of what they hold.
+  loaded->payload = {};
   return true;
 }
 
@@ -146,10 +161,10 @@ bool RulePackLoader(const std::string& packPath, const std::string& allowedRoot,
   SemanticCacheSlot replaced;
   const std::lock_guard lock(semanticCache().semanticCacheMutex);
   if (!slotHolds(slot, path, stamp)) {
-    SecureBytes file;
+    SecureBlock file;
     if (!readPackFile(path, &file, error)) return false;
     const auto opened = std::make_shared<LoadedPack>();
-    if (!openRulePack(file, opened.get(), error)) return false;
+    if (!openRulePack(std::move(file), opened.get(), error)) return false;
     replaced = std::exchange(slot, {true, path, stamp.size, stamp.lastWriteTime, opened, nullptr});
   }
   *loaded = slot.loaded;

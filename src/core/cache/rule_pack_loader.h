@@ -20,10 +20,12 @@ namespace corvenda {
 bool RulePackLoader(const std::string& packPath, const std::string& allowedRoot, SemanticCacheSlot& slot,
                     std::shared_ptr<const LoadedPack>* loaded, SemanticError* error);
 
-/// Checks and opens the image of a pack file: everything between reading the file and filling the slot.
-bool openRulePack(ByteSpan file, LoadedPack* loaded, SemanticError* error);
+/// Checks and opens the image of a pack file: everything between reading the file and filling the slot. After a failure
+/// `loaded` is to be dropped.
+bool openRulePack(SecureBlock file, LoadedPack* loaded, SemanticError* error);
 
-/// What lies behind the seal: the decrypted payload, digest already proved. The fuzz targets come in here.
-bool readPayloadRows(ByteSpan payload, LoadedPack* loaded, SemanticError* error);
+/// What lies behind the seal: moves the decrypted payload into `loaded` and reads its rows. Its bytes must not be wiped
+/// in here, because their digest may be under way on another thread. The fuzz targets come in here.
+bool readPayloadRows(SecureBlock payload, LoadedPack* loaded, SemanticError* error);
 
 }  // namespace corvenda

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 
+#include "base/secure_block.h"
 #include "pack/pack_records.h"
 #include "rows/record_table.h"
 
@@ -16,6 +17,7 @@ struct LocationView;
 /// A parsed pack: what a load gives its caller.
 struct LoadedPack {
   RulePack pack;
+  SecureBlock payload;  ///< what the rows point into
   RecordTable table;
 };
 

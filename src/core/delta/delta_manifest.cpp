@@ -18,7 +18,7 @@ constexpr std::string_view kManifestKeyId = "corvenda-intl-manifest-ed25519-v1";
 constexpr std::uint32_t kManifestVersion = 1;
 constexpr std::size_t kSha256HexLength = 64;
 
-bool readManifestFile(const fs::path& path, const fs::path& root, SecureBytes* bytes, SemanticError* error) {
+bool readManifestFile(const fs::path& path, const fs::path& root, SecureBlock* bytes, SemanticError* error) {
   static constexpr FileReadMessages kMessages = {
       "semantic delta manifest is not a regular file",
       "semantic delta manifest size is invalid",
@@ -64,9 +64,9 @@ bool isExpectedAndPinned(const DeltaManifest& manifest, const fs::path& packPath
 /// Holds the sealed file, as it lies on disk, against size and digest. Where it lies is not asked here: the loader
 /// does.
 bool checkPackFile(const DeltaManifest& manifest, const fs::path& packPath, SemanticError* error) {
-  SecureBytes file;
+  SecureBlock file;
   if (!readPackFile(packPath, &file, error)) return false;
-  if (file.size() != manifest.packBytes || sha256Hex(file, nullptr) != manifest.packSha256) {
+  if (file.size != manifest.packBytes || sha256Hex(bytesOf(file), nullptr) != manifest.packSha256) {
     return fail(error, "semantic delta manifest pack digest or size mismatch");
   }
   return true;
@@ -127,9 +127,9 @@ bool verifySemanticDeltaManifest(const std::string& manifestPath, const DeltaExp
       !canonicalizePackPath(expected.allowedRoot, &root, error)) {
     return false;
   }
-  SecureBytes bytes;
+  SecureBlock bytes;
   if (!readManifestFile(manifestFile, root, &bytes, error)) return false;
-  if (!readManifest({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, manifest, error)) return false;
+  if (!readManifest({reinterpret_cast<const char*>(bytes.data), bytes.size}, manifest, error)) return false;
   if (!isExpectedAndPinned(*manifest, packFile, expected)) {
     return fail(error, "semantic delta manifest trust or identity check failed");
   }

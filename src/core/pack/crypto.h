@@ -1,8 +1,9 @@
-// SHA-256 and AES-256-GCM behind three functions; one source file a provider, chosen at configure time.
+// SHA-256 and AES-256-GCM; one source file a provider, chosen at configure time.
 #pragma once
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "base/secure_memory.h"
@@ -22,14 +23,18 @@ using Sha256Digest = std::array<std::uint8_t, kSha256Size>;
 /// "native SHA-256 calculation failed".
 bool sha256(ByteSpan bytes, Sha256Digest* digest, SemanticError* error);
 
-/// The digest as 64 lower-case hexadecimal digits; the empty string, with `error` set, if it fails.
+/// 64 lower-case hexadecimal digits.
+std::string digestHex(const Sha256Digest& digest);
+
+/// The digest of a byte range as 64 lower-case hexadecimal digits; the empty string, with `error` set, if it fails.
 std::string sha256Hex(ByteSpan bytes, SemanticError* error);
 
-/// AES-256-GCM (NIST SP 800-38D): `nonce` 12 bytes, `tag` 16, `key` 32. `plaintext` gets the ciphertext's length; after
-/// a failure it is wiped and empty. A wrong key, tag, text or additional text are not told apart:
-/// "semantic rule-pack authentication or decryption failed". Provider errors: "native AES provider cannot be opened",
-/// "native AES object length is invalid", "native AES key cannot be initialized".
-bool decryptAesGcm(ByteSpan ciphertext, ByteSpan additionalData, const std::uint8_t* nonce, const std::uint8_t* tag,
-                   const std::uint8_t* key, SecureBytes* plaintext, SemanticError* error);
+/// AES-256-GCM (NIST SP 800-38D), where the bytes are: `bytes` holds the ciphertext, then the plaintext of the same
+/// length. `nonce` 12 bytes, `tag` 16, `key` 32. After a failure of the decryption `bytes` is wiped. A wrong key, tag,
+/// text or additional text are not told apart: "semantic rule-pack authentication or decryption failed". Provider
+/// errors: "native AES provider cannot be opened", "native AES object length is invalid", "native AES key cannot be
+/// initialized".
+bool decryptAesGcm(std::span<std::uint8_t> bytes, ByteSpan additionalData, const std::uint8_t* nonce,
+                   const std::uint8_t* tag, const std::uint8_t* key, SemanticError* error);
 
 }  // namespace corvenda

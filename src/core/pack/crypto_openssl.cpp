@@ -42,20 +42,19 @@ struct FreeCipherContext {
 /// EVP takes lengths as int; a file is at most 128 MiB, so one call does.
 bool fitsInt(std::size_t size) { return size <= static_cast<std::size_t>(std::numeric_limits<int>::max()); }
 
-bool runDecryption(EVP_CIPHER_CTX* context, ByteSpan ciphertext, ByteSpan additionalData, const std::uint8_t* tag,
-                   SecureBytes* plaintext) {
+/// OpenSSL may decrypt a buffer into itself.
+bool runDecryption(EVP_CIPHER_CTX* context, std::span<std::uint8_t> bytes, ByteSpan additionalData,
+                   const std::uint8_t* tag) {
   int written = 0;
   int total = 0;
-  if (!fitsInt(ciphertext.size()) || !fitsInt(additionalData.size())) return false;
+  if (!fitsInt(bytes.size()) || !fitsInt(additionalData.size())) return false;
   if (!additionalData.empty() && EVP_DecryptUpdate(context, nullptr, &written, additionalData.data(),
                                                    static_cast<int>(additionalData.size())) != 1) {
     return false;
   }
-  if (!ciphertext.empty()) {
-    if (EVP_DecryptUpdate(context, plaintext->data(), &total, ciphertext.data(), static_cast<int>(ciphertext.size())) !=
-        1) {
-      return false;
-    }
+  if (!bytes.empty() &&
+      EVP_DecryptUpdate(context, bytes.data(), &total, bytes.data(), static_cast<int>(bytes.size())) != 1) {
+    return false;
   }
   // The library takes the tag through a pointer to non-const and does not write to it.
   if (EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_AEAD_SET_TAG, static_cast<int>(kGcmTagSize),
@@ -64,7 +63,7 @@ bool runDecryption(EVP_CIPHER_CTX* context, ByteSpan ciphertext, ByteSpan additi
   }
   std::uint8_t none[kGcmTagSize];
   if (EVP_DecryptFinal_ex(context, none, &written) != 1) return false;
-  return static_cast<std::size_t>(total) + static_cast<std::size_t>(written) == plaintext->size();
+  return static_cast<std::size_t>(total) + static_cast<std::size_t>(written) == bytes.size();
 }
 
 }  // namespace
@@ -82,32 +81,16 @@ bool sha256(ByteSpan bytes, Sha256Digest* digest, SemanticError* error) {
   return true;
 }
 
-std::string sha256Hex(ByteSpan bytes, SemanticError* error) {
-  static constexpr char kDigits[] = "0123456789abcdef";
-  Sha256Digest digest;
-  if (!sha256(bytes, &digest, error)) return {};
-  std::string text;
-  text.reserve(2 * digest.size());
-  for (const std::uint8_t byte : digest) {
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 15];
-  }
-  return text;
-}
-
-bool decryptAesGcm(ByteSpan ciphertext, ByteSpan additionalData, const std::uint8_t* nonce, const std::uint8_t* tag,
-                   const std::uint8_t* key, SecureBytes* plaintext, SemanticError* error) {
-  plaintext->clear();
+bool decryptAesGcm(std::span<std::uint8_t> bytes, ByteSpan additionalData, const std::uint8_t* nonce,
+                   const std::uint8_t* tag, const std::uint8_t* key, SemanticError* error) {
   if (algorithms().aesGcm == nullptr) return fail(error, "native AES provider cannot be opened");
   const std::unique_ptr<EVP_CIPHER_CTX, FreeCipherContext> context(EVP_CIPHER_CTX_new());
   if (context == nullptr) return fail(error, "native AES object length is invalid");
   if (EVP_DecryptInit_ex2(context.get(), algorithms().aesGcm, key, nonce, nullptr) != 1) {
     return fail(error, "native AES key cannot be initialized");
   }
-  plaintext->resize(ciphertext.size());
-  if (!runDecryption(context.get(), ciphertext, additionalData, tag, plaintext)) {
-    secureWipe(plaintext->data(), plaintext->size());
-    plaintext->clear();
+  if (!runDecryption(context.get(), bytes, additionalData, tag)) {
+    secureWipe(bytes.data(), bytes.size());
     return fail(error, "semantic rule-pack authentication or decryption failed");
   }
   return true;

@@ -53,8 +53,8 @@ bool queryFileStamp(const fs::path& path, FileStamp* stamp) {
 }
 
 bool readFileWhole(const fs::path& path, std::uintmax_t minSize, std::uintmax_t maxSize,
-                   const FileReadMessages& messages, SecureBytes* bytes, SemanticError* error) {
-  bytes->clear();
+                   const FileReadMessages& messages, SecureBlock* bytes, SemanticError* error) {
+  *bytes = {};
   std::error_code status;
   if (fs::symlink_status(path, status).type() != fs::file_type::regular) return fail(error, messages.notRegular);
   const std::uintmax_t size = fs::file_size(path, status);
@@ -64,18 +64,14 @@ bool readFileWhole(const fs::path& path, std::uintmax_t minSize, std::uintmax_t 
   file.rdbuf()->pubsetbuf(nullptr, 0);
   file.open(path, std::ios::binary);
   if (!file) return fail(error, messages.open);
-  bytes->resize(static_cast<std::size_t>(size));
-  file.read(reinterpret_cast<char*>(bytes->data()), static_cast<std::streamsize>(size));
-  if (!file) {
-    // The vector's allocator wipes on release only, so the part that was read goes first.
-    secureWipe(bytes->data(), bytes->size());
-    bytes->clear();
-    return fail(error, messages.read);
-  }
+  SecureBlock read = allocateBlock(static_cast<std::size_t>(size));
+  file.read(reinterpret_cast<char*>(read.data), static_cast<std::streamsize>(size));
+  if (!file) return fail(error, messages.read);
+  *bytes = std::move(read);
   return true;
 }
 
-bool readPackFile(const fs::path& path, SecureBytes* bytes, SemanticError* error) {
+bool readPackFile(const fs::path& path, SecureBlock* bytes, SemanticError* error) {
   static constexpr FileReadMessages kMessages = {
       "semantic rule-pack file is not a regular file",
       "semantic rule-pack file size is invalid",

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "base/secure_memory.h"
+#include "base/secure_block.h"
 #include "base/semantic_error.h"
 
 namespace corvenda {
@@ -43,12 +43,12 @@ struct FileReadMessages {
 };
 
 /// Reads a regular file of `minSize` to `maxSize` bytes whole. The status query does not follow a link. After a failure
-/// `bytes` is wiped and empty.
+/// `bytes` is empty.
 bool readFileWhole(const std::filesystem::path& path, std::uintmax_t minSize, std::uintmax_t maxSize,
-                   const FileReadMessages& messages, SecureBytes* bytes, SemanticError* error);
+                   const FileReadMessages& messages, SecureBlock* bytes, SemanticError* error);
 
 /// `readFileWhole` with the limits of a pack. Errors: "semantic rule-pack file is not a regular file", "… size is
 /// invalid", "… cannot be opened", "… cannot be read".
-bool readPackFile(const std::filesystem::path& path, SecureBytes* bytes, SemanticError* error);
+bool readPackFile(const std::filesystem::path& path, SecureBlock* bytes, SemanticError* error);
 
 }  // namespace corvenda
