@@ -52,23 +52,34 @@ const std::string kPayload = "SRP1" + le(1, 2) + le(4, 2) + document(6, 2, "loca
                              document(8, 2, "semantic-binary-index-v1", kIndex) + document(6, 1, "unread", "plain") +
                              document(6, 2, "location-a", "a");
 
+/// The rows as text: section:term,field,field;
+struct ToldRows {
+  std::string told;
+  std::vector<IndexRowSource> rows;
+  IndexRowSink sink{[this](std::string_view section, const std::uint8_t*) { name = section; },
+                    [this](const IndexRowSource& row) {
+                      rows.push_back(row);
+                      told.append(name).append(":").append(row.term);
+                      for (std::size_t i = 0; i < row.fieldCount && i < kNamedFields; ++i) {
+                        told.append(",").append(row.fields[i]);
+                      }
+                      told += ";";
+                    }};
+  std::string name;
+};
+
 TEST(BinaryIndex, RowsInFileOrderUpToTheLimits) {
   RulePack pack;
-  std::vector<IndexRecord> records = {{"kept", "kept", {}}};
-  ASSERT_TRUE(parseBinaryIndex(bytesOf(kIndex), &pack, nullptr, &records));
-  std::string told;
-  for (const IndexRecord& record : records) {
-    told += record.section + ":" + record.term;
-    for (const std::string& field : record.fields) told += "," + field;
-    told += ";";
-  }
-  EXPECT_EQ(told, "kept:kept;location:x;human:movienight,show;scene:火锅,food,;scene:火锅;");
+  ToldRows told;
+  ASSERT_TRUE(parseBinaryIndex(bytesOf(kIndex), &pack, nullptr, &told.sink));
+  EXPECT_EQ(told.told, "location:x;human:movienight,show;scene:火锅,food,;scene:火锅;");
   const std::string longest(65535, 'a');
-  const std::string index = indexOf(sized(longest) + le(65535, 2) + sized(longest) + std::string(65534UL * 2, '\0'));
-  ASSERT_TRUE(parseBinaryIndex(bytesOf(index), &pack, nullptr, &records));
-  EXPECT_EQ(records[6].term, longest);
-  EXPECT_EQ(records[6].fields.size(), 65535U);
-  EXPECT_EQ(records[6].fields[0], longest);
+  const auto index = bytesOf(indexOf(sized(longest) + le(65535, 2) + sized(longest) + std::string(65534UL * 2, '\0')));
+  ToldRows limits;
+  ASSERT_TRUE(parseBinaryIndex(index, &pack, nullptr, &limits.sink));
+  EXPECT_EQ(limits.rows[1].term, longest);
+  EXPECT_EQ(limits.rows[1].fieldCount, 65535U);
+  EXPECT_EQ(limits.rows[1].fields[0], longest);
 }
 
 TEST(BinaryIndex, TruncatedAnywhere) {
@@ -88,18 +99,29 @@ TEST(BinaryIndex, TruncatedAnywhere) {
   }
 }
 
+bool parsePayload(const std::string& payload, RulePack* pack, SemanticError* error) {
+  DigestBatch digests;
+  return parseRulePackPayload(bytesOf(payload), pack, error, nullptr, nullptr, &digests);
+}
+
 TEST(Payload, ShardsInFileOrderAndNoChangedByte) {
   RulePack pack;
-  std::vector<RulePackDocument> shards;
-  ASSERT_TRUE(parseRulePackPayload(bytesOf(kPayload), &pack, nullptr, &shards, nullptr));
-  ASSERT_EQ(shards.size(), 2U) << "only encoding 2 is kept";
-  EXPECT_EQ(shards[0].name + shards[1].name, "location-blocation-a");
-  EXPECT_EQ(std::string(shards[0].data.begin(), shards[0].data.end()), "bbb");
+  PayloadDocuments documents;
+  DigestBatch digests;
+  const auto payload = bytesOf(kPayload);
+  ASSERT_TRUE(parseRulePackPayload(payload, &pack, nullptr, &documents, nullptr, &digests));
+  std::string told;
+  for (const RulePackDocument& shard : documents.shards) {
+    told.append(shard.name).append(":").append(shard.data.begin(), shard.data.end()).append(";");
+  }
+  EXPECT_EQ(told, "location-b:bbb;location-a:a;") << "only encoding 2 is kept";
+  ASSERT_EQ(documents.unread.size(), 1U);
+  EXPECT_EQ(std::string(documents.unread[0].begin(), documents.unread[0].end()), "plain");
   // The first document's digest and data.
   for (std::size_t at = 16; at < 61; at = at == 47 ? 58 : at + 1) {
     std::string changed = kPayload;
     changed[at] = static_cast<char>(changed[at] ^ 1);
-    EXPECT_FALSE(parseRulePackPayload(bytesOf(changed), &pack, nullptr, nullptr, nullptr)) << at;
+    EXPECT_FALSE(parsePayload(changed, &pack, nullptr)) << at;
   }
 }
 
@@ -107,7 +129,7 @@ TEST(Payload, TruncatedAnywhere) {
   for (std::size_t size = 0; size < kPayload.size(); ++size) {
     RulePack pack;
     SemanticError error;
-    ASSERT_FALSE(parseRulePackPayload(bytesOf(kPayload.substr(0, size)), &pack, &error, nullptr, nullptr)) << size;
+    ASSERT_FALSE(parsePayload(kPayload.substr(0, size), &pack, &error)) << size;
     std::size_t at = 8;
     const auto byte = [&](std::size_t behind) { return static_cast<unsigned char>(kPayload[at + behind]); };
     while (at + 40 <= size && at + 40 + byte(2) + byte(4) <= size) at += 40U + byte(2) + byte(4);

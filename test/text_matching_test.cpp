@@ -8,6 +8,7 @@
 
 #include "base/number_text.h"
 #include "scene/scene_score.h"
+#include "support/tables.h"
 #include "text/term_score.h"
 
 namespace corvenda {
@@ -60,13 +61,16 @@ TEST(TextMatching, WordRuns) {
     for (const char* term : terms) EXPECT_FALSE(matchesWordRun(text, term)) << text << "|" << term;
 }
 
-TEST(TextMatching, IdentityKeyAndOrder) {
-  EXPECT_EQ(recordIdentityKey({"scene", "t", {"a", "", "b"}}),
-            "t\x1F"
-            "a\x1F\x1F"
-            "b");
+TEST(TextMatching, CharactersBeforePositions) {
+  const std::string text = "a火\xBF\xBF\xBF\xBF\xBF\xBF\xBF\xBF锅b";
+  EXPECT_EQ(countCharactersBefore(text, {14, 0, 4, 15, 1, 4}), (std::vector<std::uint64_t>{3, 0, 2, 3, 1, 2}));
+  EXPECT_EQ(countCharacters(text, 3), 3U);
+  EXPECT_EQ(countCharacters(text, 100), 4U);
+}
+
+TEST(SceneScore, OrderOfRows) {
   // Each row goes before the next: by rank, length, score (no number is 0), term, and NaN last.
-  std::vector<IndexRecord> rows;
+  std::vector<TestRow> rows;
   for (const auto& [term, priority, kind] :
        std::initializer_list<std::array<const char*, 3>>{{"bb", "0", "short"},
                                                          {"bbbb", "9", "category"},
@@ -77,9 +81,15 @@ TEST(TextMatching, IdentityKeyAndOrder) {
                                                          {"aaa", "nan", "category"}}) {
     rows.push_back({"scene", term, {"food", "", priority, kind, "zh"}});
   }
-  for (std::size_t i = 0; i < rows.size(); ++i)
-    for (std::size_t j = 0; j < rows.size(); ++j)
-      EXPECT_EQ(sceneRowBefore(sceneRowOrder(rows[i], "", ""), sceneRowOrder(rows[j], "", "")), i < j) << i << " " << j;
+  const RecordTable table = makeTable(rows);
+  std::vector<SceneRowOrder> order;
+  for (std::uint32_t i = 0; i < rows.size(); ++i) {
+    const SceneRow row = sceneRowAt(table, i);
+    order.push_back({rankOf(row.kind), sceneRowScore(row, std::nullopt, ""), row.term});
+  }
+  for (std::size_t i = 0; i < order.size(); ++i)
+    for (std::size_t j = 0; j < order.size(); ++j)
+      EXPECT_EQ(sceneRowBefore(order[i], order[j]), i < j) << i << " " << j;
 }
 
 TEST(NumberText, ConvertsLikeTheCLibrary) {
@@ -90,6 +100,13 @@ TEST(NumberText, ConvertsLikeTheCLibrary) {
   const std::pair<std::string, double> others[] = {{"1 ", 1}, {"3,5", 3}, {"abc", 0}, {{"1\0", 2}, 1}, {"\t", 0}};
   for (const auto& [text, expected] : others) EXPECT_TRUE(!parseNumber(text, &value) && value == expected) << text;
   EXPECT_TRUE(parseNumber("nan(1)", &value) && std::isnan(value));
+  // Both ways to convert meet at fifteen digits.
+  for (const char* text : {"0.1", ".5", "5.", "123456789012345", "1234567890123456", "0.000000000000001",
+                           "0.0000000000000001", "9007199254740993", "179769313486231.5", "1.7976931348623157"}) {
+    EXPECT_TRUE(parseNumber(text, &value)) << text;
+    EXPECT_EQ(value, std::strtod(text, nullptr)) << text;
+  }
+  for (const char* text : {".", "1.2.3", "1a", "-"}) EXPECT_FALSE(parseNumber(text, &value)) << text;
 }
 
 TEST(NumberText, PrintsLikePercentF) {
@@ -99,6 +116,13 @@ TEST(NumberText, PrintsLikePercentF) {
     char expected[400];
     std::snprintf(expected, sizeof expected, "%f", value);
     EXPECT_EQ(formatNumber(value), expected);
+    // As it is printed, so it is rounded, whichever way is taken.
+    const auto single = static_cast<double>(static_cast<float>(value));
+    EXPECT_EQ(formatNumber(roundToNumberText(single)), formatNumber(single));
+    double parsed = 0;
+    parseNumber(formatNumber(single), &parsed);
+    const double rounded = roundToNumberText(single);
+    EXPECT_TRUE(std::isnan(parsed) ? std::isnan(rounded) : parsed == rounded) << single;
   }
 }
 

@@ -1,19 +1,17 @@
 #include "addon/caller_overlays.h"
 
+#include <algorithm>
+#include <array>
 #include <map>
 #include <string>
 #include <string_view>
 
 #include "addon/border.h"
 #include "base/number_text.h"
-#include "rows/lexicon_rows.h"
 #include "text/text_primitives.h"
 
 namespace corvenda {
 namespace {
-
-using Records = std::vector<IndexRecord>;
-using Fields = std::vector<std::string>;
 
 // --- Tolerant reading -----------------------------------------------------------------------------------------------
 // What fails is absent: a null handle stands for its value, and only here may reading go on.
@@ -86,56 +84,46 @@ void forEachProperty(napi_env env, napi_value object, Read read) {
 
 // --- Scenes ---------------------------------------------------------------------------------------------------------
 
-/// Where an override finds the data of its scene. Made once the categories are read: later rows are no master rows.
-struct SceneMasters {
-  const RecordTable* base = nullptr;
-  std::map<std::string, Fields> fieldsOfKey;
+using SceneFields = std::array<std::string, scene_field::kCount>;
+
+/// What is read of a "sceneOverlay".
+struct SceneReader {
+  napi_env env;
+  const RecordTable& base;
+  RecordTable* rows;
+  std::map<std::string, SceneFields> categories;  ///< that have a row, by key: of several with one key the first
 };
 
-SceneMasters findSceneMasters(const RecordTable* base, const Records& records) {
-  SceneMasters masters{base, {}};
-  for (const IndexRecord& record : records) {
-    if (isMasterRow(record)) masters.fieldsOfKey.try_emplace(record.fields[scene_field::kKey], record.fields);
-  }
-  return masters;
-}
-
-/// The fields of the scene's first master row, or null.
-const Fields* sceneMasterFields(const SceneMasters& masters, const std::string& key) {
-  if (masters.base != nullptr) {
-    const auto& rows = sceneMasterRows(*masters.base);
-    const auto row = rows.find(key);
-    if (row != rows.end()) return &masters.base->records[row->second].fields;
-  }
-  const auto fields = masters.fieldsOfKey.find(key);
-  return fields == masters.fieldsOfKey.end() ? nullptr : &fields->second;
-}
-
-void addSceneAlias(napi_env env, napi_value value, const Fields& fields, Records* records) {
-  if (!isString(env, value)) return;
-  std::string term = compactTerm(readString(env, value));
-  if (!term.empty()) records->push_back({"scene", std::move(term), fields});
+template <std::size_t kFields>
+void writeFields(RecordTable* rows, std::string_view term, const std::array<std::string, kFields>& fields) {
+  std::array<std::string_view, kFields> views;
+  std::copy(fields.begin(), fields.end(), views.begin());
+  writeRow(rows, term, views);
 }
 
 /// Adds a row for each alias in the array property `name`. `fields` are complete but for the language.
-void addSceneAliases(napi_env env, napi_value object, const char* name, std::string_view lang, Fields fields,
-                     Records* records) {
-  fields[scene_field::kLang] = lang;
-  forEachElement(env, readProperty(env, object, name),
-                 [&](napi_value alias) { addSceneAlias(env, alias, fields, records); });
+void addSceneAliases(const SceneReader& reader, napi_value object, const char* name, std::string_view lang,
+                     SceneFields* fields) {
+  (*fields)[scene_field::kLang] = lang;
+  forEachElement(reader.env, readProperty(reader.env, object, name), [&](napi_value alias) {
+    if (!isString(reader.env, alias)) return;
+    const std::string term = compactTerm(readString(reader.env, alias));
+    if (!term.empty()) writeFields(reader.rows, term, *fields);
+  });
 }
 
-void readSceneDetail(napi_env env, napi_value element, Fields fields, Records* records) {
-  if (!isPlainObject(env, element)) return;
-  fields[scene_field::kDetail] = readText(env, element, "label");
+void readSceneDetail(const SceneReader& reader, napi_value element, SceneFields fields) {
+  if (!isPlainObject(reader.env, element)) return;
+  fields[scene_field::kDetail] = readText(reader.env, element, "label");
   fields[scene_field::kKind] = "detail";
-  addSceneAliases(env, element, "zh", "zh", fields, records);
-  addSceneAliases(env, element, "en", "en", std::move(fields), records);
+  addSceneAliases(reader, element, "zh", "zh", &fields);
+  addSceneAliases(reader, element, "en", "en", &fields);
 }
 
-void readSceneCategory(napi_env env, napi_value element, Records* records) {
+void readSceneCategory(SceneReader* reader, napi_value element) {
+  const napi_env env = reader->env;
   if (!isPlainObject(env, element)) return;
-  Fields fields(scene_field::kCount);
+  SceneFields fields;
   fields[scene_field::kKey] = readText(env, element, "key");
   if (fields[scene_field::kKey].empty()) return;
   fields[scene_field::kKind] = "category";
@@ -147,29 +135,44 @@ void readSceneCategory(napi_env env, napi_value element, Records* records) {
   fields[scene_field::kPriority] = readPriority(env, element);
   fields[scene_field::kDetail] = fields[scene_field::kDefaultDetail];
   fields[scene_field::kRowPriority] = fields[scene_field::kPriority];
+  const std::size_t rowsBefore = reader->rows->rows.size();
   // The property decides the language, whatever script an alias is in.
-  for (const char* name : {"zh", "aliases", "keywords"}) addSceneAliases(env, element, name, "zh", fields, records);
-  addSceneAliases(env, element, "en", "en", fields, records);
+  for (const char* name : {"zh", "aliases", "keywords"}) addSceneAliases(*reader, element, name, "zh", &fields);
+  addSceneAliases(*reader, element, "en", "en", &fields);
+  // A category without an alias has no row that an override could find.
+  if (reader->rows->rows.size() > rowsBefore) reader->categories.try_emplace(fields[scene_field::kKey], fields);
   forEachElement(env, readProperty(env, element, "details"),
-                 [&](napi_value detail) { readSceneDetail(env, detail, fields, records); });
+                 [&](napi_value detail) { readSceneDetail(*reader, detail, fields); });
 }
 
-void readSceneOverride(napi_env env, napi_value element, std::string_view kind, const SceneMasters& masters,
-                       Records* records) {
-  if (!isPlainObject(env, element)) return;
-  Fields fields(scene_field::kCount);
-  std::string& key = fields[scene_field::kKey];
-  key = readText(env, element, "sceneKey");
-  if (key.empty()) return;
-  // Without a master row the override stays, and the scene's data are empty.
-  if (const Fields* master = sceneMasterFields(masters, key); master != nullptr) {
-    for (std::size_t i = scene_field::kLabel; i < scene_field::kCount; ++i) fields[i] = (*master)[i];
+/// Fills in the scene's own data, from the pack or else from the caller's categories. Without either they stay empty.
+void takeSceneData(const SceneReader& reader, SceneFields* fields) {
+  const std::string& key = (*fields)[scene_field::kKey];
+  if (const auto number = findMasterRow(reader.base, key)) {
+    const SceneRow master = sceneRowAt(reader.base, *number);
+    (*fields)[scene_field::kLabel] = master.label;
+    (*fields)[scene_field::kArchiveLabel] = master.archiveLabel;
+    (*fields)[scene_field::kArchiveCode] = master.archiveCode;
+    (*fields)[scene_field::kIcon] = master.icon;
+    (*fields)[scene_field::kDefaultDetail] = master.defaultDetail;
+    (*fields)[scene_field::kPriority] = master.priority;
+  } else if (const auto category = reader.categories.find(key); category != reader.categories.end()) {
+    std::copy(category->second.begin() + scene_field::kLabel, category->second.end(),
+              fields->begin() + scene_field::kLabel);
   }
-  fields[scene_field::kDetail] = readText(env, element, "detailLabel");
+}
+
+void readSceneOverride(const SceneReader& reader, napi_value element, std::string_view kind) {
+  if (!isPlainObject(reader.env, element)) return;
+  SceneFields fields;
+  fields[scene_field::kKey] = readText(reader.env, element, "sceneKey");
+  if (fields[scene_field::kKey].empty()) return;
+  takeSceneData(reader, &fields);
+  fields[scene_field::kDetail] = readText(reader.env, element, "detailLabel");
   fields[scene_field::kRowPriority] = "0";
   fields[scene_field::kKind] = kind;
-  addSceneAliases(env, element, "zh", "zh", fields, records);
-  addSceneAliases(env, element, "en", "en", std::move(fields), records);
+  addSceneAliases(reader, element, "zh", "zh", &fields);
+  addSceneAliases(reader, element, "en", "en", &fields);
 }
 
 // --- Locations ------------------------------------------------------------------------------------------------------
@@ -185,7 +188,7 @@ napi_value readPosition(napi_env env, napi_value array, std::uint32_t position) 
 
 /// An entry: [code, …, weight at 4, label at 5].
 void readLocationEntry(napi_env env, napi_value entry, const std::string& alias, std::string_view lang,
-                       Records* records) {
+                       RecordTable* rows) {
   if (!isArray(env, entry)) return;
   const napi_value first = readPosition(env, entry, 0);
   if (!isString(env, first)) return;
@@ -197,16 +200,15 @@ void readLocationEntry(napi_env env, napi_value entry, const std::string& alias,
   std::string weight = "0";
   readNumberText(env, readPosition(env, entry, 4), &weight);
   // The code stands in for the country's label.
-  records->push_back({"location-overlay",
-                      alias,
-                      {code, "location-overlay", std::move(weight), std::move(label), std::string(lang), code}});
+  const std::string_view fields[] = {code, "location-overlay", weight, label, lang, code};
+  writeRow(rows, alias, fields);
 }
 
-void readLocationAliases(napi_env env, napi_value value, std::string_view lang, Records* records) {
+void readLocationAliases(napi_env env, napi_value value, std::string_view lang, RecordTable* rows) {
   if (!isPlainObject(env, value)) return;
   forEachProperty(env, value, [&](napi_value name, napi_value entries) {
     const std::string alias = compactTerm(readString(env, name));
-    forEachElement(env, entries, [&](napi_value entry) { readLocationEntry(env, entry, alias, lang, records); });
+    forEachElement(env, entries, [&](napi_value entry) { readLocationEntry(env, entry, alias, lang, rows); });
   });
 }
 
@@ -224,14 +226,16 @@ std::string readTags(napi_env env, napi_value person) {
   return joined;
 }
 
-void addCelebrityAlias(Records* records, std::string_view text, const Fields& fields) {
-  std::string term = compactTerm(text);
-  if (!term.empty()) records->push_back({"celebrity-overlay", std::move(term), fields});
+using CelebrityFields = std::array<std::string, celebrity_field::kTags + 1>;
+
+void addCelebrityAlias(RecordTable* rows, std::string_view text, const CelebrityFields& fields) {
+  const std::string term = compactTerm(text);
+  if (!term.empty()) writeFields(rows, term, fields);
 }
 
-void readCelebrity(napi_env env, napi_value person, Records* records) {
+void readCelebrity(napi_env env, napi_value person, RecordTable* rows) {
   if (!isPlainObject(env, person)) return;
-  Fields fields(celebrity_field::kTags + 1);
+  CelebrityFields fields;
   fields[celebrity_field::kId] = readText(env, person, "id");
   fields[celebrity_field::kName] = readText(env, person, "name");
   fields[celebrity_field::kKind] = readText(env, person, "kind");
@@ -240,41 +244,44 @@ void readCelebrity(napi_env env, napi_value person, Records* records) {
   fields[celebrity_field::kPriority] = readPriority(env, person);
   fields[celebrity_field::kTags] = readTags(env, person);
   if (fields[celebrity_field::kId].empty() || fields[celebrity_field::kName].empty()) return;
-  addCelebrityAlias(records, fields[celebrity_field::kName], fields);
+  addCelebrityAlias(rows, fields[celebrity_field::kName], fields);
   const napi_value aliases = readProperty(env, person, "aliases");
   if (!isPlainObject(env, aliases)) return;
   forEachProperty(env, aliases, [&](napi_value, napi_value list) {
     forEachElement(env, list, [&](napi_value alias) {
-      if (isString(env, alias)) addCelebrityAlias(records, readString(env, alias), fields);
+      if (isString(env, alias)) addCelebrityAlias(rows, readString(env, alias), fields);
     });
   });
 }
 
 }  // namespace
 
-void readSceneLexicon(napi_env env, napi_value value, const RecordTable* base, Records* records) {
+void readSceneLexicon(napi_env env, napi_value value, const RecordTable& base, RecordTable* rows) {
   if (!canRead(env) || !isPlainObject(env, value)) return;
+  beginSegment(rows, "scene", Section::kScene, RowLayout::kWritten, nullptr);
+  SceneReader reader{env, base, rows, {}};
   forEachElement(env, readProperty(env, value, "categories"),
-                 [&](napi_value category) { readSceneCategory(env, category, records); });
-  const SceneMasters masters = findSceneMasters(base, *records);
+                 [&](napi_value category) { readSceneCategory(&reader, category); });
   const auto readOverrides = [&](const char* property, std::string_view kind) {
     forEachElement(env, readProperty(env, value, property),
-                   [&](napi_value element) { readSceneOverride(env, element, kind, masters, records); });
+                   [&](napi_value element) { readSceneOverride(reader, element, kind); });
   };
   readOverrides("shortTitleOverrides", "short");
   readOverrides("compoundOverrides", "compound");
   readOverrides("conflictOverrides", "conflict");
 }
 
-void readLocationOverlay(napi_env env, napi_value value, Records* records) {
+void readLocationOverlay(napi_env env, napi_value value, RecordTable* rows) {
   if (!canRead(env) || !isPlainObject(env, value)) return;
-  readLocationAliases(env, readProperty(env, value, "aliasesZh"), "zh", records);
-  readLocationAliases(env, readProperty(env, value, "aliasesEn"), "en", records);
+  beginSegment(rows, "location-overlay", Section::kLocation, RowLayout::kWritten, nullptr);
+  readLocationAliases(env, readProperty(env, value, "aliasesZh"), "zh", rows);
+  readLocationAliases(env, readProperty(env, value, "aliasesEn"), "en", rows);
 }
 
-void readCelebrityOverlay(napi_env env, napi_value value, Records* records) {
+void readCelebrityOverlay(napi_env env, napi_value value, RecordTable* rows) {
   if (!canRead(env) || !isArray(env, value)) return;
-  forEachElement(env, value, [&](napi_value person) { readCelebrity(env, person, records); });
+  beginSegment(rows, "celebrity-overlay", Section::kCelebrity, RowLayout::kWritten, nullptr);
+  forEachElement(env, value, [&](napi_value person) { readCelebrity(env, person, rows); });
 }
 
 }  // namespace corvenda

@@ -4,23 +4,21 @@
 // exception is taken and dropped, and reading goes on with the next property or element.
 #pragma once
 
-#include <vector>
-
 #include <node_api.h>
 
 #include "rows/record_table.h"
 
 namespace corvenda {
 
-/// Appends the rows of a "sceneOverlay" to `records`: "categories", then "shortTitleOverrides", "compoundOverrides" and
-/// "conflictOverrides". An override takes its scene's data from the first master row of the scene, in `base` (may be
-/// null) or else among `records`.
-void readSceneLexicon(napi_env env, napi_value value, const RecordTable* base, std::vector<IndexRecord>* records);
+/// Adds the rows of a "sceneOverlay" to `rows`: "categories", then "shortTitleOverrides", "compoundOverrides" and
+/// "conflictOverrides". An override takes its scene's data from the first master row of the scene, in `base` or else
+/// among the categories just read.
+void readSceneLexicon(napi_env env, napi_value value, const RecordTable& base, RecordTable* rows);
 
-/// Appends the rows of a "locationOverlay".
-void readLocationOverlay(napi_env env, napi_value value, std::vector<IndexRecord>* records);
+/// Adds the rows of a "locationOverlay".
+void readLocationOverlay(napi_env env, napi_value value, RecordTable* rows);
 
-/// Appends the rows of a "celebrityOverlay".
-void readCelebrityOverlay(napi_env env, napi_value value, std::vector<IndexRecord>* records);
+/// Adds the rows of a "celebrityOverlay".
+void readCelebrityOverlay(napi_env env, napi_value value, RecordTable* rows);
 
 }  // namespace corvenda

@@ -3,7 +3,6 @@
 #include "addon/result.h"
 #include "cache/rule_pack_loader.h"
 #include "lookup/index_lookup.h"
-#include "rows/lexicon_rows.h"
 
 namespace corvenda {
 namespace {
@@ -39,11 +38,11 @@ struct LookupAnswer {
 
 template <typename Out>
 void describe(Out& out, const LookupMatch& match) {
-  put(out, "section", match.record->section);
-  put(out, "term", match.record->term);
-  put(out, "fields", match.record->fields);
+  put(out, "section", match.record.section);
+  put(out, "term", match.record.term);
+  put(out, "fields", match.record.fields);
   put(out, "candidateRank", match.rank);
-  put(out, "candidateType", fieldOrEmpty(*match.record, scene_field::kKind));
+  put(out, "candidateType", match.type);
   put(out, "candidateScore", match.score);
   put(out, "detailScore", match.detailScore);
 }
@@ -76,8 +75,9 @@ napi_value exports::lookupBinaryIndex(napi_env env, napi_value object, Failure* 
       !RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &loaded, failure)) {
     return nullptr;
   }
+  TextArena arena;
   const std::vector<LookupMatch> matches =
-      lookupRows(loaded->table, options.section, options.term, options.mode == kContainsMode);
+      lookupRows(loaded->table, options.section, options.term, options.mode == kContainsMode, &arena);
   std::vector<LookupCandidate> candidates;
   if (options.section == Section::kScene) candidates = foldCandidates(matches);
   return makeObject(env, LookupAnswer{options, matches, candidates});

@@ -57,10 +57,10 @@ struct OverlayLookupAnswer {
 
 template <typename Out>
 void describe(Out& out, const OverlayMatch& match) {
-  put(out, "section", match.record->section);
-  put(out, "term", match.record->term);
+  put(out, "section", match.record.section);
+  put(out, "term", match.record.term);
   put(out, "source", match.fromOverlay ? "overlay" : "base");
-  put(out, "fields", match.record->fields);
+  put(out, "fields", match.record.fields);
 }
 
 template <typename Out>
@@ -82,9 +82,10 @@ napi_value exports::lookupBinaryIndexOverlay(napi_env env, napi_value object, Fa
   PackPair packs;
   if (!readOptions(env, object, &options, failure) || !loadPair(options, &packs, failure)) return nullptr;
   const bool contains = options.mode == kContainsMode;
+  TextArena arena;
   const std::vector<OverlayMatch> matches =
-      mergeOverlayRows(filterRecords(packs.overlay->table, options.section, options.term, contains),
-                       filterRecords(packs.base->table, options.section, options.term, contains));
+      mergeOverlayRows(lookupRecords(packs.overlay->table, options.section, options.term, contains, &arena),
+                       lookupRecords(packs.base->table, options.section, options.term, contains, &arena));
   return makeObject(env, OverlayLookupAnswer{options, packs, matches});
 }
 

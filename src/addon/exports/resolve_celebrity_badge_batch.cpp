@@ -6,7 +6,6 @@
 #include "addon/result.h"
 #include "cache/rule_pack_loader.h"
 #include "celebrity/celebrity_badges.h"
-#include "rows/lexicon_rows.h"
 #include "text/text_primitives.h"
 
 namespace corvenda {
@@ -16,7 +15,7 @@ struct CelebrityOptions {
   std::string packPath;
   std::string allowedRoot;
   napi_value cases = nullptr;
-  CelebrityOverlay overlay;
+  RecordTable overlay;
   std::string overlayPackPath;
   std::string overlayAllowedRoot;
 };
@@ -28,7 +27,7 @@ bool readOptions(napi_env env, napi_value object, CelebrityOptions* options, Fai
     return false;
   }
   if (hasProperty(env, object, "celebrityOverlay")) {
-    readCelebrityOverlay(env, getProperty(env, object, "celebrityOverlay"), &options->overlay.rows);
+    readCelebrityOverlay(env, getProperty(env, object, "celebrityOverlay"), &options->overlay);
   }
   options->overlayPackPath = readStringOrEmpty(env, object, "overlayPackPath");
   options->overlayAllowedRoot = readStringOrEmpty(env, object, "overlayAllowedRoot");
@@ -36,12 +35,20 @@ bool readOptions(napi_env env, napi_value object, CelebrityOptions* options, Fai
          failAs(failure, ErrorKind::kTypeError, "overlayAllowedRoot is required with overlayPackPath");
 }
 
+/// A title as the caller gives it.
+struct CelebrityTitle {
+  std::string raw;
+  std::string english;
+  bool photo = false;
+};
+
 CelebrityTitle readTitle(napi_env env, napi_value element) {
   if (!isPlainObject(env, element)) return {};
-  std::string raw = readStringOrEmpty(env, element, "raw");
-  const std::string english = readStringOrEmpty(env, element, "normalizedEnglish");
-  const bool photo = readStringOrEmpty(env, element, "mediaType") == "photo";
-  return makeCelebrityTitle(std::move(raw), english, photo);
+  CelebrityTitle title;
+  title.raw = readStringOrEmpty(env, element, "raw");
+  title.english = readStringOrEmpty(env, element, "normalizedEnglish");
+  title.photo = readStringOrEmpty(env, element, "mediaType") == "photo";
+  return title;
 }
 
 }  // namespace
@@ -130,45 +137,41 @@ std::vector<std::string_view> splitTags(std::string_view joined) {
   return tags;
 }
 
-/// The row has all fields of a celebrity row but perhaps the tags.
-CelebrityHit makeHit(const IndexRecord& row, std::size_t index) {
-  return {row.fields[celebrity_field::kId],
-          row.fields[celebrity_field::kName],
-          row.fields[celebrity_field::kRegion],
-          row.fields[celebrity_field::kKind],
-          row.fields[celebrity_field::kPhotoKey],
-          row.term,
-          index,
-          splitTags(fieldOrEmpty(row, celebrity_field::kTags))};
+CelebrityHit makeHit(const CelebrityRow& row, std::size_t index) {
+  return {row.id, row.name, row.region, row.kind, row.photoKey, row.term, index, splitTags(row.tags)};
 }
 
-CelebrityCase resolveCase(const CelebrityTitle& title, const CelebrityOverlay& overlay, const RecordTable* pack) {
+CelebrityCase resolveCase(const TitleTexts& title, bool photo, const std::vector<const RecordTable*>& overlays,
+                          const RecordTable* pack) {
   CelebrityCase result;
-  result.photo = title.photo;
-  const std::vector<const IndexRecord*> rows = findCelebrities(title, overlay, pack);
-  for (const IndexRecord* row : rows) result.hits.push_back(makeHit(*row, result.hits.size()));
-  if (!rows.empty()) result.badge = proposeCelebrityBadge(*rows.front(), title);
+  result.photo = photo;
+  const std::vector<CelebrityRow> people = findCelebrities(title, overlays, pack);
+  for (const CelebrityRow& row : people) result.hits.push_back(makeHit(row, result.hits.size()));
+  if (!people.empty()) result.badge = proposeCelebrityBadge(people.front(), title, photo);
   return result;
 }
 
 /// The results of all cases; null after a refused pack or a failed step. Reading a case runs the caller's code, so
 /// nothing is locked here.
-napi_value resolveCases(napi_env env, const CelebrityOptions& options, Failure* failure) {
+napi_value resolveCases(napi_env env, const CelebrityOptions& options, const std::vector<const RecordTable*>& overlays,
+                        Failure* failure) {
   const napi_value results = makeArray(env);
   // Loaded for the first title that isn't blank, and kept for the call.
   std::shared_ptr<const LoadedPack> pack;
+  TitleTexts title;
   for (std::uint32_t i = 0; i < arrayLength(env, options.cases); ++i) {
     const HandleScope scope(env);
     napi_value element = nullptr;
     if (!settled(env, napi_get_element(env, options.cases, i, &element))) return nullptr;
-    const CelebrityTitle title = readTitle(env, element);
+    const CelebrityTitle read = readTitle(env, element);
+    fillTitle(read.raw, read.english, &title);
     if (pack == nullptr && !isBlankTitle(title) &&
         !RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &pack, failure)) {
       return nullptr;
     }
     // Only now: a getter that throws doesn't keep the pack from being loaded.
     if (isExceptionPending(env)) return nullptr;
-    const CelebrityCase result = resolveCase(title, options.overlay, pack == nullptr ? nullptr : &pack->table);
+    const CelebrityCase result = resolveCase(title, read.photo, overlays, pack == nullptr ? nullptr : &pack->table);
     if (!defineElement(env, results, i, makeObject(env, result))) return nullptr;
   }
   return results;
@@ -179,13 +182,18 @@ napi_value resolveCases(napi_env env, const CelebrityOptions& options, Failure* 
 napi_value exports::resolveCelebrityBadgeBatch(napi_env env, napi_value object, Failure* failure) {
   CelebrityOptions options;
   if (!readOptions(env, object, &options, failure)) return nullptr;
-  if (!options.overlayPackPath.empty() &&
-      !RulePackLoader(options.overlayPackPath, options.overlayAllowedRoot, semanticCache().overlaySlot,
-                      &options.overlay.pack, failure)) {
-    return nullptr;
+  finishTable(&options.overlay);
+  std::vector<const RecordTable*> overlays;
+  if (!options.overlay.rows.empty()) overlays.push_back(&options.overlay);
+  std::shared_ptr<const LoadedPack> overlayPack;
+  if (!options.overlayPackPath.empty()) {
+    if (!RulePackLoader(options.overlayPackPath, options.overlayAllowedRoot, semanticCache().overlaySlot, &overlayPack,
+                        failure)) {
+      return nullptr;
+    }
+    overlays.push_back(&overlayPack->table);
   }
-  buildTermIndex(options.overlay.rows, &options.overlay.index);
-  const napi_value results = resolveCases(env, options, failure);
+  const napi_value results = resolveCases(env, options, overlays, failure);
   return makeObject(env, CelebrityBatch{arrayLength(env, options.cases), results});
 }
 

@@ -24,9 +24,9 @@ napi_value exports::resolveSceneIntent(napi_env env, napi_value object, Failure*
       !RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &loaded, failure)) {
     return nullptr;
   }
-  const TitleTexts title = makeTitleTexts(std::move(options.raw), std::move(options.normalizedEnglish));
-  SceneCandidates candidates;
-  const SceneAnswer answer = corvenda::resolveSceneIntent(loaded->table, title, &candidates);
+  TitleTexts title;
+  fillTitle(options.raw, options.normalizedEnglish, &title);
+  const SceneAnswer answer = corvenda::resolveSceneIntent(loaded->table, title);
   return makeObject(env, SceneIntent{answer});
 }
 

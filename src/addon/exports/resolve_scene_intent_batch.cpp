@@ -1,19 +1,15 @@
 #include <algorithm>
-#include <mutex>
 
 #include "addon/caller_overlays.h"
 #include "addon/exports/exports.h"
 #include "addon/options.h"
 #include "addon/shared_descriptions.h"
 #include "batch/scene_intent_batch.h"
-#include "cache/location_view.h"
-#include "cache/rule_pack_loader.h"
-#include "location/location_resolver.h"
 
 namespace corvenda {
 namespace {
 
-/// Bounds the time for which a batch holds the cache's mutex.
+/// Bounds the time for which a call occupies its thread.
 constexpr std::uint32_t kMaxCases = 10000;
 
 struct BatchOptions {
@@ -21,12 +17,6 @@ struct BatchOptions {
   std::string allowedRoot;
   napi_value cases = nullptr;
   std::uint32_t caseCount = 0;
-};
-
-/// What a batch resolves against. Rows are shared with the cache, so that they stay whatever else is loaded meanwhile.
-struct BatchData {
-  BatchLexicon lexicon;
-  std::shared_ptr<const LocationView> view;
 };
 
 bool readOptions(napi_env env, napi_value object, BatchOptions* options, Failure* failure) {
@@ -44,85 +34,47 @@ std::string readOptionalString(napi_env env, napi_value object, const char* name
   return hasProperty(env, object, name) ? readStringOrEmpty(env, object, name) : std::string();
 }
 
-/// Loads the packs and reads the overlays, in the order in which they can fail.
-bool prepare(napi_env env, napi_value object, const BatchOptions& options, BatchData* data, Failure* failure) {
-  BatchLexicon& lexicon = data->lexicon;
-  if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &lexicon.base, failure)) {
-    return false;
-  }
-  // Read while only the base pack's rows are there: a caller's override takes its scene's data from the base pack or
-  // from the caller's own categories, never from the overlay pack.
-  if (hasProperty(env, object, "sceneOverlay")) {
-    readSceneLexicon(env, getProperty(env, object, "sceneOverlay"), &lexicon.base->table, &lexicon.overlayRecords);
-  }
-  indexOverlayRecords(&lexicon);
-  const std::string overlayPackPath = readOptionalString(env, object, "overlayPackPath");
-  const std::string overlayAllowedRoot = readOptionalString(env, object, "overlayAllowedRoot");
-  if (!overlayPackPath.empty()) {
-    if (overlayAllowedRoot.empty()) {
-      return failAs(failure, ErrorKind::kTypeError, "overlayAllowedRoot is required with overlayPackPath");
-    }
-    if (!RulePackLoader(overlayPackPath, overlayAllowedRoot, semanticCache().overlaySlot, &lexicon.overlayPack,
-                        failure)) {
-      return false;
-    }
-  }
-  // The getters of the overlay options are the caller's own code and may have loaded another pack: the base slot has to
-  // hold this one when the view is made. The rows stay those of the first load.
-  std::shared_ptr<const LoadedPack> again;
-  if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &again, failure)) {
-    return false;
-  }
-  std::vector<IndexRecord> locationOverlay;
-  if (hasProperty(env, object, "locationOverlay")) {
-    readLocationOverlay(env, getProperty(env, object, "locationOverlay"), &locationOverlay);
-  }
-  std::vector<const IndexRecord*> overlayRecords;
-  overlayRecords.reserve(locationOverlay.size());
-  for (const IndexRecord& record : locationOverlay) overlayRecords.push_back(&record);
-  if (lexicon.overlayPack != nullptr) {
-    const auto rows = sectionRecords(lexicon.overlayPack->table, Section::kLocation);
-    overlayRecords.insert(overlayRecords.end(), rows.begin(), rows.end());
-  }
-  if (!ensureLocationView(overlayPackPath, overlayRecords, failure)) return false;
-  const std::lock_guard lock(semanticCache().semanticCacheMutex);
-  data->view = semanticCache().baseSlot.view;
-  // Another thread may have filled the slot in between. Its pack's view is not made yet, and this batch finds no
-  // places.
-  if (data->view == nullptr) data->view = std::make_shared<const LocationView>();
-  return true;
+/// Path and root of the overlay pack. Error: "overlayAllowedRoot is required with overlayPackPath".
+bool readOverlayPack(napi_env env, napi_value object, std::string* path, std::string* root, Failure* failure) {
+  *path = readOptionalString(env, object, "overlayPackPath");
+  *root = readOptionalString(env, object, "overlayAllowedRoot");
+  return path->empty() || !root->empty() ||
+         failAs(failure, ErrorKind::kTypeError, "overlayAllowedRoot is required with overlayPackPath");
 }
 
-bool readCase(napi_env env, napi_value element, TitleTexts* title, Failure* failure) {
-  if (!isPlainObject(env, element)) return failAs(failure, ErrorKind::kTypeError, "each batch case must be an object");
+bool openLexicon(napi_env env, napi_value object, const BatchOptions& options, BatchLexicon* lexicon,
+                 Failure* failure) {
+  const BatchCaller caller{
+      [&](const RecordTable& base, RecordTable* rows) {
+        if (!hasProperty(env, object, "sceneOverlay")) return;
+        readSceneLexicon(env, getProperty(env, object, "sceneOverlay"), base, rows);
+      },
+      [&](std::string* path, std::string* root) { return readOverlayPack(env, object, path, root, failure); },
+      [&](RecordTable* rows) {
+        if (!hasProperty(env, object, "locationOverlay")) return;
+        readLocationOverlay(env, getProperty(env, object, "locationOverlay"), rows);
+      }};
+  return openBatchLexicon(options.packPath, options.allowedRoot, caller, lexicon, failure);
+}
+
+/// A title as the caller gives it, and what it was resolved to.
+struct BatchCase {
   std::string raw;
   std::string english;
-  if (!requireStringOption(env, element, "raw", &raw, failure) ||
-      !readNormalizedEnglish(env, element, &english, failure)) {
+  TitleTexts title;
+  BatchAnswer answer;
+};
+
+bool readCase(napi_env env, napi_value element, BatchCase* read, Failure* failure) {
+  if (!isPlainObject(env, element)) return failAs(failure, ErrorKind::kTypeError, "each batch case must be an object");
+  read->english.clear();
+  if (!requireStringOption(env, element, "raw", &read->raw, failure) ||
+      !readNormalizedEnglish(env, element, &read->english, failure)) {
     return false;
   }
-  *title = makeTitleTexts(std::move(raw), std::move(english));
+  fillTitle(read->raw, read->english, &read->title);
   return true;
 }
-
-/// Reads all titles. The length is read anew for each, since a getter may change it. This comes before the lock is
-/// taken: a getter of a case is the caller's own code and may call the addon.
-bool readTitles(napi_env env, napi_value cases, std::vector<TitleTexts>* titles, Failure* failure) {
-  for (std::uint32_t i = 0; i < arrayLength(env, cases); ++i) {
-    const HandleScope scope(env);
-    napi_value element = nullptr;
-    settled(env, napi_get_element(env, cases, i, &element));
-    if (!readCase(env, element, &titles->emplace_back(), failure)) return false;
-  }
-  return true;
-}
-
-/// What one title was resolved to. The scene points into the title, the candidates and the rows.
-struct CaseAnswer {
-  SceneCandidates candidates;
-  LocationAnswer location;
-  SceneAnswer scene;
-};
 
 }  // namespace
 
@@ -158,7 +110,7 @@ void describe(Out& out, const LocationMeta& meta) {
 }
 
 template <typename Out>
-void describe(Out& out, const CaseAnswer& answer) {
+void describe(Out& out, const BatchAnswer& answer) {
   put(out, "ok", true);
   put(out, "sceneContract", kSceneContract);
   put(out, "locationCodes", answer.location.codes);
@@ -181,36 +133,37 @@ void describe(Out& out, const BatchResult& batch) {
 
 namespace {
 
-/// Titles that are resolved under one lock. Small enough that a worker which is terminated meanwhile ends within a
-/// millisecond or two, and that few answers are held at a time.
-constexpr std::size_t kCasesPerLock = 256;
+/// Titles that are read, resolved and made objects of at a time: few enough that what they hold stays small, and that
+/// a worker which is terminated meanwhile ends within a millisecond or two.
+constexpr std::uint32_t kPart = 256;
 
-/// Resolves the titles from `begin` on, up to a part's end, which it gives back. The mutex is held for this alone and
-/// not while objects are made.
-std::size_t resolvePart(const BatchData& data, const std::vector<TitleTexts>& titles, std::size_t begin,
-                        std::vector<CaseAnswer>* answers) {
-  const std::lock_guard lock(semanticCache().semanticCacheMutex);
-  const std::size_t end = std::min(begin + kCasesPerLock, titles.size());
-  for (std::size_t i = begin; i < end; ++i) {
-    CaseAnswer& answer = (*answers)[i - begin];
-    answer.location = resolveLocation(*data.view, titles[i]);
-    answer.scene = resolveBatchScene(data.lexicon, titles[i], answer.location.found, &answer.candidates);
+/// Reads cases from `begin` on, as many as there are places. The length is read anew for each, since a getter may
+/// change it; `count` is how many there were.
+bool readPart(napi_env env, napi_value cases, std::uint32_t begin, std::vector<BatchCase>* part, std::size_t* count,
+              Failure* failure) {
+  for (*count = 0; *count < part->size() && begin + *count < arrayLength(env, cases); ++*count) {
+    const HandleScope scope(env);
+    napi_value element = nullptr;
+    settled(env, napi_get_element(env, cases, begin + static_cast<std::uint32_t>(*count), &element));
+    if (!readCase(env, element, &(*part)[*count], failure)) return false;
   }
-  return end;
+  return true;
 }
 
 /// The results of all titles; null if a step failed. In a worker that is being terminated every step does, and the
-/// batch ends there. `length` is that of the cases before any was read.
-napi_value makeResults(napi_env env, const BatchData& data, const std::vector<TitleTexts>& titles,
-                       std::uint32_t length) {
+/// batch ends there.
+napi_value makeResults(napi_env env, const BatchLexicon& lexicon, const BatchOptions& options, Failure* failure) {
   napi_value results = nullptr;
-  settled(env, napi_create_array_with_length(env, length, &results));
-  std::vector<CaseAnswer> answers(std::min(kCasesPerLock, titles.size()));
-  for (std::size_t begin = 0; begin < titles.size();) {
-    const std::size_t end = resolvePart(data, titles, begin, &answers);
-    for (; begin < end; ++begin) {
+  settled(env, napi_create_array_with_length(env, options.caseCount, &results));
+  BatchScratch scratch;
+  std::vector<BatchCase> part(std::min(kPart, options.caseCount));
+  std::size_t count = part.size();
+  for (std::uint32_t begin = 0; count == part.size() && count > 0; begin += static_cast<std::uint32_t>(count)) {
+    if (!readPart(env, options.cases, begin, &part, &count, failure)) return nullptr;
+    for (std::size_t i = 0; i < count; ++i) {
+      part[i].answer = resolveBatchTitle(lexicon, part[i].title, &scratch);
       const HandleScope scope(env);
-      if (!defineElement(env, results, begin, makeObject(env, answers[begin % kCasesPerLock]))) return nullptr;
+      if (!defineElement(env, results, begin + i, makeObject(env, part[i].answer))) return nullptr;
     }
   }
   return results;
@@ -220,13 +173,11 @@ napi_value makeResults(napi_env env, const BatchData& data, const std::vector<Ti
 
 napi_value exports::resolveSceneIntentBatch(napi_env env, napi_value object, Failure* failure) {
   BatchOptions options;
-  BatchData data;
-  std::vector<TitleTexts> titles;
-  if (!readOptions(env, object, &options, failure) || !prepare(env, object, options, &data, failure) ||
-      !readTitles(env, options.cases, &titles, failure)) {
+  BatchLexicon lexicon;
+  if (!readOptions(env, object, &options, failure) || !openLexicon(env, object, options, &lexicon, failure)) {
     return nullptr;
   }
-  const napi_value results = makeResults(env, data, titles, options.caseCount);
+  const napi_value results = makeResults(env, lexicon, options, failure);
   return makeObject(env, BatchResult{arrayLength(env, options.cases), results});
 }
 

@@ -1,6 +1,8 @@
 #include "base/number_text.h"
 
 #include <charconv>
+#include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 
@@ -8,12 +10,46 @@
 
 namespace corvenda {
 
-bool parseNumber(const std::string& text, double* value) {
+namespace {
+
+/// Powers of ten that a double holds exactly; 10^22 is the last, and fifteen digits are the most that one holds.
+constexpr double kExactPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                   1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+constexpr std::size_t kExactDigits = 15;
+
+/// Digits with at most one point: nearly every number in a row. Both operands of the division are exact, so its result
+/// is the correctly rounded one that the C library gives. False for any other spelling.
+bool parsePlainDecimal(std::string_view text, double* value) {
+  std::uint64_t digits = 0;
+  std::size_t count = 0;
+  std::size_t fraction = 0;
+  bool point = false;
+  for (const char byte : text) {
+    if (byte == '.' && !point) {
+      point = true;
+      continue;
+    }
+    if (byte < '0' || byte > '9') return false;
+    digits = digits * 10 + static_cast<std::uint64_t>(byte - '0');
+    fraction += point ? 1 : 0;
+    if (++count > kExactDigits) return false;
+  }
+  if (count == 0) return false;
+  *value = static_cast<double>(digits) / kExactPowers[fraction];
+  return true;
+}
+
+}  // namespace
+
+bool parseNumber(std::string_view text, double* value) {
+  *value = 0;
+  if (text.empty() || parsePlainDecimal(text, value)) return true;
   // from_chars would not do: it refuses white space, a plus sign and hexadecimal, which the conversion accepts.
   static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
+  const std::string terminated(text);
   char* end = nullptr;
-  *value = strtod_l(text.c_str(), &end, cLocale);
-  return end == text.data() + text.size();
+  *value = strtod_l(terminated.c_str(), &end, cLocale);
+  return end == terminated.data() + terminated.size();
 }
 
 std::string formatNumber(double value) {
@@ -21,6 +57,17 @@ std::string formatNumber(double value) {
   char buffer[std::numeric_limits<double>::max_exponent10 + 16];
   const auto [end, status] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 6);
   return {buffer, end};
+}
+
+double roundToNumberText(double value) {
+  // Below this the product is exact, since weights have 24 significant bits, and so are rounding and division.
+  constexpr double kExactLimit = 1U << 30U;
+  constexpr double kMicro = 1e6;
+  const bool single = static_cast<double>(static_cast<float>(value)) == value;
+  if (single && value > -kExactLimit && value < kExactLimit) return std::nearbyint(value * kMicro) / kMicro;
+  double rounded = 0;
+  parseNumber(formatNumber(value), &rounded);
+  return rounded;
 }
 
 }  // namespace corvenda

@@ -1,9 +1,9 @@
 #include "batch/scene_intent_batch.h"
 
 #include <algorithm>
-#include <unordered_set>
 
-#include "rows/lexicon_rows.h"
+#include "batch/travel_inference.h"
+#include "scene/scene_detail.h"
 #include "text/text_primitives.h"
 
 namespace corvenda {
@@ -25,105 +25,106 @@ constexpr CreatorIdentity kCreatorIdentityTable[] = {
 /// The fixed score of a travel scene that no row gave.
 constexpr double kInferredTravelScore = 52;
 
-using SeenRows = std::unordered_set<std::string>;
+// --- Gathering
+// --------------------------------------------------------------------------------------------------------
 
-/// The scene's master row: the first one in the order of the lexicon.
-const IndexRecord* findMaster(const BatchLexicon& lexicon, std::string_view sceneKey) {
-  const auto inPack = [&](const LoadedPack& pack) -> const IndexRecord* {
-    const auto& masters = sceneMasterRows(pack.table);
-    const auto found = masters.find(sceneKey);
-    return found == masters.end() ? nullptr : &pack.table.records[found->second];
-  };
-  if (const IndexRecord* master = inPack(*lexicon.base)) return master;
-  const auto found = lexicon.overlayMasters.find(sceneKey);
-  if (found != lexicon.overlayMasters.end()) return found->second;
-  return lexicon.overlayPack == nullptr ? nullptr : inPack(*lexicon.overlayPack);
-}
-
-bool sceneRowMatches(const IndexRecord& record, const TitleTexts& title, bool nonAscii) {
-  const bool english = fieldOrEmpty(record, scene_field::kLang) == "en";
-  if (fieldOrEmpty(record, scene_field::kKind) == "short") {
-    if (english && nonAscii) return false;
-    if (record.term != (english ? title.compactEnglish : title.compactRaw)) return false;
+/// Whether a row speaks for the title, whose term stands in the compacted title or, for an English row, is a run of
+/// words of the English reading.
+bool sceneRowMatches(const SceneRow& row, const TitleTexts& title) {
+  if (row.kind == SceneKind::kShort) {
+    if (row.english && title.nonAscii) return false;
+    if (row.term != textOfRow(row, title)) return false;
   }
-  if (english) return matchesWordRun(title.english, record.term);
-  if (!nonAscii && isPlainToken(record.term) && record.term != title.compactRaw) return false;
-  return containsTerm(title.compactRaw, record.term).has_value();
+  return row.english || title.nonAscii || !row.plain || row.term == title.compactRaw;
 }
 
-/// Takes the rows of one part of the lexicon that speak for the title. The index names every row that can match, since
-/// all tests need the term to be in the compacted title or to be a run of words of the English reading.
-void gatherSceneRows(const std::vector<IndexRecord>& records, const TermIndex& index, const TitleTexts& title,
-                     SeenRows* seenRows, SceneCandidates* candidates) {
-  std::vector<std::uint32_t> numbers;
-  appendContainedRows(index, title.compactRaw, &numbers);
-  appendWordRunRows(index, title.english, &numbers);
-  sortUnique(&numbers);
-  const bool nonAscii = !numbers.empty() && hasNonAscii(title.raw);
-  for (const std::uint32_t number : numbers) {
-    const IndexRecord& record = records[number];
-    if (!sceneRowMatches(record, title, nonAscii)) continue;
-    if (seenRows->insert(recordIdentityKey(record)).second) candidates->rows.push_back({&record, {}});
+void gatherSceneRows(const RecordTable& table, const std::vector<FoundRow>& rows, const TitleTexts& title,
+                     SceneCandidates* candidates) {
+  for (const FoundRow& found : rows) {
+    const SceneRow row = sceneRowAt(table, found.row);
+    if (!sceneRowMatches(row, title)) continue;
+    std::optional<std::uint32_t> position = found.position;
+    if (row.english) {
+      const auto place = containsTerm(title.compactRaw, row.term);
+      position = place ? std::optional(static_cast<std::uint32_t>(*place)) : std::nullopt;
+    }
+    addCandidate(table, found.row, row, position, candidates);
   }
 }
 
-/// Adds what a human phrase implies. True if the row is a veto: a phrase that says that the title has no scene.
-bool addHumanRow(const BatchLexicon& lexicon, const IndexRecord& human, const TitleTexts& title,
+/// Adds what a human phrase implies. True if the phrase is a veto: one that says that the title has no scene.
+bool addHumanRow(const BatchLexicon& lexicon, const HumanMatch& match, const TitleTexts& title,
                  SceneCandidates* candidates) {
-  const HumanMatch match = matchHumanRow(human, title);
-  if (!match.any) return false;
-  const std::string& sceneKey = human.fields[human_field::kSceneKey];
-  if (sceneKey.empty()) return true;
+  const HumanRow& human = match.row;
+  if (human.sceneKey.empty()) return true;
   const bool exact =
       (match.rawHit && human.term == title.compactRaw) || (match.englishHit && human.term == title.compactEnglish);
-  if (const IndexRecord* master = findMaster(lexicon, sceneKey)) {
-    addMadeUpRow(candidates, human.section, match.rawHit ? title.compactRaw : title.compactEnglish, sceneKey,
-                 human.fields[human_field::kDetail], exact ? "short" : "conflict", match.plain ? "en" : "zh", *master);
+  SceneRow master;
+  if (findMaster(lexicon, human.sceneKey, &master)) {
+    const SceneKind kind = exact ? SceneKind::kShort : SceneKind::kConflict;
+    addImpliedRow({impliedTerm(match, title), human.sceneKey, human.detail, kind, human.plain}, master, title,
+                  candidates);
   }
   return false;
 }
 
-void gatherHumanRows(const BatchLexicon& lexicon, const TitleTexts& title, SceneCandidates* candidates) {
-  const RecordTable& table = lexicon.base->table;
-  bool clearCandidates = false;
-  for (const std::uint32_t number : possibleHumanRows(table, title)) {
-    if (addHumanRow(lexicon, table.records[number], title, candidates)) clearCandidates = true;
+void gatherHumanRows(const BatchLexicon& lexicon, const TitleTexts& title, const std::vector<HumanMatch>& matches,
+                     SceneCandidates* candidates) {
+  bool veto = false;
+  for (const HumanMatch& match : matches) {
+    if (addHumanRow(lexicon, match, title, candidates)) veto = true;
   }
-  // A veto clears the rows that came before and behind it. Identities come later and stand.
-  if (clearCandidates) candidates->rows.clear();
+  // A veto clears all rows, whichever came first. Identities come later and stand.
+  if (veto) candidates->rows.clear();
 }
 
-void gatherCreatorIdentities(const BatchLexicon& lexicon, const TitleTexts& title, SceneCandidates* candidates) {
-  const RecordTable& table = lexicon.base->table;
-  std::vector<std::uint32_t> numbers;
-  appendWordRunRows(sectionTermIndex(table, Section::kFacet), title.english, &numbers);
-  for (const std::uint32_t number : numbers) {
-    const IndexRecord& facet = table.records[number];
-    if (facet.fields.size() < facet_field::kCount || facet.fields[facet_field::kDimension] != "identity" ||
-        facet.fields[facet_field::kLang] != "en") {
-      continue;
-    }
-    const auto identity =
-        std::find_if(std::begin(kCreatorIdentityTable), std::end(kCreatorIdentityTable),
-                     [&](const auto& row) { return row.facetKey == facet.fields[facet_field::kFacetKey]; });
-    if (identity == std::end(kCreatorIdentityTable)) continue;
-    if (const IndexRecord* master = findMaster(lexicon, identity->sceneKey)) {
-      addMadeUpRow(candidates, {}, facet.term, identity->sceneKey, identity->detail, "compound", "en", *master);
-    }
+void addIdentity(const BatchLexicon& lexicon, const FacetRow& facet, const TitleTexts& title,
+                 SceneCandidates* candidates) {
+  const auto* const identity = std::find_if(std::begin(kCreatorIdentityTable), std::end(kCreatorIdentityTable),
+                                            [&](const auto& row) { return row.facetKey == facet.facetKey; });
+  SceneRow master;
+  if (identity == std::end(kCreatorIdentityTable) || !findMaster(lexicon, identity->sceneKey, &master)) return;
+  addImpliedRow({facet.term, identity->sceneKey, identity->detail, SceneKind::kCompound, true}, master, title,
+                candidates);
+}
+
+void gatherCreatorIdentities(const BatchLexicon& lexicon, const RecordTable& table, const TitleTexts& title,
+                             TitleSearch* search, SceneCandidates* candidates) {
+  const TermIndex& index = identityIndex(table);
+  findWordRuns(table, index, title.english, &search->hits);
+  std::vector<std::uint32_t> rows;
+  for (const TermHit& hit : search->hits.terms) {
+    forEachRow(index, hit.lastRow, [&](std::uint32_t row) { rows.push_back(row); });
+  }
+  std::sort(rows.begin(), rows.end());
+  for (const std::uint32_t row : rows) addIdentity(lexicon, facetRowAt(table, row), title, candidates);
+}
+
+void gatherCandidates(const BatchLexicon& lexicon, const TitleTexts& title, BatchScratch* scratch) {
+  SceneCandidates* const candidates = &scratch->candidates;
+  clearCandidates(candidates);
+  for (std::size_t i = 0; i < lexicon.parts.size(); ++i) {
+    const BatchPart& part = lexicon.parts[i];
+    if (part.scenes) gatherSceneRows(*part.table, scratch->rows[i].scenes, title, candidates);
+  }
+  for (std::size_t i = 0; i < lexicon.parts.size(); ++i) {
+    const BatchPart& part = lexicon.parts[i];
+    if (!part.humans) continue;
+    matchHumanRows(*part.table, title, scratch->rows[i].humans, &scratch->humans);
+    gatherHumanRows(lexicon, title, scratch->humans, candidates);
+    gatherCreatorIdentities(lexicon, *part.table, title, &scratch->search, candidates);
   }
 }
 
-bool endsWithAny(std::string_view text, std::initializer_list<std::string_view> endings) {
-  return std::any_of(endings.begin(), endings.end(), [&](std::string_view ending) { return text.ends_with(ending); });
-}
+// --- Answering
+// --------------------------------------------------------------------------------------------------------
 
 /// A travel title with "vlog" is a diary if an override says so somewhere, whatever detail row won before.
 bool isTravelDiary(const SceneCandidates& candidates, const TitleTexts& title) {
   return std::any_of(candidates.rows.begin(), candidates.rows.end(), [&](const SceneCandidate& candidate) {
-    const IndexRecord& record = *candidate.record;
-    return isOverrideRank(candidate.order.rank) && record.fields.size() > scene_field::kLang &&
-           record.fields[scene_field::kKey] == "travel" && record.fields[scene_field::kDetail] == "travel diary" &&
-           containsTerm(textOfRow(record, title), record.term).has_value();
+    const SceneRow& row = candidate.row;
+    return isOverride(row.kind) && isTagged(row) && row.key == "travel" && row.detail == "travel diary" &&
+           positionInText(candidate, title).has_value();
   });
 }
 
@@ -134,8 +135,9 @@ SceneAnswer answerFromTravel(const BatchLexicon& lexicon, const TitleTexts& titl
   SceneEntry entry;
   entry.key = travel.sceneKey;
   entry.defaultDetail = travel.sceneDetail;
-  if (const IndexRecord* master = findMaster(lexicon, travel.sceneKey)) {
-    entry = makeSceneEntry(*master, travel.sceneKey, travel.sceneDetail);
+  SceneRow master;
+  if (findMaster(lexicon, travel.sceneKey, &master)) {
+    entry = makeSceneEntry(master, travel.sceneKey, travel.sceneDetail);
   }
   answer.hit = IntentHit{title.raw, "zh", 0, kInferredTravelScore, entry};
   return answer;
@@ -143,10 +145,10 @@ SceneAnswer answerFromTravel(const BatchLexicon& lexicon, const TitleTexts& titl
 
 SceneAnswer answerFromCandidates(const BatchLexicon& lexicon, const TitleTexts& title, const TravelInference& travel,
                                  const SceneCandidates& candidates) {
-  const auto& [top, order] = candidates.rows.front();
+  const SceneCandidate& top = candidates.rows.front();
   SceneAnswer answer;
-  answer.sceneKey = fieldOrEmpty(*top, scene_field::kKey);
-  answer.sceneDetail = chooseDetail(candidates, title, answer.sceneKey, fieldOrEmpty(*top, scene_field::kDetail));
+  answer.sceneKey = top.row.key;
+  answer.sceneDetail = chooseDetail(candidates, title, answer.sceneKey, top.row.detail);
   if (answer.sceneKey == "travel" && containsTerm(title.compactRaw, "vlog") && isTravelDiary(candidates, title)) {
     answer.sceneDetail = "travel diary";
   }
@@ -155,50 +157,41 @@ SceneAnswer answerFromCandidates(const BatchLexicon& lexicon, const TitleTexts& 
     answer.sceneKey = travel.sceneKey;
     answer.sceneDetail = travel.sceneDetail;
   }
-  const IndexRecord* entryRow = top;
-  if (top->fields.empty() || top->fields[scene_field::kKey] != answer.sceneKey) {
-    if (const IndexRecord* master = findMaster(lexicon, answer.sceneKey)) entryRow = master;
-  }
-  answer.hit = IntentHit{top->term, fieldOrEmpty(*top, scene_field::kLang), order.rank, order.score,
-                         makeSceneEntry(*entryRow, answer.sceneKey, answer.sceneDetail)};
+  SceneRow entryRow = top.row;
+  const bool topIsOfScene = top.row.fieldCount > scene_field::kKey && top.row.key == answer.sceneKey;
+  if (!topIsOfScene) findMaster(lexicon, answer.sceneKey, &entryRow);
+  answer.hit = IntentHit{top.row.term, top.row.lang, rankOf(top.row.kind), top.score,
+                         makeSceneEntry(entryRow, answer.sceneKey, answer.sceneDetail)};
   return answer;
+}
+
+LocationAnswer resolvePlaces(const BatchLexicon& lexicon, const TitleTexts& title, BatchScratch* scratch) {
+  scratch->places.clear();
+  bool any = false;
+  for (std::size_t i = 0; i < lexicon.parts.size(); ++i) {
+    if (!lexicon.parts[i].places) continue;
+    scratch->places.push_back({lexicon.parts[i].table, &scratch->rows[i].places});
+    any |= !scratch->rows[i].places.empty();
+  }
+  return any ? resolveLocation(lexicon.base->table, scratch->places, title) : LocationAnswer();
 }
 
 }  // namespace
 
-void indexOverlayRecords(BatchLexicon* lexicon) {
-  buildTermIndex(lexicon->overlayRecords, &lexicon->overlayIndex);
-  for (const IndexRecord& record : lexicon->overlayRecords) {
-    if (isMasterRow(record)) lexicon->overlayMasters.emplace(record.fields[scene_field::kKey], &record);
+BatchAnswer resolveBatchTitle(const BatchLexicon& lexicon, const TitleTexts& title, BatchScratch* scratch) {
+  scratch->rows.resize(lexicon.parts.size());
+  for (std::size_t i = 0; i < lexicon.parts.size(); ++i) {
+    findTitleRows(*lexicon.parts[i].table, title, &scratch->search, &scratch->rows[i]);
   }
-}
-
-TravelInference inferTravelDetail(bool locationHit, std::string_view raw) {
-  if (!locationHit) return {};
-  if (endsWithAny(raw, {"玩", "玩一下", "玩几天", "玩一天", "玩两天", "玩三天"})) return {"travel", "travel diary"};
-  if (containsTerm(raw, "旅行") && raw.ends_with("随拍")) return {"travel", "travel diary"};
-  if (endsWithAny(raw, {"随拍", "逛", "逛一下", "逛一逛"}) && !containsTerm(raw, "街头")) return {"city", "city walk"};
-  return {};
-}
-
-SceneAnswer resolveBatchScene(const BatchLexicon& lexicon, const TitleTexts& title, bool locationHit,
-                              SceneCandidates* candidates) {
-  candidates->rows.clear();
-  candidates->madeUp.clear();
-  SeenRows seenRows;
-  const auto gatherFromPack = [&](const LoadedPack& pack) {
-    gatherSceneRows(pack.table.records, sectionTermIndex(pack.table, Section::kScene), title, &seenRows, candidates);
-  };
-  gatherFromPack(*lexicon.base);
-  gatherSceneRows(lexicon.overlayRecords, lexicon.overlayIndex, title, &seenRows, candidates);
-  if (lexicon.overlayPack != nullptr) gatherFromPack(*lexicon.overlayPack);
-  gatherHumanRows(lexicon, title, candidates);
-  gatherCreatorIdentities(lexicon, title, candidates);
-  sortCandidates(candidates, title, title.compactRaw);
-  promoteWholeTitle(candidates, title);
-  const TravelInference travel = inferTravelDetail(locationHit, title.raw);
-  return candidates->rows.empty() ? answerFromTravel(lexicon, title, travel)
-                                  : answerFromCandidates(lexicon, title, travel, *candidates);
+  BatchAnswer answer;
+  answer.location = resolvePlaces(lexicon, title, scratch);
+  gatherCandidates(lexicon, title, scratch);
+  sortCandidates(&scratch->candidates, title.compactRaw);
+  promoteWholeTitle(&scratch->candidates, title);
+  const TravelInference travel = inferTravelDetail(answer.location.found, title.raw);
+  answer.scene = scratch->candidates.rows.empty() ? answerFromTravel(lexicon, title, travel)
+                                                  : answerFromCandidates(lexicon, title, travel, scratch->candidates);
+  return answer;
 }
 
 }  // namespace corvenda

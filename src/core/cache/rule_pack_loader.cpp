@@ -1,16 +1,15 @@
 #include "cache/rule_pack_loader.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/byte_reader.h"
 #include "pack/crypto.h"
 #include "pack/digest_batch.h"
 #include "pack/key_table.h"
-#include "pack/location_shard.h"
 #include "pack/lz4_block.h"
 #include "pack/metadata_scanner.h"
 #include "pack/pack_file.h"
-#include "pack/payload.h"
 
 namespace fs = std::filesystem;
 
@@ -90,20 +89,16 @@ bool decryptPayload(const SealedPack& sealed, const RulePackMetadata& metadata, 
   return decrypted;
 }
 
-/// Parses the payload while a second thread makes its digest, if it is large. The digest has the first word all the
-/// same: what was parsed of a payload that isn't the sealed one is dropped, whatever it was.
+/// The payload's own digest has the first word: what was parsed of a payload that isn't the sealed one is dropped,
+/// whatever it was.
 bool readProvedPayload(SecureBlock payload, LoadedPack* loaded, SemanticError* error) {
-  DigestBatch digests;
-  digests.jobs.push_back({bytesOf(payload)});
-  startDigests(&digests);
-  SemanticError rowsError;
-  const bool rowsRead = readPayloadRows(std::move(payload), loaded, &rowsError);
-  if (!finishDigests(&digests, error)) return false;
-  if (digestHex(digests.jobs[0].digest) != loaded->pack.metadata.payloadSha256) {
+  SemanticError fault;
+  std::string digest;
+  const bool read = readPayloadRows(std::move(payload), loaded, &digest, &fault);
+  if (!digest.empty() && digest != loaded->pack.metadata.payloadSha256) {
     return fail(error, "semantic rule-pack payload digest is invalid");
   }
-  if (!rowsRead) return rowsError.message.empty() ? false : fail(error, rowsError.message);
-  return true;
+  return read || (!fault.message.empty() && fail(error, fault.message));
 }
 
 bool slotHolds(const SemanticCacheSlot& slot, const fs::path& path, const FileStamp& stamp) {
@@ -125,16 +120,18 @@ bool locatePack(const std::string& packPath, const std::string& allowedRoot, fs:
 
 }  // namespace
 
-bool readPayloadRows(SecureBlock payload, LoadedPack* loaded, SemanticError* error) {
-  loaded->payload = std::move(payload);
-  std::vector<RulePackDocument> shardDocuments;
-  std::vector<IndexRecord>* const records = &loaded->table.records;
-  if (!parseRulePackPayload(bytesOf(loaded->payload), &loaded->pack, error, &shardDocuments, records)) return false;
-  for (RulePackDocument& document : shardDocuments) {
-    if (!appendLocationShard(document, records, error)) return false;
-    SecureBytes().swap(document.data);
+bool readPayloadRows(SecureBlock payload, LoadedPack* loaded, std::string* digest, SemanticError* error) {
+  DigestBatch digests;
+  digests.jobs.push_back({bytesOf(payload)});
+  std::vector<ByteSpan> unread;
+  SecureBlock* const block = &loaded->table.payload;
+  const bool read = readPayloadTable(std::move(payload), &loaded->pack, &loaded->table, &unread, &digests, error);
+  if (!finishDigests(&digests, error)) return false;
+  *digest = digestHex(digests.jobs[0].digest);
+  for (const ByteSpan range : unread) {
+    releaseRange(block, static_cast<std::size_t>(range.data() - block->data), range.size());
   }
-  return true;
+  return read;
 }
 
 bool openRulePack(SecureBlock file, LoadedPack* loaded, SemanticError* error) {
@@ -147,8 +144,6 @@ bool openRulePack(SecureBlock file, LoadedPack* loaded, SemanticError* error) {
   }
   if (!metadata.compression.empty() && !decodeLz4Block(&file, error)) return false;
   if (!readProvedPayload(std::move(file), loaded, error)) return false;
-  // The rows have their own copies of what they hold.
-  loaded->payload = {};
   return true;
 }
 
@@ -165,7 +160,7 @@ bool RulePackLoader(const std::string& packPath, const std::string& allowedRoot,
     if (!readPackFile(path, &file, error)) return false;
     const auto opened = std::make_shared<LoadedPack>();
     if (!openRulePack(std::move(file), opened.get(), error)) return false;
-    replaced = std::exchange(slot, {true, path, stamp.size, stamp.lastWriteTime, opened, nullptr});
+    replaced = std::exchange(slot, {true, path, stamp.size, stamp.lastWriteTime, opened});
   }
   *loaded = slot.loaded;
   return true;

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "base/secure_block.h"
 #include "base/semantic_error.h"
 #include "cache/semantic_cache.h"
 
@@ -24,8 +25,9 @@ bool RulePackLoader(const std::string& packPath, const std::string& allowedRoot,
 /// `loaded` is to be dropped.
 bool openRulePack(SecureBlock file, LoadedPack* loaded, SemanticError* error);
 
-/// What lies behind the seal: moves the decrypted payload into `loaded` and reads its rows. Its bytes must not be wiped
-/// in here, because their digest may be under way on another thread. The fuzz targets come in here.
-bool readPayloadRows(SecureBlock payload, LoadedPack* loaded, SemanticError* error);
+/// What lies behind the seal: reads the rows of a decrypted payload, keeps them, and wipes the parts of the payload
+/// that no row lies in. `digest` gets the payload's own, made while it is parsed; it is empty if there is none, which
+/// is what `error` tells then. The fuzz targets come in here.
+bool readPayloadRows(SecureBlock payload, LoadedPack* loaded, std::string* digest, SemanticError* error);
 
 }  // namespace corvenda

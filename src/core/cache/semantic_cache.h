@@ -12,12 +12,9 @@
 
 namespace corvenda {
 
-struct LocationView;
-
 /// A parsed pack: what a load gives its caller.
 struct LoadedPack {
   RulePack pack;
-  SecureBlock payload;  ///< what the rows point into
   RecordTable table;
 };
 
@@ -29,7 +26,6 @@ struct SemanticCacheSlot {
   std::uint64_t fileSize = 0;      ///< bytes, as queried before the lock was taken
   std::int64_t lastWriteTime = 0;  ///< platform ticks, compared for equality only
   std::shared_ptr<const LoadedPack> loaded;
-  std::shared_ptr<const LocationView> view;  ///< of the base slot only; null until asked for, and again after a fill
 };
 
 /// One mutex guards everything. It is not recursive: a holder must not call the loader.

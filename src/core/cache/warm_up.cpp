@@ -1,19 +1,9 @@
 #include "cache/warm_up.h"
 
-#include "cache/location_view.h"
 #include "cache/rule_pack_loader.h"
 
 namespace corvenda {
 namespace {
-
-/// Resolvers search these through their indexes, which are otherwise made at the first search. Places are searched
-/// through the location view.
-void makeIndexes(const RecordTable& table) {
-  for (const Section section : {Section::kScene, Section::kHuman, Section::kCelebrity, Section::kFacet}) {
-    sectionTermIndex(table, section);
-  }
-  sceneMasterRows(table);
-}
 
 /// One load a pack stands for a load of each section in turn ("scene", "human", "facet", "location" of the base,
 /// "scene" and "location" of the overlay). Rows are shared and not copied out by section, so every load behind the
@@ -31,14 +21,13 @@ bool warmUp(const WarmUpRequest& request, SemanticError* error) {
   SemanticCache& cache = semanticCache();
   std::shared_ptr<const LoadedPack> base;
   if (!warmPack(request.packPath, request.allowedRoot, cache.baseSlot, &base, error)) return false;
-  if (request.overlayPackPath.empty()) return ensureLocationView({}, {}, error);
+  if (request.overlayPackPath.empty()) return true;
 
   if (request.overlayAllowedRoot.empty()) {
     return fail(error, "overlayAllowedRoot is required with overlayPackPath");
   }
   std::shared_ptr<const LoadedPack> overlay;
-  if (!warmPack(request.overlayPackPath, request.overlayAllowedRoot, cache.overlaySlot, &overlay, error)) return false;
-  return ensureLocationView(request.overlayPackPath, sectionRecords(overlay->table, Section::kLocation), error);
+  return warmPack(request.overlayPackPath, request.overlayAllowedRoot, cache.overlaySlot, &overlay, error);
 }
 
 }  // namespace corvenda

@@ -1,10 +1,11 @@
 #include "celebrity/celebrity_badges.h"
 
 #include <algorithm>
-#include <set>
-#include <span>
+#include <string>
+#include <unordered_set>
 
-#include "rows/lexicon_rows.h"
+#include "base/keyed_hash.h"
+#include "rows/table_indexes.h"
 #include "text/text_primitives.h"
 
 namespace corvenda {
@@ -18,43 +19,53 @@ using Words = std::span<const std::string_view>;
 /// character has three bytes and passes. Pack rows have no such limit.
 constexpr std::size_t kMinOverlayTermBytes = 2;
 
+struct CelebrityHit {
+  CelebrityRow row;
+  const RecordTable* table = nullptr;
+  std::uint32_t number = 0;
+};
+
 /// The rows that matched, each key once. The key is taken before anything else is asked of a row, so an overlay row
 /// with too few fields hides the pack's row with the same key.
 struct CelebrityHits {
-  std::vector<const IndexRecord*> rows;
-  std::set<std::string> seenKeys;
+  std::vector<CelebrityHit> hits;
+  std::unordered_set<std::string, KeyedHash> seenKeys;
 };
 
-std::string celebrityHitKey(const IndexRecord& record) {
-  return record.term + '\x1F' + fieldOrEmpty(record, celebrity_field::kId);
+void addHit(const RecordTable& table, std::uint32_t number, CelebrityHits* hits) {
+  const CelebrityRow row = celebrityRowAt(table, number);
+  if (hits->seenKeys.insert(std::string(row.term).append("\x1F").append(row.id)).second) {
+    hits->hits.push_back({row, &table, number});
+  }
 }
 
-void addHit(const IndexRecord& record, CelebrityHits* hits) {
-  if (hits->seenKeys.insert(celebrityHitKey(record)).second) hits->rows.push_back(&record);
-}
-
-void addOverlayHits(const std::vector<IndexRecord>& records, const TermIndex& index, const CelebrityTitle& title,
-                    CelebrityHits* hits) {
+void addOverlayHits(const RecordTable& table, const TitleTexts& title, CelebrityHits* hits) {
   std::vector<std::uint32_t> numbers;
-  appendContainedRows(index, title.compactRaw, &numbers);
-  appendContainedRows(index, title.compactEnglish, &numbers);
-  sortUnique(&numbers);
+  for (const std::string* text : {&title.compactRaw, &title.compactEnglish}) {
+    for (const FoundRow& found : filterRecords(table, Section::kCelebrity, *text, true)) numbers.push_back(found.row);
+  }
+  std::sort(numbers.begin(), numbers.end());
+  numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
   for (const std::uint32_t number : numbers) {
-    const std::string& term = records[number].term;
+    const std::string_view term = termOf(table, number);
     if (term.size() >= kMinOverlayTermBytes || term == title.compactRaw || term == title.compactEnglish) {
-      addHit(records[number], hits);
+      addHit(table, number, hits);
     }
   }
 }
 
 void addPackHits(const RecordTable& pack, std::string_view text, CelebrityHits* hits) {
-  if (text.empty()) return;
-  for (const IndexRecord* record : filterRecords(pack, Section::kCelebrity, text, true)) addHit(*record, hits);
+  for (const FoundRow& found : filterRecords(pack, Section::kCelebrity, text, true)) addHit(pack, found.row, hits);
 }
 
-bool celebrityRowBefore(const IndexRecord* a, const IndexRecord* b) {
-  if (a->term.size() != b->term.size()) return a->term.size() > b->term.size();
-  return a->fields < b->fields;
+std::vector<std::string_view> fieldsOf(const CelebrityHit& hit) {
+  TextArena arena;  // rows of this section hold all of their texts
+  return recordAt(*hit.table, hit.number, &arena).fields;
+}
+
+bool celebrityRowBefore(const CelebrityHit& a, const CelebrityHit& b) {
+  if (a.row.term.size() != b.row.term.size()) return a.row.term.size() > b.row.term.size();
+  return fieldsOf(a) < fieldsOf(b);
 }
 
 // --- What the title says of the person ------------------------------------------------------------------------------
@@ -89,7 +100,7 @@ bool containsAny(std::string_view text, Words words) {
                      [&](std::string_view word) { return containsTerm(text, word).has_value(); });
 }
 
-ActivitySignals readActivitySignals(const CelebrityTitle& title) {
+ActivitySignals readActivitySignals(const TitleTexts& title) {
   const auto says = [&](Words words, Words wordsEn) {
     return containsAny(title.raw, words) || containsAny(title.compactEnglish, wordsEn);
   };
@@ -252,38 +263,25 @@ void rateConfidence(CelebrityBadge* badge) {
 
 }  // namespace
 
-CelebrityTitle makeCelebrityTitle(std::string raw, std::string_view english, bool photo) {
-  CelebrityTitle title;
-  title.compactRaw = compactTerm(raw);
-  title.compactEnglish = compactTerm(english);
-  title.raw = std::move(raw);
-  title.photo = photo;
-  return title;
-}
+bool isBlankTitle(const TitleTexts& title) { return title.compactRaw.empty() && title.compactEnglish.empty(); }
 
-bool isBlankTitle(const CelebrityTitle& title) { return title.compactRaw.empty() && title.compactEnglish.empty(); }
-
-std::vector<const IndexRecord*> findCelebrities(const CelebrityTitle& title, const CelebrityOverlay& overlay,
-                                                const RecordTable* pack) {
-  CelebrityHits hits;
-  addOverlayHits(overlay.rows, overlay.index, title, &hits);
-  if (overlay.pack != nullptr) {
-    const RecordTable& table = overlay.pack->table;
-    addOverlayHits(table.records, sectionTermIndex(table, Section::kCelebrity), title, &hits);
-  }
+std::vector<CelebrityRow> findCelebrities(const TitleTexts& title, std::span<const RecordTable* const> overlays,
+                                          const RecordTable* pack) {
+  CelebrityHits found;
+  for (const RecordTable* table : overlays) addOverlayHits(*table, title, &found);
   if (pack != nullptr) {
-    addPackHits(*pack, title.compactRaw, &hits);
-    addPackHits(*pack, title.compactEnglish, &hits);
+    addPackHits(*pack, title.compactRaw, &found);
+    addPackHits(*pack, title.compactEnglish, &found);
   }
   // Stable, so that a result doesn't depend on the library's sort.
-  std::stable_sort(hits.rows.begin(), hits.rows.end(), celebrityRowBefore);
-  std::set<std::string_view> seenIds;
-  std::erase_if(hits.rows, [&](const IndexRecord* row) {
-    if (row->fields.size() < celebrity_field::kCount) return true;
-    const std::string& id = row->fields[celebrity_field::kId];
-    return id.empty() || !seenIds.insert(id).second;
-  });
-  return std::move(hits.rows);
+  std::stable_sort(found.hits.begin(), found.hits.end(), celebrityRowBefore);
+  std::vector<CelebrityRow> people;
+  std::unordered_set<std::string_view, KeyedHash> seenIds;
+  for (const CelebrityHit& hit : found.hits) {
+    if (hit.row.fieldCount < celebrity_field::kCount || hit.row.id.empty()) continue;
+    if (seenIds.insert(hit.row.id).second) people.push_back(hit.row);
+  }
+  return people;
 }
 
 std::string defaultCelebrityLabel(std::string_view kind, std::string_view region) {
@@ -292,11 +290,10 @@ std::string defaultCelebrityLabel(std::string_view kind, std::string_view region
   return std::string(row != nullptr ? row->label : kArtist);
 }
 
-CelebrityBadge proposeCelebrityBadge(const IndexRecord& primary, const CelebrityTitle& title) {
-  const std::string& kind = primary.fields[celebrity_field::kKind];
+CelebrityBadge proposeCelebrityBadge(const CelebrityRow& primary, const TitleTexts& title, bool photo) {
   CelebrityBadge badge;
-  badge.fallbackLabel = defaultCelebrityLabel(kind, primary.fields[celebrity_field::kRegion]);
-  const BadgeSubject subject{kind, badge.fallbackLabel, title.photo, readActivitySignals(title)};
+  badge.fallbackLabel = defaultCelebrityLabel(primary.kind, primary.region);
+  const BadgeSubject subject{primary.kind, badge.fallbackLabel, photo, readActivitySignals(title)};
   badge.rawLabel = chooseRawLabel(subject);
   badge.mediumFallbackLabel = mediumFallbackLabel(badge.rawLabel);
   badge.candidates = listCandidates(subject, badge.rawLabel);

@@ -1,39 +1,24 @@
 // The people that a title names, and the badge for what the first of them is doing in it.
 #pragma once
 
-#include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "cache/semantic_cache.h"
+#include "rows/record_table.h"
+#include "text/title.h"
 
 namespace corvenda {
 
-/// A title and its folds. The English reading is needed as a fold only.
-struct CelebrityTitle {
-  std::string raw;             ///< as the library has it
-  std::string compactRaw;      ///< compactTerm of it
-  std::string compactEnglish;  ///< compactTerm of the caller's "normalizedEnglish"
-  bool photo = false;          ///< else a video
-};
-
-CelebrityTitle makeCelebrityTitle(std::string raw, std::string_view english, bool photo);
-
 /// True if there is no text in which a pack's row could be found: such a title doesn't need the pack.
-bool isBlankTitle(const CelebrityTitle& title);
+bool isBlankTitle(const TitleTexts& title);
 
-/// The rows that are looked at before those of the pack, in this order.
-struct CelebrityOverlay {
-  std::vector<IndexRecord> rows;           ///< of the caller's option
-  std::shared_ptr<const LoadedPack> pack;  ///< the overlay pack, or null
-  TermIndex index;                         ///< over `rows`; by `buildTermIndex`
-};
-
-/// The rows of the people in the title, each person once under the longest alias, the longest alias first. `pack` may
-/// be null for a blank title. The rows live as long as the overlay and the pack.
-std::vector<const IndexRecord*> findCelebrities(const CelebrityTitle& title, const CelebrityOverlay& overlay,
-                                                const RecordTable* pack);
+/// The rows of the people in the title, each person once under the longest alias, the longest alias first. Rows of
+/// `overlays` are looked at first, in this order; `pack` may be null for a blank title. They live as long as the
+/// tables.
+std::vector<CelebrityRow> findCelebrities(const TitleTexts& title, std::span<const RecordTable* const> overlays,
+                                          const RecordTable* pack);
 
 struct BadgeCandidate {
   std::string label;
@@ -54,7 +39,7 @@ struct CelebrityBadge {
 /// The badge of a person by kind alone.
 std::string defaultCelebrityLabel(std::string_view kind, std::string_view region);
 
-/// `primary` has all fields of a celebrity row.
-CelebrityBadge proposeCelebrityBadge(const IndexRecord& primary, const CelebrityTitle& title);
+/// `photo`: the title is that of a photo, else of a video.
+CelebrityBadge proposeCelebrityBadge(const CelebrityRow& primary, const TitleTexts& title, bool photo);
 
 }  // namespace corvenda

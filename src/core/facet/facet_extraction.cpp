@@ -1,12 +1,11 @@
 #include "facet/facet_extraction.h"
 
 #include <algorithm>
-#include <map>
-#include <set>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
 
-#include "base/number_text.h"
-#include "rows/lexicon_rows.h"
+#include "base/keyed_hash.h"
 #include "text/term_score.h"
 #include "text/text_primitives.h"
 
@@ -24,41 +23,37 @@ std::string facetId(std::string_view dimension, std::string_view facetKey) {
 
 /// The weight is no part of the key: of two rows that differ in it alone the first speaks, and if its weight is no
 /// number neither does.
-std::string facetRowKey(const IndexRecord& row) {
+std::string facetRowKey(const FacetRow& row) {
   return std::string(row.term)
       .append(kFacetSeparator)
-      .append(facetId(row.fields[facet_field::kDimension], row.fields[facet_field::kFacetKey]))
+      .append(facetId(row.dimension, row.facetKey))
       .append(kFacetSeparator)
-      .append(row.fields[facet_field::kLang]);
+      .append(row.lang);
 }
 
-FacetHit makeHit(const IndexRecord& row, std::string_view text, double weight) {
-  FacetHit hit;
-  hit.dimension = row.fields[facet_field::kDimension];
-  hit.facetKey = row.fields[facet_field::kFacetKey];
-  hit.alias = row.term;
-  hit.type = row.fields[facet_field::kLang];
-  hit.index = countCharacters(text.substr(0, containsTerm(text, row.term).value_or(0)));
-  hit.len = countCharacters(row.term);
-  const double lengthFactor = hit.type == "zh" ? 0.6 : 0.4;
-  hit.score = std::min(static_cast<double>(hit.len) * lengthFactor, kLengthScoreCap) + weight;
+using SeenKeys = std::unordered_set<std::string, KeyedHash>;
+
+/// `index`: the characters of the text before the alias.
+FacetHit makeHit(const FacetRow& row, std::uint64_t index) {
+  FacetHit hit{row.dimension, row.facetKey, row.term, row.lang, index, countCharacters(row.term), 0};
+  hit.score = lengthScore(row.term, row.lang == "zh" ? 0.6 : 0.4, kLengthScoreCap) + row.weight;
   return hit;
 }
 
-void scanFacets(const RecordTable& table, std::string_view text, std::set<std::string>* seenFacetRows,
-                std::vector<FacetHit>* hits) {
+void scanFacets(const RecordTable& table, std::string_view text, SeenKeys* seenFacetRows, std::vector<FacetHit>* hits) {
   if (text.empty()) return;
-  for (const IndexRecord* row : filterRecords(table, Section::kFacet, text, true)) {
-    if (row->fields.size() < facet_field::kCount) continue;
-    if (!seenFacetRows->insert(facetRowKey(*row)).second) continue;
-    double weight = 0;
-    if (parseNumber(row->fields[facet_field::kWeight], &weight)) hits->push_back(makeHit(*row, text, weight));
+  const std::vector<FoundRow> found = filterRecords(table, Section::kFacet, text, true);
+  const std::vector<std::uint64_t> indexes = countCharactersBefore(text, positionsOf(found));
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    const FacetRow row = facetRowAt(table, found[i].row);
+    if (row.fieldCount < facet_field::kCount || !seenFacetRows->insert(facetRowKey(row)).second) continue;
+    if (row.weightIsNumber) hits->push_back(makeHit(row, indexes[i]));
   }
 }
 
 std::vector<FacetGroup> groupFacets(const std::vector<FacetHit>& hits) {
   std::vector<FacetGroup> groups;
-  std::map<std::string, std::size_t> groupIndex;
+  std::unordered_map<std::string, std::size_t, KeyedHash> groupIndex;
   for (const FacetHit& hit : hits) {
     const auto [entry, added] = groupIndex.emplace(facetId(hit.dimension, hit.facetKey), groups.size());
     if (added) {
@@ -78,7 +73,7 @@ std::vector<FacetGroup> groupFacets(const std::vector<FacetHit>& hits) {
 SemanticFacets extractSemanticFacets(const RecordTable& table, std::string_view raw, std::string_view english) {
   SemanticFacets facets;
   // One set for both texts: an alias that stands in both gives one hit, from the raw text.
-  std::set<std::string> seenFacetRows;
+  SeenKeys seenFacetRows;
   scanFacets(table, raw, &seenFacetRows, &facets.hits);
   scanFacets(table, english, &seenFacetRows, &facets.hits);
   facets.groups = groupFacets(facets.hits);

@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <optional>
-#include <set>
-#include <span>
+#include <string>
 #include <tuple>
-#include <unordered_map>
 
-#include "base/number_text.h"
 #include "text/text_primitives.h"
 
 namespace corvenda {
@@ -57,15 +54,6 @@ constexpr double kMaxLengthScore = 12.0;
 constexpr double kMaxPositionScore = 8.0;
 constexpr double kWeightFactor = 6.0;
 
-LocationSource sourceFromName(std::string_view name) {
-  if (name == "country") return LocationSource::kCountry;
-  if (name == "location-famous") return LocationSource::kFamous;
-  if (name == "location") return LocationSource::kCurated;
-  if (name == "location-db-native") return LocationSource::kDatabaseNative;
-  if (name == "location-db-en") return LocationSource::kDatabaseEnglish;
-  return LocationSource::kOther;
-}
-
 double baseScore(LocationSource source) {
   switch (source) {
     case LocationSource::kCountry: return 34.0;
@@ -90,34 +78,21 @@ std::string_view firstCharacter(std::string_view text) {
 
 /// What the search for one title needs, each made once and only when a row asks for it: most titles name no place.
 struct Search {
+  const RecordTable& base;
   const TitleTexts& title;
-  bool placesMade = false;  ///< `characters` and `words` are filled
   std::string loweredEnglish;
-  std::unordered_map<std::string_view, std::size_t> characters;  ///< of the compacted title, with their first places
-  std::unordered_map<std::string, std::size_t> words;            ///< of the English reading, compacted, first places
   std::optional<bool> regionAllowed[std::size(kRegions)];
-  std::unordered_map<std::string_view, std::set<std::string_view>> curatedCodes;  ///< by term, see isCuratedToo
+  std::string_view character;  ///< the one that was looked for last, and its place
+  std::optional<std::size_t> characterPlace;
+  std::string_view curatedTerm;  ///< the one that was looked up last, and its codes; see isCuratedToo
+  std::vector<std::string_view> curatedCodes;
 };
 
-void makePlaces(Search* search) {
-  if (search->placesMade) return;
-  search->placesMade = true;
-  const TitleTexts& title = search->title;
-  for (std::string_view rest = title.compactRaw; !rest.empty();) {
-    const std::string_view character = firstCharacter(rest);
-    search->characters.emplace(character, title.compactRaw.size() - rest.size());
-    rest.remove_prefix(character.size());
-  }
-  const std::string_view english = title.english;
-  for (std::size_t begin = 0; begin < english.size();) {
-    const std::size_t end = std::min(english.find(' ', begin), english.size());
-    if (end > begin) search->words.emplace(compactTerm(english.substr(begin, end - begin)), begin);
-    begin = end + 1;
-  }
-}
+// --- Regions
+// ----------------------------------------------------------------------------------------------------------
 
 bool hasHint(const Region& region, Search* search) {
-  if (region.anyNonAscii && hasNonAscii(search->title.raw)) return true;
+  if (region.anyNonAscii && search->title.nonAscii) return true;
   if (search->loweredEnglish.size() != search->title.english.size()) {
     search->loweredEnglish = search->title.english;
     for (char& byte : search->loweredEnglish) {
@@ -141,115 +116,128 @@ bool regionAllowed(std::string_view section, Search* search) {
   return true;
 }
 
-/// Where the title first names what the row is looked up by; nothing if it doesn't. English database rows are looked up
-/// by their alias, all others by their label: a native row by its first character, an English one by its first word.
-std::optional<std::size_t> lookupPlace(const IndexRecord& record, LocationSource source, bool english, Search* search) {
-  makePlaces(search);
-  const bool byTerm =
-      english && (source == LocationSource::kDatabaseNative || source == LocationSource::kDatabaseEnglish);
-  const std::string_view name = byTerm ? record.term : record.fields[location_field::kLabel];
-  if (name.empty()) return std::nullopt;
-  if (english) {
-    const auto word = search->words.find(compactTerm(name.substr(0, name.find(' '))));
-    if (word != search->words.end()) return word->second;
-  } else {
-    const auto character = search->characters.find(firstCharacter(name));
-    if (character != search->characters.end()) return character->second;
+// --- What a row is looked up by
+// ---------------------------------------------------------------------------------------
+
+/// The first byte of a character in the compacted title, as a walk by characters meets it.
+std::optional<std::size_t> findCharacter(std::string_view character, Search* search) {
+  if (character == search->character) return search->characterPlace;
+  search->character = character;
+  search->characterPlace.reset();
+  const std::string_view text = search->title.compactRaw;
+  for (std::size_t place = 0; place < text.size(); place += firstCharacter(text.substr(place)).size()) {
+    if (firstCharacter(text.substr(place)) != character) continue;
+    search->characterPlace = place;
+    break;
+  }
+  return search->characterPlace;
+}
+
+/// The first byte of a word in the English reading; both are compared by their folds.
+std::optional<std::size_t> findWord(std::string_view word, std::string_view english) {
+  const std::string folded = compactTerm(word);
+  std::string token;
+  for (std::size_t begin = 0; begin < english.size();) {
+    const std::size_t end = std::min(english.find(' ', begin), english.size());
+    compactTerm(english.substr(begin, end - begin), &token);
+    if (end > begin && token == folded) return begin;
+    begin = end + 1;
   }
   return std::nullopt;
 }
 
-/// True if the base pack's own section "location" has a row with this term and code: it says the same, and it alone
-/// counts. A database row inside that section suppresses itself.
-bool isCuratedToo(const LocationView& view, const IndexRecord& record, Search* search) {
-  if (view.base == nullptr) return false;
-  const RecordTable& table = view.base->table;
-  // Once a term: one alias can have thousands of rows.
-  const auto [entry, added] = search->curatedCodes.try_emplace(record.term);
-  if (added) {
-    std::vector<std::uint32_t> numbers;
-    appendEqualRows(sectionTermIndex(table, Section::kLocation), record.term, &numbers);
-    for (const std::uint32_t number : numbers) {
-      const IndexRecord& other = table.records[number];
-      if (other.section != "location" || other.fields.empty()) continue;
-      entry->second.insert(other.fields[location_field::kCode]);
-    }
-  }
-  return entry->second.contains(record.fields[location_field::kCode]);
+/// Where the title first names what the row is looked up by; nothing if it doesn't. English database rows are looked up
+/// by their alias, all others by their label: a native row by its first character, an English one by its first word.
+std::optional<std::size_t> lookupPlace(const PlaceRow& row, Search* search) {
+  const std::string_view name = row.english && isDatabase(row.source) ? row.term : row.label;
+  if (name.empty()) return std::nullopt;
+  return row.english ? findWord(name.substr(0, name.find(' ')), search->title.english)
+                     : findCharacter(firstCharacter(name), search);
 }
 
-LocationHit makeHit(const IndexRecord& record, LocationSource source, bool english, const TitleTexts& title) {
-  LocationHit hit{&record, source, kNotFoundIndex, 0, 0, 0};
-  const std::string_view text = english ? title.compactEnglish : title.compactRaw;
-  const auto position = containsTerm(text, record.term);
-  if (position) hit.firstIndex = countCharacters(text.substr(0, *position));
-  const std::uint64_t termChars = countCharacters(record.term);
-  hit.labelChars = countCharacters(record.fields[location_field::kLabel]);
-  hit.matchChars = isDatabase(hit) ? termChars : hit.labelChars;
+// --- Curated twins
+// ----------------------------------------------------------------------------------------------------
 
-  double weight = 0;
-  const double weightScore =
-      parseNumber(record.fields[location_field::kWeight], &weight) ? kWeightFactor * weight : 0.0;
-  const double perCharacter = source == LocationSource::kDatabaseNative ? 2.2 : 1.4;
+/// Adds the codes of a term's rows in the section "location" itself.
+void addCuratedCodes(const RecordTable& table, const TermIndex& index, std::string_view term,
+                     std::vector<std::string_view>* codes) {
+  const auto lastRow = findTerm(table, index, term);
+  if (!lastRow) return;
+  forEachRow(index, *lastRow, [&](std::uint32_t number) {
+    if (segmentOf(table, number).name != "location") return;
+    const PlaceRow row = placeRowAt(table, number);
+    if (row.fieldCount > location_field::kCode) codes->push_back(row.code);
+  });
+}
+
+/// True if the base pack's own section "location" has a row with this term and code: it says the same, and it alone
+/// counts. A database row inside that section suppresses itself.
+bool isCuratedToo(const PlaceRow& row, Search* search) {
+  // Once a term: one alias can have thousands of rows.
+  if (row.term != search->curatedTerm) {
+    search->curatedTerm = row.term;
+    search->curatedCodes.clear();
+    addCuratedCodes(search->base, nativeIndex(search->base), row.term, &search->curatedCodes);
+    addCuratedCodes(search->base, englishIndex(search->base), row.term, &search->curatedCodes);
+    std::sort(search->curatedCodes.begin(), search->curatedCodes.end());
+  }
+  return std::binary_search(search->curatedCodes.begin(), search->curatedCodes.end(), row.code);
+}
+
+// --- Hits
+// -------------------------------------------------------------------------------------------------------------
+
+/// `position`: of the term in the text of the row's language.
+LocationHit makeHit(const PlaceRow& row, std::optional<std::size_t> position, const TitleTexts& title) {
+  LocationHit hit{row, kNotFoundIndex, countCharacters(row.label), 0, 0};
+  const std::string_view text = row.english ? title.compactEnglish : title.compactRaw;
+  if (position) hit.firstIndex = countCharacters(text.substr(0, *position));
+  const std::uint64_t termChars = countCharacters(row.term);
+  hit.matchChars = isDatabase(row.source) ? termChars : hit.labelChars;
+
+  const double weightScore = row.weightIsNumber ? kWeightFactor * row.weight : 0.0;
+  const double perCharacter = row.source == LocationSource::kDatabaseNative ? 2.2 : 1.4;
   const double lengthScore = std::min(kMaxLengthScore, static_cast<double>(termChars) * perCharacter);
   const double positionScore = kMaxPositionScore - std::min(static_cast<double>(hit.firstIndex), kMaxPositionScore);
-  hit.score = weightScore + baseScore(source) + lengthScore + positionScore;
+  hit.score = weightScore + baseScore(row.source) + lengthScore + positionScore;
   return hit;
 }
 
-/// A hit with what orders it: English behind native, place in the title, overlay behind base, row number.
+/// A hit with what orders it: English after native, place in the title, table, row number.
 struct OrderedHit {
-  std::tuple<bool, std::size_t, bool, std::uint32_t> order;
+  std::tuple<bool, std::size_t, std::size_t, std::uint32_t> order;
   LocationHit hit;
 };
 
-/// Tests a row whose term stands in the title, in the text of its language.
-void addHit(const LocationView& view, const IndexRecord& record, bool overlay, std::uint32_t number, Search* search,
-            std::vector<OrderedHit>* hits) {
-  const bool english = record.fields[location_field::kLang] == "en";
-  const LocationSource source = sourceFromName(record.fields[location_field::kSource]);
-  if (english && record.section == "location-base") return;
-  if (english &&
-      std::find(std::begin(kCommonWordTerms), std::end(kCommonWordTerms), record.term) != std::end(kCommonWordTerms)) {
-    return;
-  }
-  if (!regionAllowed(record.section, search)) return;
-  const auto place = lookupPlace(record, source, english, search);
-  if (!place) return;
-  const LocationHit hit = makeHit(record, source, english, search->title);
-  if (isDatabase(hit) && isCuratedToo(view, record, search)) return;
-  hits->push_back({{english, *place, overlay, number}, hit});
+bool isCommonWord(std::string_view term) {
+  return std::find(std::begin(kCommonWordTerms), std::end(kCommonWordTerms), term) != std::end(kCommonWordTerms);
 }
 
-void addHits(const LocationView& view, const std::vector<IndexRecord>& records, const TermIndex& index, bool overlay,
-             Search* search, std::vector<OrderedHit>* hits) {
-  // Native rows are found in the compacted title, English rows as whole words of the English reading.
-  for (const bool english : {false, true}) {
-    std::vector<std::uint32_t> numbers;
-    if (english) {
-      appendWordRunRows(index, search->title.english, &numbers);
-    } else {
-      appendContainedRows(index, search->title.compactRaw, &numbers);
-    }
-    for (const std::uint32_t number : numbers) {
-      const IndexRecord& record = records[number];
-      if (record.fields.size() < location_field::kCount) continue;
-      if ((record.fields[location_field::kLang] == "en") != english) continue;
-      addHit(view, record, overlay, number, search, hits);
-    }
-  }
+/// Tests a row whose term stands in the title, in the text of its language.
+void addHit(const PlaceRow& row, const FoundRow& found, std::size_t part, Search* search,
+            std::vector<OrderedHit>* hits) {
+  if (row.fieldCount < location_field::kCount) return;
+  if (row.english && (row.section == "location-base" || isCommonWord(row.term))) return;
+  if (!regionAllowed(row.section, search)) return;
+  const auto place = lookupPlace(row, search);
+  if (!place || (isDatabase(row.source) && isCuratedToo(row, search))) return;
+  const auto position =
+      row.english ? containsTerm(search->title.compactEnglish, row.term) : std::optional<std::size_t>(found.position);
+  hits->push_back({{row.english, *place, part, found.row}, makeHit(row, position, search->title)});
 }
 
 }  // namespace
 
-std::vector<LocationHit> findLocationHits(const LocationView& view, const TitleTexts& title) {
-  Search search{title, false, {}, {}, {}, {}, {}};
+std::vector<LocationHit> findLocationHits(const RecordTable& base, std::span<const PlaceRows> places,
+                                          const TitleTexts& title) {
+  Search search{base, title, {}, {}, {}, {}, {}, {}};
   std::vector<OrderedHit> ordered;
-  if (view.base != nullptr) {
-    const RecordTable& table = view.base->table;
-    addHits(view, table.records, sectionTermIndex(table, Section::kLocation), false, &search, &ordered);
+  for (std::size_t part = 0; part < places.size(); ++part) {
+    for (const FoundRow& found : *places[part].rows) {
+      addHit(placeRowAt(*places[part].table, found.row), found, part, &search, &ordered);
+    }
   }
-  addHits(view, view.overlayRecords, view.overlayIndex, true, &search, &ordered);
+  if (ordered.empty()) return {};
   std::sort(ordered.begin(), ordered.end(), [](const OrderedHit& a, const OrderedHit& b) { return a.order < b.order; });
   std::vector<LocationHit> hits;
   hits.reserve(ordered.size());

@@ -1,23 +1,26 @@
-// The rows of a view that match a title.
+// The place rows that match a title.
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <span>
 #include <string_view>
 #include <vector>
 
-#include "cache/location_view.h"
-#include "rows/lexicon_rows.h"
+#include "rows/record_table.h"
+#include "rows/table_indexes.h"
 #include "text/title.h"
 
 namespace corvenda {
 
-/// Where a row comes from, by its source field. Database rows count only for titles that no other row speaks for.
-enum class LocationSource { kCountry, kFamous, kCurated, kDatabaseNative, kDatabaseEnglish, kOther };
+/// The places that a batch knows: those of the base pack, then those of the caller, then those of the overlay pack.
+/// Only the base pack's own section "location" silences database rows that say the same.
+struct PlaceRows {
+  const RecordTable* table = nullptr;
+  const std::vector<FoundRow>* rows = nullptr;  ///< whose terms stand in the title, ascending
+};
 
 struct LocationHit {
-  const IndexRecord* record = nullptr;
-  LocationSource source = LocationSource::kOther;
+  PlaceRow row;
   std::uint64_t firstIndex = 0;  ///< characters in front of the term in the searched text; 9999 if it isn't there
   std::uint64_t labelChars = 0;  ///< characters of the label
   std::uint64_t matchChars = 0;  ///< characters of the term for database rows, of the label for all others
@@ -26,16 +29,12 @@ struct LocationHit {
 
 constexpr std::uint64_t kNotFoundIndex = 9999;
 
-inline bool isDatabase(const LocationHit& hit) {
-  return hit.source == LocationSource::kDatabaseNative || hit.source == LocationSource::kDatabaseEnglish;
-}
-
-inline std::string_view codeOf(const LocationHit& hit) { return hit.record->fields[location_field::kCode]; }
-inline std::string_view labelOf(const LocationHit& hit) { return hit.record->fields[location_field::kLabel]; }
-
 /// All rows that match, in the order that decides between them: native rows by where the first character of their label
 /// stands in the compacted title, then English rows by which word of the English reading is the first of their name;
-/// rows of one place in the order of the view.
-std::vector<LocationHit> findLocationHits(const LocationView& view, const TitleTexts& title);
+/// rows of one place in the order of `places` and of their tables.
+///
+/// Rows are found by their terms, and then tested for what they are looked up by: the label's first character or word.
+std::vector<LocationHit> findLocationHits(const RecordTable& base, std::span<const PlaceRows> places,
+                                          const TitleTexts& title);
 
 }  // namespace corvenda

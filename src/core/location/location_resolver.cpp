@@ -5,8 +5,6 @@
 #include <map>
 #include <tuple>
 
-#include "base/number_text.h"
-#include "location/location_hits.h"
 #include "text/text_primitives.h"
 
 namespace corvenda {
@@ -21,10 +19,6 @@ struct LocationGroup {
   double bestScore = 0;
   std::uint64_t firstIndex = kNotFoundIndex;
   std::uint64_t maxLabelChars = 0;
-  bool hasCountry = false;
-  bool hasFamous = false;
-  bool hasCurated = false;
-  bool hasDatabase = false;
   std::map<std::string_view, double> labelScores;  ///< label to the highest score of its hits
 };
 
@@ -50,7 +44,7 @@ void mergeSort(std::vector<Item>* items, const Before& before) {
 }
 
 void addToGroup(const LocationHit& hit, LocationGroup* group) {
-  const auto [entry, added] = group->labelScores.emplace(labelOf(hit), hit.score);
+  const auto [entry, added] = group->labelScores.emplace(hit.row.label, hit.score);
   if (added) {
     group->totalScore += hit.score;
   } else if (entry->second < hit.score) {
@@ -61,16 +55,9 @@ void addToGroup(const LocationHit& hit, LocationGroup* group) {
   group->bestScore = std::max(group->bestScore, hit.score);
   group->firstIndex = std::min(group->firstIndex, hit.firstIndex);
   group->maxLabelChars = std::max(group->maxLabelChars, hit.labelChars);
-  group->hasCountry |= hit.source == LocationSource::kCountry;
-  group->hasFamous |= hit.source == LocationSource::kFamous;
-  group->hasCurated |= hit.source == LocationSource::kCurated;
-  group->hasDatabase |= isDatabase(hit);
 }
 
 bool groupBefore(const LocationGroup& a, const LocationGroup& b) {
-  if (a.hasCountry != b.hasCountry) return a.hasCountry;
-  if (a.hasFamous != b.hasFamous) return a.hasFamous;
-  if (a.hasCurated != b.hasCurated) return a.hasCurated;
   if (a.totalScore != b.totalScore) return a.totalScore > b.totalScore;
   if (a.labelScores.size() != b.labelScores.size()) return a.labelScores.size() > b.labelScores.size();
   if (a.bestScore != b.bestScore) return a.bestScore > b.bestScore;
@@ -82,8 +69,8 @@ std::vector<LocationGroup> groupHits(const std::vector<LocationHit>& hits) {
   std::vector<LocationGroup> groups;
   std::map<std::string_view, std::size_t> positions;
   for (const LocationHit& hit : hits) {
-    const auto [position, added] = positions.emplace(codeOf(hit), groups.size());
-    if (added) groups.emplace_back().code = codeOf(hit);
+    const auto [position, added] = positions.emplace(hit.row.code, groups.size());
+    if (added) groups.emplace_back().code = hit.row.code;
     addToGroup(hit, &groups[position->second]);
   }
   mergeSort(&groups, groupBefore);
@@ -98,38 +85,28 @@ void addCode(std::string_view code, Codes* codes) {
   if (!known && codes->size() < kMaxCodes) codes->push_back(code);
 }
 
-/// Sights whose names are common words; a title that names them beside a famous place means them.
-bool hasSightLabel(const LocationGroup& group) {
-  return group.labelScores.contains("Trip") || group.labelScores.contains("Street") ||
-         group.labelScores.contains("Opéra");
-}
+// How much of the best total another group needs, and how many points at least, to be reported beside it: less if two
+// labels speak for it. Tuned on titles by those who wrote the first lexicon; callers rely on what they select.
+constexpr double kSingleShare = 0.82;
+constexpr double kSingleLeast = 18.0;
+constexpr std::uint64_t kSingleLabelChars = 4;
+constexpr double kSeveralShare = 0.72;
+constexpr double kSeveralLeast = 26.0;
 
 /// Whether a group is strong enough beside the first one.
-bool isStrongGroup(const LocationGroup& group, double top, bool anyCountry) {
+bool isStrongGroup(const LocationGroup& group, double top) {
   const double total = group.totalScore;
-  if (group.hasCountry) return true;
-  if (group.hasCurated && total >= std::max(top * 0.65, 22.0)) return true;
-  if (group.hasDatabase && anyCountry && total >= std::max(top * 0.55, 18.0)) return true;
-  if (!anyCountry && total >= std::max(top * 0.82, 18.0) && group.maxLabelChars >= 4) return true;
-  return total >= std::max(top * 0.72, 26.0) && group.labelScores.size() >= 2;
+  if (total >= std::max(top * kSingleShare, kSingleLeast) && group.maxLabelChars >= kSingleLabelChars) return true;
+  return total >= std::max(top * kSeveralShare, kSeveralLeast) && group.labelScores.size() >= 2;
 }
 
+/// Groups hold database hits alone: as soon as there is a hit of a country, a famous place or a curated one, the codes
+/// are taken from such hits and nobody asks for groups. So no rule here is about those classes.
 Codes codesFromGroups(const std::vector<LocationGroup>& groups) {
-  const bool anyCountry = std::any_of(groups.begin(), groups.end(), [](const auto& group) { return group.hasCountry; });
-  const bool anyFamous = std::any_of(groups.begin(), groups.end(), [](const auto& group) { return group.hasFamous; });
   Codes codes;
-  if (!anyCountry && anyFamous) {
-    for (const LocationGroup& group : groups) {
-      if (group.hasFamous) addCode(group.code, &codes);
-    }
-    for (const LocationGroup& group : groups) {
-      if (group.hasDatabase && hasSightLabel(group)) addCode(group.code, &codes);
-    }
-    return codes;
-  }
   for (const LocationGroup& group : groups) {
     const bool first = &group == &groups.front();
-    if (first || isStrongGroup(group, groups.front().totalScore, anyCountry)) addCode(group.code, &codes);
+    if (first || isStrongGroup(group, groups.front().totalScore)) addCode(group.code, &codes);
   }
   return codes;
 }
@@ -164,20 +141,19 @@ Codes codesFromPlaces(const std::vector<LocationHit>& hits) {
     return a.score > b.score;
   });
   Codes codes;
-  for (const LocationHit& hit : kept) addCode(codeOf(hit), &codes);
+  for (const LocationHit& hit : kept) addCode(hit.row.code, &codes);
   return codes;
 }
 
 /// One hit of any other class silences the database, and with it all that was chosen by score.
-Codes selectCodes(const std::vector<LocationHit>& hits, const std::vector<LocationGroup>& groups,
-                  std::string_view raw) {
+Codes selectCodes(const std::vector<LocationHit>& hits, const TitleTexts& title) {
   Codes curated;
   for (const LocationHit& hit : hits) {
-    if (!isDatabase(hit)) addCode(codeOf(hit), &curated);
+    if (!isDatabase(hit.row.source)) addCode(hit.row.code, &curated);
   }
   if (!curated.empty()) return curated;
-  if (hasNonAscii(raw)) return codesFromPlaces(hits);
-  return codesFromGroups(groups);
+  if (title.nonAscii) return codesFromPlaces(hits);
+  return codesFromGroups(groupHits(hits));
 }
 
 /// The order of hits of one code, countries apart: better score, earlier place, longer label.
@@ -191,7 +167,7 @@ bool hitBefore(const LocationHit& a, const LocationHit& b) {
 const LocationHit* bestHit(const std::vector<LocationHit>& hits, std::string_view code, bool country) {
   const LocationHit* best = nullptr;
   for (const LocationHit& hit : hits) {
-    if (codeOf(hit) != code || (hit.source == LocationSource::kCountry) != country) continue;
+    if (hit.row.code != code || (hit.row.source == LocationSource::kCountry) != country) continue;
     if (best == nullptr || hitBefore(hit, *best)) best = &hit;
   }
   return best;
@@ -222,13 +198,11 @@ LocationMeta describe(const std::vector<LocationHit>& hits, std::string_view pri
   if (countryHit == nullptr) countryHit = placeHit;
   LocationMeta meta;
   meta.countryCode = primaryCode;
-  meta.countryLabel = countryHit->record->fields[location_field::kCountryLabel];
+  meta.countryLabel = countryHit->row.countryLabel;
   if (placeHit != nullptr) {
-    meta.locationLabel = displayLabel(labelOf(*placeHit));
-    PrimaryLocationHit primary{labelOf(*placeHit), placeHit->record->fields[location_field::kSource],
-                               placeHit->firstIndex, placeHit->labelChars, 0};
-    parseNumber(placeHit->record->fields[location_field::kWeight], &primary.weight);
-    meta.primaryHit = primary;
+    meta.locationLabel = displayLabel(placeHit->row.label);
+    meta.primaryHit = PrimaryLocationHit{placeHit->row.label, placeHit->row.sourceName, placeHit->firstIndex,
+                                         placeHit->labelChars, placeHit->row.weight};
   }
   meta.shortLabel = joinLabels(meta.countryLabel, meta.locationLabel);
   return meta;
@@ -236,11 +210,11 @@ LocationMeta describe(const std::vector<LocationHit>& hits, std::string_view pri
 
 }  // namespace
 
-LocationAnswer resolveLocation(const LocationView& view, const TitleTexts& title) {
+LocationAnswer resolveLocation(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title) {
   LocationAnswer answer;
-  const std::vector<LocationHit> hits = findLocationHits(view, title);
+  const std::vector<LocationHit> hits = findLocationHits(base, places, title);
   if (hits.empty()) return answer;
-  answer.codes = selectCodes(hits, groupHits(hits), title.raw);
+  answer.codes = selectCodes(hits, title);
   answer.found = true;
   answer.meta = describe(hits, answer.codes.front());
   return answer;

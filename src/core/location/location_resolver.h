@@ -4,11 +4,12 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "cache/location_view.h"
+#include "location/location_hits.h"
 #include "text/title.h"
 
 namespace corvenda {
@@ -31,13 +32,14 @@ struct LocationMeta {
   std::optional<PrimaryLocationHit> primaryHit;
 };
 
-/// Views point into the rows of the view and the title.
+/// Views point into the rows and the title.
 struct LocationAnswer {
   bool found = false;                   ///< the title names a place
   std::vector<std::string_view> codes;  ///< at most three
   std::optional<LocationMeta> meta;
 };
 
-LocationAnswer resolveLocation(const LocationView& view, const TitleTexts& title);
+/// `places` are the rows of each table whose terms stand in the title; `base` is the base pack's table.
+LocationAnswer resolveLocation(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title);
 
 }  // namespace corvenda

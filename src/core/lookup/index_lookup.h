@@ -11,7 +11,8 @@ namespace corvenda {
 
 /// A row with its place in the order. The scores follow the convention of scene rows, for rows of every section alike.
 struct LookupMatch {
-  const IndexRecord* record = nullptr;
+  IndexRecord record;
+  std::string_view type;  ///< the kind field, empty for a shorter row
   std::int32_t rank = 0;
   double score = 0;
   double detailScore = 0;
@@ -32,18 +33,19 @@ struct LookupCandidate {
 /// language the only entry is "??", 26.
 int genericTermPenalty(std::string_view term, std::string_view lang);
 
-/// early + (length + weight), less the penalty; may be negative. Not `sceneRowScore`: it works with any number of
-/// fields (a row without a language counts as "zh"), a weight that is no number counts as 0 and leaves the rest of the
-/// score, and there is one text for position and characters.
-double lookupRowScore(const IndexRecord& record, std::string_view text);
+/// early + (length + weight), less the penalty; may be negative. `prefix` is the text before the term. Not
+/// `sceneRowScore`: it works with any number of fields (a row without a language counts as "zh"), and a weight that is
+/// no number counts as 0 and leaves the rest of the score.
+double lookupRowScore(const IndexRecord& record, std::string_view prefix);
 
-/// early + length + 6 for a row of kind "detail", else 0. Unlike `detailRowScore` it has a value for a term that does
-/// not stand in the text.
-double lookupDetailScore(const IndexRecord& record, std::string_view text);
+/// early + length + 6 for a row of kind "detail", else 0. `prefix` is the text before the term.
+double lookupDetailScore(const IndexRecord& record, std::string_view prefix);
 
 /// The rows of the section whose term equals `text` or, with `contains`, stands in it: higher rank first, then the
-/// longer term in bytes, then the lesser first field in bytes. Rows that tie in all three come in any order.
-std::vector<LookupMatch> lookupRows(const RecordTable& table, Section section, std::string_view text, bool contains);
+/// longer term in bytes, then the lesser first field in bytes. Rows that tie in all three come in the
+/// order of the pack. `arena` must outlive them.
+std::vector<LookupMatch> lookupRows(const RecordTable& table, Section section, std::string_view text, bool contains,
+                                    TextArena* arena);
 
 /// Folds sorted matches into one candidate a scene, best first. Rows with fewer than two fields are left out.
 std::vector<LookupCandidate> foldCandidates(const std::vector<LookupMatch>& matches);

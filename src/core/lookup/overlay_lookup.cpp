@@ -2,6 +2,9 @@
 
 #include <string>
 #include <unordered_set>
+#include <utility>
+
+#include "base/keyed_hash.h"
 
 namespace corvenda {
 namespace {
@@ -9,9 +12,9 @@ namespace {
 /// Each field is closed by 0x1E, so that ("ab") and ("a", "b") differ. Not `recordIdentityKey`, which opens each field,
 /// with another byte.
 std::string overlayRowKey(const IndexRecord& record) {
-  std::string key = record.term;
+  std::string key(record.term);
   key += '\x1F';
-  for (const std::string& field : record.fields) {
+  for (const std::string_view field : record.fields) {
     key += field;
     key += '\x1E';
   }
@@ -20,18 +23,26 @@ std::string overlayRowKey(const IndexRecord& record) {
 
 }  // namespace
 
-std::vector<OverlayMatch> mergeOverlayRows(const std::vector<const IndexRecord*>& overlayRows,
-                                           const std::vector<const IndexRecord*>& baseRows) {
+std::vector<OverlayMatch> mergeOverlayRows(std::vector<IndexRecord> overlayRows, std::vector<IndexRecord> baseRows) {
   std::vector<OverlayMatch> matches;
-  std::unordered_set<std::string> seenKeys;
-  const auto append = [&](const std::vector<const IndexRecord*>& rows, bool fromOverlay) {
-    for (const IndexRecord* record : rows) {
-      if (seenKeys.insert(overlayRowKey(*record)).second) matches.push_back({record, fromOverlay});
+  std::unordered_set<std::string, KeyedHash> seenKeys;
+  const auto append = [&](std::vector<IndexRecord>* rows, bool fromOverlay) {
+    for (IndexRecord& record : *rows) {
+      if (seenKeys.insert(overlayRowKey(record)).second) matches.push_back({std::move(record), fromOverlay});
     }
   };
-  append(overlayRows, true);
-  append(baseRows, false);
+  append(&overlayRows, true);
+  append(&baseRows, false);
   return matches;
+}
+
+std::vector<IndexRecord> lookupRecords(const RecordTable& table, Section section, std::string_view term, bool contains,
+                                       TextArena* arena) {
+  std::vector<IndexRecord> records;
+  for (const FoundRow& found : filterRecords(table, section, term, contains)) {
+    records.push_back(recordAt(table, found.row, arena));
+  }
+  return records;
 }
 
 }  // namespace corvenda

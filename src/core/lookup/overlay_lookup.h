@@ -1,6 +1,7 @@
 // A base pack as seen through a patch pack: the patch's rows in front, and no row twice.
 #pragma once
 
+#include <string_view>
 #include <vector>
 
 #include "rows/record_table.h"
@@ -8,13 +9,17 @@
 namespace corvenda {
 
 struct OverlayMatch {
-  const IndexRecord* record = nullptr;
+  IndexRecord record;
   bool fromOverlay = false;
 };
 
 /// The patch's rows, then the base's, each in the order given; a row whose term and fields came before is left out. The
 /// section does not count.
-std::vector<OverlayMatch> mergeOverlayRows(const std::vector<const IndexRecord*>& overlayRows,
-                                           const std::vector<const IndexRecord*>& baseRows);
+std::vector<OverlayMatch> mergeOverlayRows(std::vector<IndexRecord> overlayRows, std::vector<IndexRecord> baseRows);
+
+/// The rows of the section whose term equals `term` or, with `contains`, is a substring of it. `arena` must outlive
+/// them.
+std::vector<IndexRecord> lookupRecords(const RecordTable& table, Section section, std::string_view term, bool contains,
+                                       TextArena* arena);
 
 }  // namespace corvenda

@@ -1,6 +1,5 @@
 #include "pack/binary_index.h"
 
-#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -21,25 +20,24 @@ bool takeLengthAndText(ByteReader& reader, std::string_view* text) {
   return takeU16(reader, &length) && takeText(reader, length, text);
 }
 
-bool readTerm(ByteReader& body, std::string_view section, SemanticError* error, std::vector<IndexRecord>* records) {
-  std::string_view term;
-  if (!takeLengthAndText(body, &term) || term.empty()) return fail(error, "semantic binary index term is invalid");
-  std::uint16_t fieldCount = 0;
-  if (!takeU16(body, &fieldCount)) return fail(error, "semantic binary index field header is invalid");
-  IndexRecord record{std::string(section), std::string(term), {}};
-  // Each field takes two bytes at least, so what is left in the body bounds the reserve.
-  record.fields.reserve(std::min<std::size_t>(fieldCount, body.size / 2));
-  for (std::uint16_t i = 0; i < fieldCount; ++i) {
+bool readRow(ByteReader& body, IndexRowSource* row, SemanticError* error) {
+  row->begin = body.data;
+  if (!takeLengthAndText(body, &row->term) || row->term.empty()) {
+    return fail(error, "semantic binary index term is invalid");
+  }
+  row->body = body.data;
+  if (!takeU16(body, &row->fieldCount)) return fail(error, "semantic binary index field header is invalid");
+  row->fields = {};
+  for (std::uint16_t i = 0; i < row->fieldCount; ++i) {
     std::string_view field;
     if (!takeLengthAndText(body, &field)) return fail(error, "semantic binary index field is invalid");
-    record.fields.emplace_back(field);
+    if (i < kNamedFields) row->fields[i] = field;
   }
-  if (records != nullptr) records->push_back(std::move(record));
   return true;
 }
 
 bool readSection(ByteReader& document, std::map<std::string, std::uint32_t>* counts, SemanticError* error,
-                 std::vector<IndexRecord>* records) {
+                 const IndexRowSink* sink) {
   ByteReader header;
   if (!takeReader(document, 16, &header)) return fail(error, "semantic binary index section header is truncated");
   std::uint8_t type = 0;
@@ -60,8 +58,11 @@ bool readSection(ByteReader& document, std::map<std::string, std::uint32_t>* cou
     return fail(error, "semantic binary index section type is invalid");
   }
   const std::string_view name = kSectionNames[type - 1];
+  if (sink != nullptr) sink->beginSection(name, body.data);
+  IndexRowSource row;
   for (std::uint32_t i = 0; i < termCount; ++i) {
-    if (!readTerm(body, name, error, records)) return false;
+    if (!readRow(body, &row, error)) return false;
+    if (sink != nullptr) sink->addRow(row);
   }
   if (body.size != 0) return fail(error, "semantic binary index section has trailing bytes");
   counts->emplace(name, termCount);
@@ -70,7 +71,7 @@ bool readSection(ByteReader& document, std::map<std::string, std::uint32_t>* cou
 
 }  // namespace
 
-bool parseBinaryIndex(ByteSpan document, RulePack* pack, SemanticError* error, std::vector<IndexRecord>* records) {
+bool parseBinaryIndex(ByteSpan document, RulePack* pack, SemanticError* error, const IndexRowSink* sink) {
   ByteReader reader{document.data(), document.size()};
   if (reader.size < 16 || !takeMagic(reader, "SIX1")) return fail(error, "semantic binary index magic is invalid");
   std::uint16_t version = 0;
@@ -86,7 +87,7 @@ bool parseBinaryIndex(ByteSpan document, RulePack* pack, SemanticError* error, s
   }
   std::map<std::string, std::uint32_t> counts;
   for (std::uint16_t i = 0; i < kSectionCount; ++i) {
-    if (!readSection(reader, &counts, error, records)) return false;
+    if (!readSection(reader, &counts, error, sink)) return false;
   }
   if (reader.size != 0) return fail(error, "semantic binary index has trailing bytes");
   pack->indexVersion = version;

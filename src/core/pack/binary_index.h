@@ -1,16 +1,25 @@
 // The binary index ("SIX1"): the one document of a pack whose content is read as rows. See docs/format/binary-index.md.
 #pragma once
 
-#include <vector>
+#include <functional>
+#include <string_view>
 
+#include "base/secure_memory.h"
 #include "base/semantic_error.h"
 #include "pack/pack_records.h"
 
 namespace corvenda {
 
-/// Parses the document, appends its rows to `records` (may be null) in file order, and stores the index members of
-/// `pack` at the very end: a failed parse leaves them as they were, though rows read before the fault stay appended.
+/// Takes the rows of a binary index while they are read, in file order.
+struct IndexRowSink {
+  /// A section begins: its name, and where its rows lie.
+  std::function<void(std::string_view section, const std::uint8_t* body)> beginSection;
+  std::function<void(const IndexRowSource& row)> addRow;
+};
+
+/// Parses the document, gives its rows to `sink` (may be null), and stores the index members of `pack` at the very end:
+/// a failed parse leaves them as they were, though the rows before the fault have been given.
 /// Errors begin with "semantic binary index".
-bool parseBinaryIndex(ByteSpan document, RulePack* pack, SemanticError* error, std::vector<IndexRecord>* records);
+bool parseBinaryIndex(ByteSpan document, RulePack* pack, SemanticError* error, const IndexRowSink* sink);
 
 }  // namespace corvenda

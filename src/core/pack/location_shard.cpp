@@ -3,7 +3,6 @@
 #include <bit>
 
 #include "base/byte_reader.h"
-#include "base/number_text.h"
 
 namespace corvenda {
 namespace {
@@ -19,7 +18,8 @@ bool takeSizedText(ByteReader& reader, std::string_view* text, SemanticError* er
   return true;
 }
 
-bool readRecord(ByteReader& reader, LocationShardRow* row, SemanticError* error) {
+bool readRecord(ByteReader& reader, ShardRowSource* row, SemanticError* error) {
+  row->begin = reader.data;
   if (!takeSizedText(reader, &row->code, error, "native location shard code length is invalid",
                      "native location shard code is truncated")) {
     return false;
@@ -45,9 +45,9 @@ bool readRecord(ByteReader& reader, LocationShardRow* row, SemanticError* error)
 
 }  // namespace
 
-bool parseLocationShard(ByteSpan document, std::vector<LocationShardRow>* rows, SemanticError* error) {
+bool parseLocationShard(ByteSpan document, const ShardRowSink& sink, SemanticError* error) {
   ByteReader reader{document.data(), document.size()};
-  if (rows == nullptr || reader.size < 12 || !takeMagic(reader, "LDB1")) {
+  if (sink == nullptr || reader.size < 12 || !takeMagic(reader, "LDB1")) {
     return fail(error, "native location shard magic is invalid");
   }
   std::uint16_t version = 0;
@@ -58,7 +58,8 @@ bool parseLocationShard(ByteSpan document, std::vector<LocationShardRow>* rows, 
   takeU32(reader, &aliasCount);
   if (version != kShardVersion) return fail(error, "native location shard header is invalid");
   for (std::uint32_t i = 0; i < aliasCount; ++i) {
-    LocationShardRow row;
+    ShardRowSource row;
+    row.aliasBegin = reader.data;
     if (!takeSizedText(reader, &row.alias, error, "native location shard alias length is invalid",
                        "native location shard alias is truncated")) {
       return false;
@@ -67,24 +68,10 @@ bool parseLocationShard(ByteSpan document, std::vector<LocationShardRow>* rows, 
     if (!takeU16(reader, &recordCount)) return fail(error, "native location shard record count is invalid");
     for (std::uint16_t j = 0; j < recordCount; ++j) {
       if (!readRecord(reader, &row, error)) return false;
-      rows->push_back(row);
+      sink(row);
     }
   }
   if (reader.size != 0) return fail(error, "native location shard has trailing bytes");
-  return true;
-}
-
-bool appendLocationShard(const RulePackDocument& document, std::vector<IndexRecord>* records, SemanticError* error) {
-  std::vector<LocationShardRow> rows;
-  if (!parseLocationShard(document.data, &rows, error)) return false;
-  for (const LocationShardRow& row : rows) {
-    const bool english = row.englishFlag == 1;
-    records->push_back(
-        {document.name,
-         std::string(row.alias),
-         {std::string(row.code), english ? "location-db-en" : "location-db-native", formatNumber(row.weight),
-          std::string(row.label), english ? "en" : "zh", std::string(row.countryLabel)}});
-  }
   return true;
 }
 

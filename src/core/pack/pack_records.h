@@ -1,12 +1,12 @@
 // The records that every stage of the rule-pack container fills. No behaviour of their own.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
-#include <vector>
-
-#include "base/secure_memory.h"
+#include <string_view>
 
 namespace corvenda {
 
@@ -34,18 +34,28 @@ struct RulePack {
   std::uint64_t packBytes = 0;  ///< length of the file in bytes
 };
 
-/// A document that outlives the parse of the payload; only location shards do.
-struct RulePackDocument {
-  std::string name;
-  SecureBytes data;
+/// The fields that some reader knows by position; a row may have more.
+constexpr std::size_t kNamedFields = 11;
+
+/// A row of a binary index while its document is read. All of it lies in the document.
+struct IndexRowSource {
+  std::string_view term;
+  std::array<std::string_view, kNamedFields> fields;  ///< the first ones; those that a shorter row lacks are empty
+  std::uint16_t fieldCount = 0;
+  const std::uint8_t* begin = nullptr;  ///< the length of the term
+  const std::uint8_t* body = nullptr;   ///< the count of the fields, behind the term
 };
 
-/// The row of all semantic data. What the fields mean depends on the section (see scene/lexicon_rows.h); every number
-/// in a row is text.
-struct IndexRecord {
-  std::string section;  ///< "scene", "human", "celebrity", "location", "facet", a shard's document name, or "…-overlay"
-  std::string term;     ///< the text that is searched for
-  std::vector<std::string> fields;
+/// A record of a location shard while its document is read. All of it lies in the document.
+struct ShardRowSource {
+  std::string_view alias;
+  std::string_view code;
+  std::string_view label;                    ///< may be empty
+  std::string_view countryLabel;             ///< may be empty
+  std::uint8_t englishFlag = 0;              ///< 0: the alias is in the native language, 1: English
+  double weight = 0;                         ///< widened from a single; not validated, so it may be negative or NaN
+  const std::uint8_t* aliasBegin = nullptr;  ///< the length of the alias
+  const std::uint8_t* begin = nullptr;       ///< the length of the code
 };
 
 }  // namespace corvenda

@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <string_view>
-#include <utility>
+#include <vector>
 
 #include "base/byte_reader.h"
-#include "pack/binary_index.h"
-#include "pack/crypto.h"
 #include "pack/metadata_scanner.h"
 
 namespace corvenda {
@@ -63,49 +61,89 @@ bool readDocument(ByteReader& payload, Document* document, SemanticError* error)
   return true;
 }
 
-bool digestMatches(const Document& document, SemanticError* error) {
-  Sha256Digest digest;
-  if (!sha256({document.data.data, document.data.size}, &digest, error)) return false;
-  if (!std::equal(digest.begin(), digest.end(), document.digest)) {
-    return fail(error, "semantic rule-pack document digest is invalid");
+bool readHeader(ByteReader& payload, std::uint16_t* documentCount, SemanticError* error) {
+  if (payload.size < 8 || !takeMagic(payload, "SRP1"))
+    return fail(error, "semantic rule-pack payload magic is invalid");
+  std::uint16_t version = 0;
+  takeU16(payload, &version);
+  takeU16(payload, documentCount);
+  if (version != kPayloadVersion || *documentCount == 0 || *documentCount > kMaxDocuments) {
+    return fail(error, "semantic rule-pack payload header is invalid");
+  }
+  return true;
+}
+
+/// Reads the documents up to the first that can't be read; those before it are listed in either case.
+bool listDocuments(ByteReader& payload, std::uint16_t count, std::vector<Document>* documents, SemanticError* error) {
+  documents->reserve(count);
+  for (std::uint16_t i = 0; i < count; ++i) {
+    Document document;
+    if (!readDocument(payload, &document, error)) return false;
+    documents->push_back(document);
+  }
+  return payload.size == 0 || fail(error, "semantic rule-pack payload has trailing bytes");
+}
+
+ByteSpan dataOf(const Document& document) { return {document.data.data, document.data.size}; }
+
+/// Parses the documents that are read at once, up to the first that is malformed, and gives back how many passed.
+std::size_t parseIndexes(const std::vector<Document>& documents, RulePack* pack, SemanticError* error,
+                         const IndexRowSink* sink) {
+  for (std::size_t i = 0; i < documents.size(); ++i) {
+    if (documents[i].type != kSemanticIndexType) continue;
+    // Fails without a message. Callers tell such a pack from all others by that.
+    if (documents[i].encoding != kBinaryEncoding || documents[i].name != kSemanticIndexName) return i;
+    if (!parseBinaryIndex(dataOf(documents[i]), pack, error, sink)) return i;
+  }
+  return documents.size();
+}
+
+void listDocument(const Document& document, ByteSpan data, PayloadDocuments* documents) {
+  if (document.type == kSemanticIndexType) return;
+  if (document.type == kLocationShardType && document.encoding == kBinaryEncoding) {
+    documents->shards.push_back({document.name, data});
+  } else {
+    documents->unread.push_back(data);
+  }
+}
+
+/// Compares the digests of the first `count` documents, which are the last jobs of `digests`.
+bool digestsMatch(const std::vector<Document>& documents, std::size_t count, const DigestBatch& digests,
+                  SemanticError* error) {
+  const DigestJob* const jobs = digests.jobs.data() + (digests.jobs.size() - documents.size());
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!std::equal(jobs[i].digest.begin(), jobs[i].digest.end(), documents[i].digest)) {
+      return fail(error, "semantic rule-pack document digest is invalid");
+    }
   }
   return true;
 }
 
 }  // namespace
 
-bool parseRulePackPayload(ByteSpan payload, RulePack* pack, SemanticError* error,
-                          std::vector<RulePackDocument>* shardDocuments, std::vector<IndexRecord>* records) {
+bool parseRulePackPayload(ByteSpan payload, RulePack* pack, SemanticError* error, PayloadDocuments* others,
+                          const IndexRowSink* sink, DigestBatch* digests) {
+  // Digests are made while the indexes are parsed. What is reported is what comes first in the order of the documents:
+  // for each its header, then its content, then its digest. A malformed index with a wrong digest reports the
+  // malformation.
   ByteReader reader{payload.data(), payload.size()};
-  if (reader.size < 8 || !takeMagic(reader, "SRP1")) return fail(error, "semantic rule-pack payload magic is invalid");
-  std::uint16_t version = 0;
+  std::vector<Document> documents;
   std::uint16_t documentCount = 0;
-  takeU16(reader, &version);
-  takeU16(reader, &documentCount);
-  if (version != kPayloadVersion || documentCount == 0 || documentCount > kMaxDocuments) {
-    return fail(error, "semantic rule-pack payload header is invalid");
-  }
-  std::map<std::string, std::uint32_t> counts;
-  for (std::uint16_t i = 0; i < documentCount; ++i) {
-    Document document;
-    if (!readDocument(reader, &document, error)) return false;
-    const ByteSpan data{document.data.data, document.data.size};
-    // The index is parsed, and a shard kept, before the digest is compared: a malformed index with a wrong digest
-    // reports the malformation.
-    if (document.type == kSemanticIndexType) {
-      // Fails without a message. Callers tell such a pack from all others by that.
-      if (document.encoding != kBinaryEncoding || document.name != kSemanticIndexName) return false;
-      if (!parseBinaryIndex(data, pack, error, records)) return false;
-    }
-    if (document.type == kLocationShardType && document.encoding == kBinaryEncoding && shardDocuments != nullptr) {
-      shardDocuments->push_back({std::string(document.name), SecureBytes(data.begin(), data.end())});
-    }
-    if (!digestMatches(document, error)) return false;
-    ++counts[std::string(kDocumentTypeNames[document.type - 1])];
-  }
-  if (reader.size != 0) return fail(error, "semantic rule-pack payload has trailing bytes");
+  SemanticError listFault;
+  SemanticError parseFault;
+  const bool listed =
+      readHeader(reader, &documentCount, &listFault) && listDocuments(reader, documentCount, &documents, &listFault);
+  for (const Document& document : documents) digests->jobs.push_back({dataOf(document)});
+  startDigests(digests);
+  const std::size_t parsed = parseIndexes(documents, pack, &parseFault, sink);
+  if (!finishDigests(digests, error) || !digestsMatch(documents, parsed, *digests, error)) return false;
+  if (parsed < documents.size()) return !parseFault.message.empty() && fail(error, parseFault.message);
+  if (!listed) return fail(error, listFault.message);
   pack->documentCount = documentCount;
-  pack->documentCounts = std::move(counts);
+  for (const Document& document : documents) {
+    ++pack->documentCounts[std::string(kDocumentTypeNames[document.type - 1])];
+    if (others != nullptr) listDocument(document, dataOf(document), others);
+  }
   return true;
 }
 

@@ -2,14 +2,38 @@
 
 namespace corvenda {
 
-std::int32_t sceneRowRank(const IndexRecord& record) {
-  const std::string& kind = fieldOrEmpty(record, scene_field::kKind);
-  if (kind == "short") return kShortRank;
-  if (kind == "conflict") return kConflictRank;
-  if (kind == "compound") return kCompoundRank;
-  if (kind == "detail") return kDetailRank;
-  if (kind == "category") return kCategoryRank;
+SceneKind sceneKindFromName(std::string_view name) {
+  if (name == "short") return SceneKind::kShort;
+  if (name == "conflict") return SceneKind::kConflict;
+  if (name == "compound") return SceneKind::kCompound;
+  if (name == "detail") return SceneKind::kDetail;
+  if (name == "category") return SceneKind::kCategory;
+  return SceneKind::kOther;
+}
+
+std::int32_t rankOf(SceneKind kind) {
+  switch (kind) {
+    case SceneKind::kShort: return 500;
+    case SceneKind::kConflict: return 400;
+    case SceneKind::kCompound: return 300;
+    case SceneKind::kDetail: return 200;
+    case SceneKind::kCategory: return 100;
+    case SceneKind::kOther: break;
+  }
   return 0;
+}
+
+bool isOverride(SceneKind kind) {
+  return kind == SceneKind::kShort || kind == SceneKind::kConflict || kind == SceneKind::kCompound;
+}
+
+LocationSource locationSourceFromName(std::string_view name) {
+  if (name == "country") return LocationSource::kCountry;
+  if (name == "location-famous") return LocationSource::kFamous;
+  if (name == "location") return LocationSource::kCurated;
+  if (name == "location-db-native") return LocationSource::kDatabaseNative;
+  if (name == "location-db-en") return LocationSource::kDatabaseEnglish;
+  return LocationSource::kOther;
 }
 
 }  // namespace corvenda

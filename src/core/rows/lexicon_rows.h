@@ -1,11 +1,13 @@
-// The positional conventions over the fields of a row. All numbers are text. A row may be longer than its convention;
-// readers check the count that they need and skip a shorter row.
+// What rows mean: the positional conventions over their fields, and the typed rows that resolvers read.
+//
+// All numbers in a row are text, converted once when the row is taken in. A row may be longer than its convention, or
+// shorter: `fieldCount` says how long it is, and what a shorter row lacks reads as empty. Readers check the count that
+// they need. A row that they pass over still stands in its place: it can hide a good row with the same key.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-
-#include "pack/pack_records.h"
+#include <string_view>
 
 namespace corvenda {
 
@@ -48,24 +50,91 @@ enum : std::size_t { kId, kName, kKind, kRegion, kPriority, kPhotoKey, kCount, k
 }
 constexpr char kTagSeparator = '\x1E';
 
-/// True for a master row: the row of kind "category" with all fields, where the scene's own data is taken from.
-inline bool isMasterRow(const IndexRecord& record) {
-  return record.fields.size() >= scene_field::kCount && record.fields[scene_field::kKind] == "category";
+/// What a scene row is evidence of, by its kind field; kOther for every other text and for a row without the field.
+enum class SceneKind : std::uint8_t { kOther, kCategory, kDetail, kCompound, kConflict, kShort };
+
+SceneKind sceneKindFromName(std::string_view name);
+
+/// How strong the evidence is: 500 for "short", then 400, 300, 200, and 100 for "category"; 0 for every other kind.
+std::int32_t rankOf(SceneKind kind);
+
+/// True for the three kinds that override plain aliases: "short", "conflict" and "compound".
+bool isOverride(SceneKind kind);
+
+/// Where a place comes from, by its source field.
+enum class LocationSource : std::uint8_t { kCountry, kFamous, kCurated, kDatabaseNative, kDatabaseEnglish, kOther };
+
+LocationSource locationSourceFromName(std::string_view name);
+
+/// Database rows count only for titles that no other row speaks for.
+constexpr bool isDatabase(LocationSource source) {
+  return source == LocationSource::kDatabaseNative || source == LocationSource::kDatabaseEnglish;
 }
 
-/// The field, or an empty text if the row is shorter.
-inline const std::string& fieldOrEmpty(const IndexRecord& record, std::size_t field) {
-  static const std::string empty;
-  return field < record.fields.size() ? record.fields[field] : empty;
-}
+struct SceneRow {
+  std::string_view term;
+  std::uint32_t fieldCount = 0;
+  std::string_view key;
+  std::string_view detail;
+  std::string_view rowPriority;  ///< as text
+  std::string_view lang;
+  std::string_view label;
+  std::string_view archiveLabel;
+  std::string_view archiveCode;
+  std::string_view icon;
+  std::string_view defaultDetail;
+  std::string_view priority;
+  SceneKind kind = SceneKind::kOther;
+  bool english = false;           ///< `lang` is "en"
+  bool plain = false;             ///< the term is a plain token
+  bool priorityIsNumber = false;  ///< the whole text is one; an empty text is 0
+  double priorityNumber = 0;      ///< of `rowPriority`
+};
 
-constexpr std::int32_t kShortRank = 500;
-constexpr std::int32_t kConflictRank = 400;
-constexpr std::int32_t kCompoundRank = 300;
-constexpr std::int32_t kDetailRank = 200;
-constexpr std::int32_t kCategoryRank = 100;
+/// Rows of fewer fields have no language, and some rules pass them over.
+inline bool isTagged(const SceneRow& row) { return row.fieldCount > scene_field::kLang; }
 
-/// The rank of the row's kind; 0 for a kind that is none of the five.
-std::int32_t sceneRowRank(const IndexRecord& record);
+struct HumanRow {
+  std::string_view term;
+  std::uint32_t fieldCount = 0;
+  std::string_view sceneKey;
+  std::string_view detail;
+  bool plain = false;  ///< the term is a plain token: it is looked for as whole words of the English reading
+};
+
+struct FacetRow {
+  std::string_view term;
+  std::uint32_t fieldCount = 0;
+  std::string_view dimension;
+  std::string_view facetKey;
+  std::string_view lang;
+  bool weightIsNumber = false;  ///< the whole text is one; an empty text is 0
+  double weight = 0;
+};
+
+struct PlaceRow {
+  std::string_view section;
+  std::string_view term;
+  std::uint32_t fieldCount = 0;
+  std::string_view code;
+  std::string_view sourceName;
+  std::string_view label;
+  std::string_view countryLabel;
+  LocationSource source = LocationSource::kOther;
+  bool english = false;         ///< the language field is "en"
+  bool weightIsNumber = false;  ///< the whole text is one
+  double weight = 0;            ///< of as much of the text as is a number
+};
+
+struct CelebrityRow {
+  std::string_view term;
+  std::uint32_t fieldCount = 0;
+  std::string_view id;
+  std::string_view name;
+  std::string_view kind;
+  std::string_view region;
+  std::string_view photoKey;
+  std::string_view tags;  ///< joined by kTagSeparator
+};
 
 }  // namespace corvenda

@@ -1,93 +1,337 @@
 #include "rows/record_table.h"
 
-#include <mutex>
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <utility>
 
-#include "rows/lexicon_rows.h"
+#include "base/number_text.h"
+#include "pack/binary_index.h"
+#include "pack/location_shard.h"
+#include "pack/payload.h"
+#include "text/text_primitives.h"
 
 namespace corvenda {
-
-struct SectionRows {
-  std::once_flag numbersMade;
-  std::once_flag indexMade;
-  std::once_flag mastersMade;
-  std::vector<std::uint32_t> numbers;
-  TermIndex index;
-  std::map<std::string_view, std::uint32_t> masters;  ///< of kScene only
-};
-
-RecordTable::RecordTable() : sections(std::make_unique<SectionRows[]>(kSectionCount)) {}
-RecordTable::~RecordTable() = default;
-
 namespace {
 
-/// In the order of `Section`.
-constexpr std::string_view kNames[kSectionCount] = {"scene", "human", "celebrity", "location", "facet"};
+/// A row with a short term and short fields.
+constexpr std::size_t kBytesOfShortRow = 24;
 
-SectionRows& derived(const RecordTable& table, Section section) {
-  SectionRows& rows = table.sections[static_cast<std::size_t>(section)];
-  std::call_once(rows.numbersMade, [&] {
-    for (std::size_t i = 0; i < table.records.size(); ++i) {
-      if (isInSection(table.records[i].section, section)) rows.numbers.push_back(static_cast<std::uint32_t>(i));
-    }
-  });
-  return rows;
+/// The byte that joins the parts of an identity.
+constexpr char kIdentitySeparator = '\x1F';
+
+// --- The bytes of a row
+// -----------------------------------------------------------------------------------------------
+
+template <typename Integer>
+Integer loadInteger(const std::uint8_t* bytes) {
+  // All targets are little-endian, as the formats are.
+  Integer value = 0;
+  std::memcpy(&value, bytes, sizeof value);
+  return value;
 }
 
-std::vector<const IndexRecord*> recordsAt(const RecordTable& table, const std::vector<std::uint32_t>& numbers) {
-  std::vector<const IndexRecord*> records;
-  records.reserve(numbers.size());
-  for (const std::uint32_t number : numbers) records.push_back(&table.records[number]);
-  return records;
+/// A text after its length, and the place after it.
+template <typename Length>
+std::string_view takeText(const std::uint8_t** at) {
+  const auto length = loadInteger<Length>(*at);
+  const auto* const text = reinterpret_cast<const char*>(*at + sizeof(Length));
+  *at += sizeof(Length) + length;
+  return {text, length};
+}
+
+const std::uint8_t* bytesOf(const RecordTable& table, const RowSegment& segment) {
+  return segment.bytes != nullptr ? segment.bytes : table.written.data();
+}
+
+/// The first fields of a row; those that it lacks are empty. The weight of a shard's record is no text there.
+using NamedFields = std::array<std::string_view, kNamedFields>;
+
+template <typename Length>
+void readFields(const std::uint8_t* body, std::uint32_t count, std::string_view* fields) {
+  const std::uint8_t* at = body + sizeof(Length);
+  for (std::uint32_t i = 0; i < count; ++i) fields[i] = takeText<Length>(&at);
+}
+
+void readShardFields(const std::uint8_t* record, std::string_view* fields) {
+  const std::uint8_t* at = record;
+  fields[location_field::kCode] = takeText<std::uint16_t>(&at);
+  const bool english = *at == 1;
+  at += 5;  // the flag and the weight
+  fields[location_field::kSource] = english ? "location-db-en" : "location-db-native";
+  fields[location_field::kLabel] = takeText<std::uint16_t>(&at);
+  fields[location_field::kLang] = english ? "en" : "zh";
+  fields[location_field::kCountryLabel] = takeText<std::uint16_t>(&at);
+}
+
+/// Reads the first `count` fields, of which the row has as many.
+void readFieldsOf(const RecordTable& table, const RowEntry& entry, std::uint32_t count, std::string_view* fields) {
+  const RowSegment& segment = table.segments[entry.segment];
+  const std::uint8_t* const body = bytesOf(table, segment) + entry.bodyAt;
+  switch (segment.layout) {
+    case RowLayout::kIndex: return readFields<std::uint16_t>(body, count, fields);
+    case RowLayout::kShard: return readShardFields(body, fields);
+    case RowLayout::kWritten: return readFields<std::uint32_t>(body, count, fields);
+  }
+}
+
+NamedFields namedFields(const RecordTable& table, const RowEntry& entry) {
+  NamedFields fields;
+  readFieldsOf(table, entry, std::min<std::uint32_t>(entry.fieldCount, kNamedFields), fields.data());
+  return fields;
+}
+
+// --- What is known of a row
+// -------------------------------------------------------------------------------------------
+
+/// Where the language stands among the fields of a section.
+std::size_t languageField(Section section) {
+  return section == Section::kFacet ? std::size_t{facet_field::kLang} : std::size_t{scene_field::kLang};
+}
+static_assert(std::size_t{scene_field::kLang} == std::size_t{location_field::kLang});
+static_assert(std::size_t{scene_field::kRowPriority} == std::size_t{facet_field::kWeight} &&
+              std::size_t{scene_field::kRowPriority} == std::size_t{location_field::kWeight});
+
+bool hasWeight(Section section) {
+  return section == Section::kScene || section == Section::kFacet || section == Section::kLocation;
+}
+
+void describeRow(Section section, std::string_view term, const NamedFields& fields, RowEntry* entry) {
+  entry->plain = isPlainToken(term);
+  if (!hasWeight(section)) return;
+  entry->english = fields[languageField(section)] == "en";
+  entry->weightIsNumber = parseNumber(fields[scene_field::kRowPriority], &entry->weight);
+  if (section == Section::kScene) {
+    const SceneKind kind = sceneKindFromName(fields[scene_field::kKind]);
+    entry->kind = static_cast<std::uint8_t>(kind);
+    entry->master = kind == SceneKind::kCategory && entry->fieldCount >= scene_field::kCount;
+  } else if (section == Section::kLocation) {
+    entry->kind = static_cast<std::uint8_t>(locationSourceFromName(fields[location_field::kSource]));
+  } else {
+    entry->identity = entry->english && fields[facet_field::kDimension] == "identity";
+  }
+}
+
+RowEntry& addEntry(RecordTable* table, std::string_view term) {
+  RowEntry& entry = table->rows.emplace_back();
+  entry.segment = static_cast<std::uint16_t>(table->segments.size() - 1);
+  if (term.find(kIdentitySeparator) != std::string_view::npos) table->hasIdentitySeparator = true;
+  return entry;
+}
+
+template <typename Length>
+void appendSized(SecureBytes* bytes, std::string_view text) {
+  const auto length = static_cast<Length>(text.size());
+  const auto* const raw = reinterpret_cast<const std::uint8_t*>(&length);
+  bytes->insert(bytes->end(), raw, raw + sizeof length);
+  bytes->insert(bytes->end(), text.begin(), text.end());
 }
 
 }  // namespace
 
-std::optional<Section> sectionFromName(std::string_view name) {
-  for (std::size_t i = 0; i < kSectionCount; ++i) {
-    if (kNames[i] == name) return static_cast<Section>(i);
+// --- Making a table
+// ---------------------------------------------------------------------------------------------------
+
+void beginSegment(RecordTable* table, std::string_view name, Section section, RowLayout layout,
+                  const std::uint8_t* bytes) {
+  const auto firstRow = static_cast<std::uint32_t>(table->rows.size());
+  table->segments.push_back({std::string(name), section, layout, bytes, firstRow, firstRow});
+}
+
+void addIndexRow(RecordTable* table, const IndexRowSource& row) {
+  RowEntry& entry = addEntry(table, row.term);
+  const RowSegment& segment = table->segments.back();
+  entry.termAt = static_cast<std::uint32_t>(row.begin - segment.bytes);
+  entry.bodyAt = static_cast<std::uint32_t>(row.body - segment.bytes);
+  entry.fieldCount = row.fieldCount;
+  describeRow(segment.section, row.term, row.fields, &entry);
+}
+
+void addShardRow(RecordTable* table, const ShardRowSource& row) {
+  RowEntry& entry = addEntry(table, row.alias);
+  const RowSegment& segment = table->segments.back();
+  entry.termAt = static_cast<std::uint32_t>(row.aliasBegin - segment.bytes);
+  entry.bodyAt = static_cast<std::uint32_t>(row.begin - segment.bytes);
+  entry.fieldCount = location_field::kCount;
+  entry.english = row.englishFlag == 1;
+  entry.kind =
+      static_cast<std::uint8_t>(entry.english ? LocationSource::kDatabaseEnglish : LocationSource::kDatabaseNative);
+  entry.weight = roundToNumberText(row.weight);
+  entry.weightIsNumber = true;
+}
+
+void writeRow(RecordTable* table, std::string_view term, std::span<const std::string_view> fields) {
+  std::size_t size = term.size() + 8;
+  for (const std::string_view field : fields) size += field.size() + 4;
+  SecureBytes& bytes = table->written;
+  if (size > std::numeric_limits<std::uint32_t>::max() - bytes.size()) return;
+  RowEntry& entry = addEntry(table, term);
+  entry.termAt = static_cast<std::uint32_t>(bytes.size());
+  appendSized<std::uint32_t>(&bytes, term);
+  entry.bodyAt = static_cast<std::uint32_t>(bytes.size());
+  entry.fieldCount = static_cast<std::uint16_t>(fields.size());
+  bytes.resize(bytes.size() + 4);  // the count stands in the entry
+  for (const std::string_view field : fields) appendSized<std::uint32_t>(&bytes, field);
+  NamedFields named;
+  std::copy_n(fields.begin(), std::min(fields.size(), named.size()), named.begin());
+  describeRow(table->segments.back().section, term, named, &entry);
+}
+
+void finishTable(RecordTable* table) {
+  std::vector<RowSegment>& segments = table->segments;
+  for (std::size_t i = 0; i < segments.size(); ++i) {
+    segments[i].endRow =
+        i + 1 < segments.size() ? segments[i + 1].firstRow : static_cast<std::uint32_t>(table->rows.size());
   }
-  return std::nullopt;
 }
 
-bool isInSection(std::string_view rowSection, Section section) {
-  return rowSection == kNames[static_cast<std::size_t>(section)] ||
-         (section == Section::kLocation && rowSection.starts_with("location-"));
+namespace {
+
+/// A shard whose name isn't one of places. Its rows answer for another section, whose readers want all fields as text.
+void writeShardRow(RecordTable* table, const ShardRowSource& row) {
+  const bool english = row.englishFlag == 1;
+  const std::string weight = formatNumber(row.weight);
+  const std::string_view fields[] = {
+      row.code,        english ? "location-db-en" : "location-db-native", weight, row.label, english ? "en" : "zh",
+      row.countryLabel};
+  writeRow(table, row.alias, fields);
 }
 
-const std::vector<std::uint32_t>& sectionRowNumbers(const RecordTable& table, Section section) {
-  return derived(table, section).numbers;
+bool readShard(const RulePackDocument& document, RecordTable* table, SemanticError* error) {
+  const auto section = sectionOfRows(document.name);
+  if (!section)
+    return parseLocationShard(
+        document.data, [](const ShardRowSource&) {}, error);
+  const bool places = *section == Section::kLocation;
+  beginSegment(table, document.name, *section, places ? RowLayout::kShard : RowLayout::kWritten,
+               places ? document.data.data() : nullptr);
+  return parseLocationShard(
+      document.data,
+      [table, places](const ShardRowSource& row) { places ? addShardRow(table, row) : writeShardRow(table, row); },
+      error);
 }
 
-const TermIndex& sectionTermIndex(const RecordTable& table, Section section) {
-  SectionRows& rows = derived(table, section);
-  std::call_once(rows.indexMade, [&] { buildTermIndex(table.records, rows.numbers, &rows.index); });
-  return rows.index;
-}
+}  // namespace
 
-std::vector<const IndexRecord*> sectionRecords(const RecordTable& table, Section section) {
-  return recordsAt(table, sectionRowNumbers(table, section));
-}
-
-std::vector<const IndexRecord*> filterRecords(const RecordTable& table, Section section, std::string_view term,
-                                              bool contains) {
-  std::vector<std::uint32_t> numbers;
-  if (contains) {
-    appendContainedRows(sectionTermIndex(table, section), term, &numbers);
-  } else {
-    appendEqualRows(sectionTermIndex(table, section), term, &numbers);
+bool readPayloadTable(SecureBlock payload, RulePack* pack, RecordTable* table, std::vector<ByteSpan>* unread,
+                      DigestBatch* digests, SemanticError* error) {
+  const IndexRowSink sink{[table](std::string_view name, const std::uint8_t* body) {
+                            beginSegment(table, name, *sectionFromName(name), RowLayout::kIndex, body);
+                          },
+                          [table](const IndexRowSource& row) { addIndexRow(table, row); }};
+  // Address space for most lexicons, so that rows need not move; what is never written takes no memory.
+  table->rows.reserve(payload.size / kBytesOfShortRow);
+  table->payload = std::move(payload);
+  PayloadDocuments documents;
+  if (!parseRulePackPayload(bytesOf(table->payload), pack, error, &documents, &sink, digests)) return false;
+  for (const RulePackDocument& document : documents.shards) {
+    if (!readShard(document, table, error)) return false;
   }
-  return recordsAt(table, numbers);
+  *unread = std::move(documents.unread);
+  finishTable(table);
+  return true;
 }
 
-const std::map<std::string_view, std::uint32_t>& sceneMasterRows(const RecordTable& table) {
-  SectionRows& rows = derived(table, Section::kScene);
-  std::call_once(rows.mastersMade, [&] {
-    for (const std::uint32_t number : rows.numbers) {
-      const IndexRecord& record = table.records[number];
-      if (isMasterRow(record)) rows.masters.emplace(record.fields[scene_field::kKey], number);
-    }
-  });
-  return rows.masters;
+// --- Reading rows
+// -----------------------------------------------------------------------------------------------------
+
+std::string_view termOf(const RecordTable& table, std::uint32_t row) {
+  const RowEntry& entry = table.rows[row];
+  const RowSegment& segment = table.segments[entry.segment];
+  const std::uint8_t* at = bytesOf(table, segment) + entry.termAt;
+  return segment.layout == RowLayout::kWritten ? takeText<std::uint32_t>(&at) : takeText<std::uint16_t>(&at);
+}
+
+SceneRow sceneRowAt(const RecordTable& table, std::uint32_t row) {
+  const RowEntry& entry = table.rows[row];
+  const NamedFields fields = namedFields(table, entry);
+  SceneRow scene;
+  scene.term = termOf(table, row);
+  scene.fieldCount = entry.fieldCount;
+  scene.key = fields[scene_field::kKey];
+  scene.detail = fields[scene_field::kDetail];
+  scene.rowPriority = fields[scene_field::kRowPriority];
+  scene.lang = fields[scene_field::kLang];
+  scene.label = fields[scene_field::kLabel];
+  scene.archiveLabel = fields[scene_field::kArchiveLabel];
+  scene.archiveCode = fields[scene_field::kArchiveCode];
+  scene.icon = fields[scene_field::kIcon];
+  scene.defaultDetail = fields[scene_field::kDefaultDetail];
+  scene.priority = fields[scene_field::kPriority];
+  scene.kind = static_cast<SceneKind>(entry.kind);
+  scene.english = entry.english;
+  scene.plain = entry.plain;
+  scene.priorityIsNumber = entry.weightIsNumber;
+  scene.priorityNumber = entry.weight;
+  return scene;
+}
+
+HumanRow humanRowAt(const RecordTable& table, std::uint32_t row) {
+  const RowEntry& entry = table.rows[row];
+  const NamedFields fields = namedFields(table, entry);
+  return {termOf(table, row), entry.fieldCount, fields[human_field::kSceneKey], fields[human_field::kDetail],
+          entry.plain};
+}
+
+FacetRow facetRowAt(const RecordTable& table, std::uint32_t row) {
+  const RowEntry& entry = table.rows[row];
+  const NamedFields fields = namedFields(table, entry);
+  return {termOf(table, row),
+          entry.fieldCount,
+          fields[facet_field::kDimension],
+          fields[facet_field::kFacetKey],
+          fields[facet_field::kLang],
+          entry.weightIsNumber,
+          entry.weight};
+}
+
+PlaceRow placeRowAt(const RecordTable& table, std::uint32_t row) {
+  const RowEntry& entry = table.rows[row];
+  const NamedFields fields = namedFields(table, entry);
+  return {table.segments[entry.segment].name,
+          termOf(table, row),
+          entry.fieldCount,
+          fields[location_field::kCode],
+          fields[location_field::kSource],
+          fields[location_field::kLabel],
+          fields[location_field::kCountryLabel],
+          static_cast<LocationSource>(entry.kind),
+          entry.english,
+          entry.weightIsNumber,
+          entry.weight};
+}
+
+CelebrityRow celebrityRowAt(const RecordTable& table, std::uint32_t row) {
+  const RowEntry& entry = table.rows[row];
+  const NamedFields fields = namedFields(table, entry);
+  return {termOf(table, row),
+          entry.fieldCount,
+          fields[celebrity_field::kId],
+          fields[celebrity_field::kName],
+          fields[celebrity_field::kKind],
+          fields[celebrity_field::kRegion],
+          fields[celebrity_field::kPhotoKey],
+          fields[celebrity_field::kTags]};
+}
+
+IndexRecord recordAt(const RecordTable& table, std::uint32_t row, TextArena* arena) {
+  const RowEntry& entry = table.rows[row];
+  const RowSegment& segment = table.segments[entry.segment];
+  IndexRecord record{segment.name, termOf(table, row), std::vector<std::string_view>(entry.fieldCount)};
+  readFieldsOf(table, entry, entry.fieldCount, record.fields.data());
+  if (segment.layout == RowLayout::kShard) {
+    record.fields[location_field::kWeight] = arena->emplace_back(formatNumber(entry.weight));
+  }
+  return record;
+}
+
+std::string recordIdentityKey(const IndexRecord& record) {
+  std::string key(record.term);
+  for (const std::string_view field : record.fields) {
+    key += kIdentitySeparator;
+    key += field;
+  }
+  return key;
 }
 
 }  // namespace corvenda

@@ -1,59 +1,125 @@
-// The rows of a pack, shared by every call that uses them, and the ways to ask for some of them.
+// The rows of a pack or of a caller's overlay, immutable once made and shared by every call that uses them.
+//
+// A table keeps its rows as bytes, a pack's where they lie in the payload, and for each row 24 bytes that say where it
+// begins and what is asked of it most often: how long it is, its kind and language, its number. Readers get a row as a
+// typed record of views, which live as long as the table.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <map>
+#include <deque>
 #include <memory>
-#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/secure_block.h"
+#include "base/secure_memory.h"
+#include "base/semantic_error.h"
+#include "base/system_vector.h"
+#include "pack/digest_batch.h"
 #include "pack/pack_records.h"
-#include "rows/term_index.h"
+#include "rows/lexicon_rows.h"
+#include "rows/sections.h"
+#include "rows/table_indexes.h"
 
 namespace corvenda {
 
-struct SectionRows;
-
-/// Every row of one pack, immutable once made: binary index rows first, then the rows of each location shard, in
-/// document order. Calls hold it by shared pointer, so a slot may be overwritten while a call still reads its rows.
-struct RecordTable {
-  std::vector<IndexRecord> records;
-  /// What is derived from `records`, made at its first use by whichever thread comes first.
-  std::unique_ptr<SectionRows[]> sections;
-  RecordTable();
-  ~RecordTable();
-  RecordTable(const RecordTable&) = delete;
-  RecordTable& operator=(const RecordTable&) = delete;
+/// How the bytes of a row are laid out. All integers are little-endian.
+enum class RowLayout : std::uint8_t {
+  kIndex,    ///< as in a binary index: length (16 bits), term, count of the fields (16), each with its length (16)
+  kShard,    ///< as in a location shard: an alias, and apart from it a record
+  kWritten,  ///< as kIndex with lengths of 32 bits: what a caller gives has no limit
 };
 
-/// The sections that can be asked for. kLocation stands for "location" and every section that begins with "location-".
-enum class Section { kScene, kHuman, kCelebrity, kLocation, kFacet };
-constexpr std::size_t kSectionCount = 5;
+/// Rows of one section that lie in one document.
+struct RowSegment {
+  std::string name;  ///< of the section, as rows tell it
+  Section section = Section::kScene;
+  RowLayout layout = RowLayout::kIndex;
+  const std::uint8_t* bytes = nullptr;  ///< null while the bytes still grow: those of `RecordTable::written`
+  std::uint32_t firstRow = 0;
+  std::uint32_t endRow = 0;
+};
 
-/// "scene", "human", "celebrity", "location" or "facet"; nothing for another text.
-std::optional<Section> sectionFromName(std::string_view name);
+/// What is known of a row without reading it.
+struct RowEntry {
+  double weight = 0;          ///< the number in the third field, or as much of it as is one
+  std::uint32_t termAt = 0;   ///< the term's length, from the beginning of the segment's bytes
+  std::uint32_t bodyAt = 0;   ///< what follows the term; in a shard the record
+  std::uint16_t segment = 0;  ///< position in `RecordTable::segments`
+  std::uint16_t fieldCount = 0;
+  std::uint8_t kind = 0;            ///< SceneKind, or LocationSource
+  bool weightIsNumber : 1 = false;  ///< the whole text is one
+  bool english : 1 = false;         ///< the language field is "en"
+  bool plain : 1 = false;           ///< the term is a plain token
+  bool identity : 1 = false;        ///< an English facet of the dimension "identity"
+  bool master : 1 = false;          ///< of kind "category" with all fields: where a scene's own data is taken from
+};
 
-/// True if a row with this section name answers to `section`.
-bool isInSection(std::string_view rowSection, Section section);
+struct RecordTable {
+  SecureBlock payload;  ///< of a pack
+  SecureBytes written;  ///< rows in the layout kWritten
+  std::vector<RowSegment> segments;
+  SystemVector<RowEntry> rows;  ///< binary index rows first, then those of each location shard, in document order
+  bool hasIdentitySeparator =
+      false;  ///< a term holds the byte that joins identities: rows with different terms may be one
+  std::unique_ptr<TableIndexes> indexes = std::make_unique<TableIndexes>();
+};
 
-/// The numbers of the section's rows, ascending.
-const std::vector<std::uint32_t>& sectionRowNumbers(const RecordTable& table, Section section);
+// --- Making a table
+// ---------------------------------------------------------------------------------------------------
 
-/// The index over the terms of the section's rows.
-const TermIndex& sectionTermIndex(const RecordTable& table, Section section);
+/// Begins a segment; rows that follow belong to it. Offsets count from `bytes`, null for kWritten.
+void beginSegment(RecordTable* table, std::string_view name, Section section, RowLayout layout,
+                  const std::uint8_t* bytes);
+void addIndexRow(RecordTable* table, const IndexRowSource& row);
+void addShardRow(RecordTable* table, const ShardRowSource& row);
 
-/// The section's rows as pointers, in order. They live as long as the table.
-std::vector<const IndexRecord*> sectionRecords(const RecordTable& table, Section section);
+/// Appends a row of our own making to a segment of kWritten. Nothing is added once 4 GiB are written.
+void writeRow(RecordTable* table, std::string_view term, std::span<const std::string_view> fields);
 
-/// The rows of the section whose term equals `term` or, with `contains`, is a substring of `term`, in order. Note the
-/// direction: the text that is asked about holds the row's term, not the term the text.
-std::vector<const IndexRecord*> filterRecords(const RecordTable& table, Section section, std::string_view term,
-                                              bool contains);
+/// After the last row: pointers are settled.
+void finishTable(RecordTable* table);
 
-/// Scene key to the number of the scene's master row: the first row of the section "scene" with 11 fields or more, that
-/// key and the kind "category".
-const std::map<std::string_view, std::uint32_t>& sceneMasterRows(const RecordTable& table);
+/// Parses what lies behind the seal of a pack and keeps the payload for the rows. `unread` gets the parts of it that
+/// nothing is taken from. For `digests` see parseRulePackPayload.
+/// Errors: those of the payload, the binary index and the location shards.
+bool readPayloadTable(SecureBlock payload, RulePack* pack, RecordTable* table, std::vector<ByteSpan>* unread,
+                      DigestBatch* digests, SemanticError* error);
+
+// --- Reading rows
+// -----------------------------------------------------------------------------------------------------
+
+std::string_view termOf(const RecordTable& table, std::uint32_t row);
+
+inline const RowSegment& segmentOf(const RecordTable& table, std::uint32_t row) {
+  return table.segments[table.rows[row].segment];
+}
+
+inline Section sectionOf(const RecordTable& table, std::uint32_t row) { return segmentOf(table, row).section; }
+
+SceneRow sceneRowAt(const RecordTable& table, std::uint32_t row);
+HumanRow humanRowAt(const RecordTable& table, std::uint32_t row);
+FacetRow facetRowAt(const RecordTable& table, std::uint32_t row);
+PlaceRow placeRowAt(const RecordTable& table, std::uint32_t row);
+CelebrityRow celebrityRowAt(const RecordTable& table, std::uint32_t row);
+
+/// A row as it is told: all of its fields as text. What the fields mean depends on the section.
+struct IndexRecord {
+  std::string_view section;  ///< "scene", "human", "celebrity", "location", "facet", or a shard's document name
+  std::string_view term;     ///< the text that is searched for
+  std::vector<std::string_view> fields;
+};
+
+/// Texts that a row implies and doesn't hold. They must outlive the record.
+using TextArena = std::deque<std::string>;
+
+IndexRecord recordAt(const RecordTable& table, std::uint32_t row, TextArena* arena);
+
+/// `term`, then 0x1F and the field for each field: two rows with one key are one row for the scene resolvers.
+std::string recordIdentityKey(const IndexRecord& record);
 
 }  // namespace corvenda

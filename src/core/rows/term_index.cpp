@@ -3,182 +3,382 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <numeric>
-#include <string>
+
+#include "rows/record_table.h"
 
 namespace corvenda {
 namespace {
 
-constexpr std::size_t kGatePrefix = 3;
-constexpr unsigned kLongBit = 63;
+// What `firstBytes` says of a byte, and `shortGate` of three.
+constexpr std::uint8_t kOneByte = 1;
+constexpr std::uint8_t kTwoBytes = 2;
+constexpr std::uint8_t kThreeBytes = 4;  // and the next two bits for four and five
+constexpr std::uint8_t kSixBytes = 32;
 
-std::uint64_t mix(std::uint64_t value) {
-  value *= 0x9E3779B97F4A7C15U;
-  return value ^ (value >> 29);
+/// The prefix that leads to the set of lengths: two Chinese characters.
+constexpr std::size_t kGatePrefix = 6;
+/// Lengths from here on share the last bit of the set, and stand in `longTerms`.
+constexpr std::size_t kLongLength = kGatePrefix + 47;
+constexpr std::uint64_t kLongBit = std::uint64_t{1} << 47U;
+constexpr std::uint64_t kLengthBits = 2 * kLongBit - 1;
+
+/// At most five eighths full, so that probes stay short.
+std::size_t tableCapacity(std::size_t count) { return count + count * 3 / 5 + 8; }
+
+/// A place in a table of `capacity`, from the hash's upper half; tags are taken from the lower.
+std::size_t placeOf(std::uint64_t hash, std::size_t capacity) {
+  return static_cast<std::size_t>(((hash >> 32U) * capacity) >> 32U);
 }
 
-std::uint64_t hashText(std::string_view text) {
-  std::uint64_t hash = text.size();
-  while (text.size() >= 8) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, text.data(), 8);
-    hash = mix(hash ^ word);
-    text.remove_prefix(8);
+std::uint32_t tagOf(std::uint64_t hash) { return static_cast<std::uint32_t>(hash); }
+
+std::size_t nextPlace(std::size_t place, std::size_t capacity) { return ++place == capacity ? 0 : place; }
+
+std::uint8_t firstByte(std::string_view text) { return static_cast<std::uint8_t>(text.front()); }
+
+std::size_t shortPlace(const TermIndex& index, std::string_view text) {
+  std::uint32_t bytes = 0;
+  std::memcpy(&bytes, text.data(), 3);
+  const std::uint64_t mixed = (bytes ^ index.seed.first) * (index.seed.second | 1U);
+  return static_cast<std::size_t>(mixed >> 40U) & (index.shortGate.size() - 1);
+}
+
+std::uint64_t gateHash(const TermIndex& index, std::string_view text) {
+  std::uint32_t front = 0;
+  std::uint16_t back = 0;
+  std::memcpy(&front, text.data(), 4);
+  std::memcpy(&back, text.data() + 4, 2);
+  const std::uint64_t bytes = front | static_cast<std::uint64_t>(back) << 32U;
+  return foldedProduct(bytes ^ index.seed.first, index.seed.second);
+}
+
+/// An entry of the gate without its lengths; never 0, which is an empty place.
+std::uint64_t gateTag(std::uint64_t hash) { return (hash << 48U) | std::uint64_t{1} << 48U; }
+
+std::size_t pairOf(std::string_view text) {
+  return firstByte(text) | static_cast<std::size_t>(static_cast<std::uint8_t>(text[1])) << 8U;
+}
+
+// --- Building
+// ---------------------------------------------------------------------------------------------------------
+
+void registerAtGate(TermIndex* index, std::string_view term) {
+  const std::uint64_t hash = gateHash(*index, term);
+  const std::size_t capacity = index->gate.size();
+  std::size_t place = placeOf(hash, capacity);
+  while (index->gate[place] != 0 && (index->gate[place] & ~kLengthBits) != gateTag(hash)) {
+    place = nextPlace(place, capacity);
   }
-  std::uint64_t rest = 0;
-  if (!text.empty()) std::memcpy(&rest, text.data(), text.size());
-  return mix(mix(hash ^ rest));
+  const std::uint64_t length = term.size() < kLongLength ? std::uint64_t{1} << (term.size() - kGatePrefix) : kLongBit;
+  index->gate[place] |= gateTag(hash) | length;
 }
 
-std::uint64_t prefixHash(const char* text) {
-  std::uint32_t word = 0;
-  std::memcpy(&word, text, kGatePrefix);
-  return mix(word) >> 16;
+void registerTerm(TermIndex* index, std::string_view term) {
+  std::uint8_t& first = index->firstBytes[firstByte(term)];
+  if (term.size() == 1) {
+    first |= kOneByte;
+  } else if (term.size() == 2) {
+    first |= kTwoBytes;
+    if (index->pairs.empty()) index->pairs.assign(65536 / 64, 0);
+    index->pairs[pairOf(term) / 64] |= std::uint64_t{1} << (pairOf(term) % 64);
+  } else {
+    first |= kThreeBytes;
+    const bool gated = term.size() >= kGatePrefix;
+    index->shortGate[shortPlace(*index, term)] |=
+        gated ? kSixBytes : static_cast<std::uint8_t>(kThreeBytes << (term.size() - 3));
+    if (gated) registerAtGate(index, term);
+  }
 }
 
-unsigned lengthBit(std::size_t length) { return length < kLongBit ? static_cast<unsigned>(length) : kLongBit; }
-
-/// The slot of `text`, or the empty slot where it would go. The table is never full.
-std::size_t findSlot(const TermIndex& index, std::string_view text) {
-  const std::size_t mask = index.slots.size() - 1;
-  std::size_t slot = hashText(text) & mask;
-  while (index.slots[slot] != 0 && index.terms[index.slots[slot] - 1].text != text) slot = (slot + 1) & mask;
-  return slot;
-}
-
-void registerLength(TermIndex* index, std::string_view term) {
-  index->maxLength = std::max(index->maxLength, term.size());
-  if (term.size() < kGatePrefix) {
-    index->hasShort[term.size()] = true;
+/// Adds a row, which comes after all rows that were added before.
+void addRow(const RecordTable& table, std::uint32_t row, SystemVector<std::uint32_t>* ring, TermIndex* index) {
+  const std::string_view term = termOf(table, row);
+  const std::uint64_t hash = keyedHash(term, index->seed);
+  const std::size_t capacity = index->slots.size();
+  const std::uint64_t slot = static_cast<std::uint64_t>(tagOf(hash)) << 32U | row;
+  std::size_t place = placeOf(hash, capacity);
+  for (; index->slots[place] != kEmptySlot; place = nextPlace(place, capacity)) {
+    const auto last = static_cast<std::uint32_t>(index->slots[place]);
+    if (index->slots[place] >> 32U != tagOf(hash) || termOf(table, last) != term) continue;
+    (*ring)[row] = (*ring)[last];
+    (*ring)[last] = row;
+    index->slots[place] = slot;
     return;
   }
-  const unsigned bit = lengthBit(term.size());
-  index->gate[prefixHash(term.data()) & (index->gate.size() - 1)] |= std::uint64_t{1} << bit;
-  if (bit == kLongBit) index->longTerms.push_back(term.size());
+  index->slots[place] = slot;
+  (*ring)[row] = row;
+  registerTerm(index, term);
 }
 
-/// The lengths that terms beginning like `text` can have; `text` has at least three bytes.
-std::uint64_t possibleLengths(const TermIndex& index, std::string_view text) {
-  return index.gate[prefixHash(text.data()) & (index.gate.size() - 1)];
+void collectLongTerms(const RecordTable& table, TermIndex* index) {
+  forEachTerm(*index, [&](std::uint32_t row) {
+    if (termOf(table, row).size() >= kLongLength) index->longTerms.push_back(row);
+  });
+  std::sort(index->longTerms.begin(), index->longTerms.end(),
+            [&](std::uint32_t a, std::uint32_t b) { return termOf(table, a) < termOf(table, b); });
 }
 
-/// Rows whose term is a prefix of `text`.
-void appendPrefixRows(const TermIndex& index, std::string_view text, std::vector<std::uint32_t>* found) {
-  for (std::size_t length = 1; length < kGatePrefix && length <= text.size(); ++length) {
-    if (index.hasShort[length]) appendEqualRows(index, text.substr(0, length), found);
+// --- Searching
+// --------------------------------------------------------------------------------------------------------
+
+/// Up to here a hit is looked for among all, from here on in a table.
+constexpr std::size_t kFewHits = 16;
+
+std::size_t hitPlace(const TermHits& hits, std::uint32_t row) {
+  const std::uint64_t mixed =
+      row * std::uint64_t{0x9E3779B97F4A7C15U};  // 2^64 / golden ratio: spreads numbers in a row
+  return static_cast<std::size_t>(mixed >> 32U) & (hits.places.size() - 1);
+}
+
+void putHitPlace(TermHits* hits, std::size_t position) {
+  std::size_t place = hitPlace(*hits, hits->terms[position].lastRow);
+  while (hits->places[place] != 0) place = (place + 1) & (hits->places.size() - 1);
+  hits->places[place] = static_cast<std::uint32_t>(position + 1);
+}
+
+bool isFound(const TermHits& hits, std::uint32_t lastRow) {
+  if (hits.terms.size() <= kFewHits) {
+    return std::any_of(hits.terms.begin(), hits.terms.end(),
+                       [&](const TermHit& hit) { return hit.lastRow == lastRow; });
   }
-  if (text.size() < kGatePrefix) return;
-  std::uint64_t lengths = possibleLengths(index, text);
-  for (; lengths != 0; lengths &= lengths - 1) {
-    const auto bit = static_cast<unsigned>(std::countr_zero(lengths));
-    if (bit == kLongBit) break;
-    if (bit > text.size()) return;
-    appendEqualRows(index, text.substr(0, bit), found);
+  for (std::size_t place = hitPlace(hits, lastRow); hits.places[place] != 0;) {
+    if (hits.terms[hits.places[place] - 1].lastRow == lastRow) return true;
+    place = (place + 1) & (hits.places.size() - 1);
   }
-  if (lengths == 0) return;
-  for (const std::size_t length : index.longTerms) {
-    if (length > text.size()) return;
-    appendEqualRows(index, text.substr(0, length), found);
+  return false;
+}
+
+/// Adds a term that is not found yet.
+void addHit(TermHits* hits, std::uint32_t lastRow, std::size_t position) {
+  hits->terms.push_back({lastRow, static_cast<std::uint32_t>(position)});
+  const std::size_t count = hits->terms.size();
+  if (count <= kFewHits) return;
+  if (count == kFewHits + 1 || 2 * count > hits->places.size()) {
+    hits->places.assign(4 * std::bit_ceil(count), 0);
+    for (std::size_t i = 0; i < count; ++i) putHitPlace(hits, i);
+  } else {
+    putHitPlace(hits, count - 1);
   }
 }
 
-bool runIsPossible(const TermIndex& index, std::string_view run) {
-  if (run.size() < kGatePrefix) return index.hasShort[run.size()];
-  return (possibleLengths(index, run) >> lengthBit(run.size()) & 1) != 0;
+/// The set of lengths from six bytes up that terms beginning like `text` can have.
+std::uint64_t gatedLengths(const TermIndex& index, std::string_view text) {
+  const std::uint64_t hash = gateHash(index, text);
+  const std::size_t capacity = index.gate.size();
+  for (std::size_t place = placeOf(hash, capacity); index.gate[place] != 0; place = nextPlace(place, capacity)) {
+    if ((index.gate[place] & ~kLengthBits) == gateTag(hash)) return index.gate[place] & kLengthBits;
+  }
+  return 0;
+}
+
+/// The longest long term of at most `limit` bytes that `text` begins with.
+std::optional<std::uint32_t> longestLongTerm(const RecordTable& table, const TermIndex& index, std::string_view text,
+                                             std::size_t limit) {
+  while (limit >= kLongLength) {
+    const std::string_view front = text.substr(0, limit);
+    const auto behind =
+        std::upper_bound(index.longTerms.begin(), index.longTerms.end(), front,
+                         [&](std::string_view key, std::uint32_t row) { return key < termOf(table, row); });
+    if (behind == index.longTerms.begin()) return std::nullopt;
+    const std::string_view term = termOf(table, *(behind - 1));
+    if (front.starts_with(term)) return *(behind - 1);
+    // Every term that `front` begins with is one that this term begins with, too: it ends before the two part.
+    limit = static_cast<std::size_t>(std::mismatch(front.begin(), front.end(), term.begin(), term.end()).first -
+                                     front.begin());
+  }
+  return std::nullopt;
+}
+
+/// Searches at one byte of a text for terms that begin there.
+struct Searcher {
+  const RecordTable& table;
+  const TermIndex& index;
+  TermHits* hits;
+};
+
+/// True if the search at this byte is over: the term was found before, and with it all that it begins with.
+bool addContained(const Searcher& searcher, std::uint32_t lastRow, std::size_t position) {
+  if (isFound(*searcher.hits, lastRow)) return true;
+  addHit(searcher.hits, lastRow, position);
+  return false;
+}
+
+bool addIfTerm(const Searcher& searcher, std::string_view text, std::size_t position) {
+  const auto term = findTerm(searcher.table, searcher.index, text);
+  return term && addContained(searcher, *term, position);
+}
+
+/// Terms of six bytes and more that `text` begins with, longest first.
+bool addGatedTerms(const Searcher& searcher, std::string_view text, std::size_t position) {
+  std::uint64_t lengths = gatedLengths(searcher.index, text);
+  if ((lengths & kLongBit) != 0) {
+    for (std::size_t limit = text.size();;) {
+      const auto term = longestLongTerm(searcher.table, searcher.index, text, limit);
+      if (!term) break;
+      if (addContained(searcher, *term, position)) return true;
+      limit = termOf(searcher.table, *term).size() - 1;
+    }
+    lengths ^= kLongBit;
+  }
+  while (lengths != 0) {
+    const std::size_t bit = static_cast<std::size_t>(std::bit_width(lengths)) - 1;
+    lengths ^= std::uint64_t{1} << bit;
+    if (bit + kGatePrefix > text.size()) continue;
+    if (addIfTerm(searcher, text.substr(0, bit + kGatePrefix), position)) return true;
+  }
+  return false;
+}
+
+void addContainedAt(const Searcher& searcher, std::string_view text, std::size_t position) {
+  const TermIndex& index = searcher.index;
+  const std::uint8_t kinds = index.firstBytes[firstByte(text)];
+  if (kinds == 0) return;
+  if ((kinds & kThreeBytes) != 0 && text.size() >= 3) {
+    const std::uint8_t lengths = index.shortGate[shortPlace(index, text)];
+    if ((lengths & kSixBytes) != 0 && text.size() >= kGatePrefix && addGatedTerms(searcher, text, position)) return;
+    for (std::size_t length = 5; length >= 3; --length) {
+      const bool possible = (lengths >> (length - 1) & 1U) != 0 && length <= text.size();
+      if (possible && addIfTerm(searcher, text.substr(0, length), position)) return;
+    }
+  }
+  if ((kinds & kTwoBytes) != 0 && text.size() >= 2 &&
+      (index.pairs[pairOf(text) / 64] >> (pairOf(text) % 64) & 1U) != 0 &&
+      addIfTerm(searcher, text.substr(0, 2), position)) {
+    return;
+  }
+  if ((kinds & kOneByte) != 0) addIfTerm(searcher, text.substr(0, 1), position);
+}
+
+/// The text without its blanks in `words`, and where its words end in it.
+void joinWords(std::string_view text, TermHits* hits) {
+  hits->words.clear();
+  hits->ends.clear();
+  hits->newRunLimits.clear();
+  for (std::size_t begin = 0; begin < text.size();) {
+    const std::size_t end = std::min(text.find(' ', begin), text.size());
+    if (end > begin) {
+      hits->words.append(text.substr(begin, end - begin));
+      hits->ends.push_back(static_cast<std::uint32_t>(hits->words.size()));
+    }
+    begin = end + 1;
+  }
+}
+
+/// Whether a term of this length, below that of long ones, may begin like `text`.
+bool mayBeTerm(const TermIndex& index, std::string_view text, std::size_t length, std::uint64_t gated) {
+  if (length >= kGatePrefix) return (gated >> (length - kGatePrefix) & 1U) != 0;
+  if (length >= 3) return (index.shortGate[shortPlace(index, text)] >> (length - 1) & 1U) != 0;
+  const std::uint8_t kinds = index.firstBytes[firstByte(text)];
+  return (kinds & (length == 2 ? kTwoBytes : kOneByte)) != 0;
+}
+
+void addRun(const Searcher& searcher, std::uint32_t lastRow, std::size_t position) {
+  if (!isFound(*searcher.hits, lastRow)) addHit(searcher.hits, lastRow, position);
+}
+
+/// Long terms that `text`, which begins at a word, begins with and that end where a word does. Nested ones that were
+/// found at an earlier word are passed over in one step.
+void addLongRuns(const Searcher& searcher, std::string_view text, std::size_t position) {
+  const std::vector<std::uint32_t>& ends = searcher.hits->ends;
+  auto& newRunLimits = searcher.hits->newRunLimits;
+  std::size_t* known = nullptr;  // the limit behind the first of a row of terms that are found
+  for (std::size_t limit = text.size();;) {
+    const auto term = longestLongTerm(searcher.table, searcher.index, text, limit);
+    if (known != nullptr) *known = limit;
+    if (!term) return;
+    const std::size_t length = termOf(searcher.table, *term).size();
+    limit = length - 1;
+    if (const auto found = newRunLimits.find(*term); found != newRunLimits.end()) {
+      limit = found->second;
+      if (known == nullptr) known = &found->second;
+      continue;
+    }
+    known = nullptr;
+    if (!std::binary_search(ends.begin(), ends.end(), static_cast<std::uint32_t>(position + length))) continue;
+    addHit(searcher.hits, *term, position);
+    newRunLimits.emplace(*term, limit);
+  }
+}
+
+/// Terms that begin at the word number `first`, which begins at `position`.
+void addRunsAt(const Searcher& searcher, std::size_t first, std::size_t position) {
+  const TermIndex& index = searcher.index;
+  const std::string_view text = std::string_view(searcher.hits->words).substr(position);
+  const bool gate = text.size() >= kGatePrefix && (index.firstBytes[firstByte(text)] & kThreeBytes) != 0 &&
+                    (index.shortGate[shortPlace(index, text)] & kSixBytes) != 0;
+  const std::uint64_t gated = gate ? gatedLengths(index, text) : 0;
+  if ((gated & kLongBit) != 0) addLongRuns(searcher, text, position);
+  for (std::size_t word = first; word < searcher.hits->ends.size(); ++word) {
+    const std::size_t length = searcher.hits->ends[word] - position;
+    if (length >= kLongLength) return;
+    if (!mayBeTerm(index, text, length, gated)) continue;
+    if (const auto term = findTerm(searcher.table, index, text.substr(0, length))) addRun(searcher, *term, position);
+  }
 }
 
 }  // namespace
 
-void buildTermIndex(const std::vector<IndexRecord>& records, const std::vector<std::uint32_t>& rowNumbers,
-                    TermIndex* index) {
-  *index = {};
-  if (rowNumbers.empty()) return;
-  // At most half full, so that probes stay short.
-  const std::size_t capacity = std::bit_ceil(2 * rowNumbers.size());
-  index->slots.assign(capacity, 0);
-  index->gate.assign(capacity, 0);
-  std::vector<std::uint32_t> termOfRow;
-  termOfRow.reserve(rowNumbers.size());
-  for (const std::uint32_t row : rowNumbers) {
-    const std::string_view term = records[row].term;
-    const std::size_t slot = findSlot(*index, term);
-    if (index->slots[slot] == 0) {
-      index->terms.push_back({term, 0, 0});
-      index->slots[slot] = static_cast<std::uint32_t>(index->terms.size());
-      registerLength(index, term);
-    }
-    termOfRow.push_back(index->slots[slot] - 1);
-    ++index->terms[termOfRow.back()].rowCount;
+void buildTermIndex(const RecordTable& table, bool (*isMember)(const RecordTable& table, std::uint32_t row),
+                    SystemVector<std::uint32_t>* ring, TermIndex* index) {
+  index->seed = hashSeed();
+  index->ring = ring;
+  const auto rowCount = static_cast<std::uint32_t>(table.rows.size());
+  std::size_t members = 0;
+  for (std::uint32_t row = 0; row < rowCount; ++row) members += isMember(table, row) ? 1U : 0U;
+  if (members == 0) return;
+  index->slots.assign(tableCapacity(members), kEmptySlot);
+  index->gate.assign(tableCapacity(members), 0);
+  index->shortGate.assign(std::clamp<std::size_t>(std::bit_ceil(4 * members), 256, 65536), 0);
+  bool anyLong = false;
+  for (std::uint32_t row = 0; row < rowCount; ++row) {
+    if (!isMember(table, row)) continue;
+    addRow(table, row, ring, index);
+    anyLong |= termOf(table, row).size() >= kLongLength;
   }
-  std::sort(index->longTerms.begin(), index->longTerms.end());
-  index->longTerms.erase(std::unique(index->longTerms.begin(), index->longTerms.end()), index->longTerms.end());
+  if (anyLong) collectLongTerms(table, index);
+}
 
-  std::uint32_t begin = 0;
-  for (TermIndex::Term& term : index->terms) {
-    term.firstRow = begin;
-    begin += term.rowCount;
-    term.rowCount = 0;
-  }
-  index->rows.resize(rowNumbers.size());
-  for (std::size_t i = 0; i < rowNumbers.size(); ++i) {
-    TermIndex::Term& term = index->terms[termOfRow[i]];
-    index->rows[term.firstRow + term.rowCount++] = rowNumbers[i];
+void findContainedTerms(const RecordTable& table, const TermIndex& index, std::string_view text, TermHits* hits) {
+  hits->terms.clear();
+  if (index.slots.empty()) return;
+  const Searcher searcher{table, index, hits};
+  for (std::size_t position = 0; position < text.size(); ++position) {
+    addContainedAt(searcher, text.substr(position), position);
   }
 }
 
-void buildTermIndex(const std::vector<IndexRecord>& records, TermIndex* index) {
-  std::vector<std::uint32_t> rowNumbers(records.size());
-  std::iota(rowNumbers.begin(), rowNumbers.end(), 0U);
-  buildTermIndex(records, rowNumbers, index);
-}
-
-void appendEqualRows(const TermIndex& index, std::string_view text, std::vector<std::uint32_t>* found) {
-  if (index.terms.empty()) return;
-  const std::uint32_t entry = index.slots[findSlot(index, text)];
-  if (entry == 0) return;
-  const TermIndex::Term& term = index.terms[entry - 1];
-  const auto begin = index.rows.begin() + term.firstRow;
-  found->insert(found->end(), begin, begin + term.rowCount);
-}
-
-void appendContainedRows(const TermIndex& index, std::string_view text, std::vector<std::uint32_t>* found) {
-  if (index.terms.empty()) return;
-  const std::size_t begin = found->size();
-  if (index.hasShort[0]) appendEqualRows(index, {}, found);
-  for (std::size_t i = 0; i < text.size(); ++i) appendPrefixRows(index, text.substr(i), found);
-  // A term may stand in the text more than once.
-  std::sort(found->begin() + static_cast<std::ptrdiff_t>(begin), found->end());
-  found->erase(std::unique(found->begin() + static_cast<std::ptrdiff_t>(begin), found->end()), found->end());
-}
-
-void appendWordRunRows(const TermIndex& index, std::string_view text, std::vector<std::uint32_t>* found) {
-  if (index.terms.empty()) return;
-  const std::size_t begin = found->size();
-  std::string joined;
-  joined.reserve(text.size());
-  std::vector<std::size_t> boundaries;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == ' ') continue;
-    if (i == 0 || text[i - 1] == ' ') boundaries.push_back(joined.size());
-    joined += text[i];
+void findWordRuns(const RecordTable& table, const TermIndex& index, std::string_view text, TermHits* hits) {
+  hits->terms.clear();
+  if (index.slots.empty()) return;
+  joinWords(text, hits);
+  const Searcher searcher{table, index, hits};
+  std::size_t position = 0;
+  for (std::size_t word = 0; word < hits->ends.size(); ++word) {
+    addRunsAt(searcher, word, position);
+    position = hits->ends[word];
   }
-  boundaries.push_back(joined.size());
-  const std::string_view words = joined;
-  for (std::size_t first = 0; first + 1 < boundaries.size(); ++first) {
-    for (std::size_t last = first + 1; last < boundaries.size(); ++last) {
-      const std::size_t length = boundaries[last] - boundaries[first];
-      if (length > index.maxLength) break;
-      const std::string_view run = words.substr(boundaries[first], length);
-      if (runIsPossible(index, run)) appendEqualRows(index, run, found);
-    }
-  }
-  std::sort(found->begin() + static_cast<std::ptrdiff_t>(begin), found->end());
-  found->erase(std::unique(found->begin() + static_cast<std::ptrdiff_t>(begin), found->end()), found->end());
 }
 
-void sortUnique(std::vector<std::uint32_t>* rowNumbers) {
-  std::sort(rowNumbers->begin(), rowNumbers->end());
-  rowNumbers->erase(std::unique(rowNumbers->begin(), rowNumbers->end()), rowNumbers->end());
+std::optional<std::uint32_t> findTerm(const RecordTable& table, const TermIndex& index, std::string_view text) {
+  if (index.slots.empty()) return std::nullopt;
+  const std::uint64_t hash = keyedHash(text, index.seed);
+  const std::size_t capacity = index.slots.size();
+  for (std::size_t place = placeOf(hash, capacity); index.slots[place] != kEmptySlot;
+       place = nextPlace(place, capacity)) {
+    if (index.slots[place] >> 32U != tagOf(hash)) continue;
+    const auto row = static_cast<std::uint32_t>(index.slots[place]);
+    if (termOf(table, row) == text) return row;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::uint32_t> findWholeTerm(const RecordTable& table, const TermIndex& index, std::string_view text) {
+  if (index.slots.empty() || text.empty() || index.firstBytes[firstByte(text)] == 0) return std::nullopt;
+  if (text.size() < kLongLength) {
+    const bool gate = text.size() >= kGatePrefix && (index.shortGate[shortPlace(index, text)] & kSixBytes) != 0;
+    if (!mayBeTerm(index, text, text.size(), gate ? gatedLengths(index, text) : 0)) return std::nullopt;
+  }
+  return findTerm(table, index, text);
 }
 
 }  // namespace corvenda

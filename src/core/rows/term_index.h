@@ -4,61 +4,105 @@
 //
 //     for (row : rows) if (containsTerm(text, row.term)) found.push_back(row);
 //
-// The index gives the same rows. It asks at each byte of the text which terms could begin there:
+// The index gives the same rows. At each byte of the text it asks which terms could begin there:
 //
-// 1. All distinct terms stand in an open-addressing hash table; rows with equal terms are one run of row numbers.
-// 2. A lookup for every substring would be quadratic, so a second table, the gate, maps the first three bytes of a term
-//    (a Chinese character in UTF-8) to the set of lengths that terms with this beginning have. Only those lengths are
-//    looked up. Entries of the gate may collide, which costs a lookup that finds nothing, never a missed row.
-// 3. Terms shorter than three bytes have no place in the gate and are looked up directly, if there are any.
+// 1. A byte that begins no term is passed over. What is left in a Chinese text are the first bytes of characters.
+// 2. The first three bytes (a Chinese character in UTF-8) lead to a byte that says whether terms of three, four or five
+//    bytes begin so, or longer ones.
+// 3. For longer ones the first six bytes lead to the set of lengths that such terms have. Entries carry a tag of 16
+// bits,
+//    so that a foreign prefix rarely passes; if one does, it costs a look-up that finds nothing, never a missed row.
+// 4. Each possible length, the longest first, is one look-up in a hash table of eight bytes a term (a tag and a row),
+//    and a term that carries the tag is compared. A term that was found before in this text ends the search at this
+//    byte: what it begins with was found with it. So nested terms cost once what they cost a plain loop.
+// 5. Terms of 53 bytes and more, which titles hardly hold, stand in sorted order, and a binary search finds those that
+//    a text begins with, however many lengths they have.
+//
+// A search for runs of whole words is the same search at the beginnings of words in the text without its blanks, for
+// the lengths that end where a word does.
+//
+// Hashes are seeded (base/keyed_hash.h): who writes the terms can't choose where they fall.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
-#include "pack/pack_records.h"
+#include "base/keyed_hash.h"
+#include "base/system_vector.h"
 
 namespace corvenda {
 
-/// Plain data; built once by `buildTermIndex` and only read afterwards. It points into the records it was built from,
-/// which must outlive it and stay where they are.
+struct RecordTable;
+
+/// Plain data; built once by `buildTermIndex` and only read afterwards. Rows with equal terms form a ring: each names
+/// the next, the last names the first, and the hash table holds the last.
 struct TermIndex {
-  struct Term {
-    std::string_view text;
-    std::uint32_t firstRow = 0;  ///< position in `rows`
-    std::uint32_t rowCount = 0;
-  };
-  std::vector<Term> terms;             ///< distinct terms in the order of their first row
-  std::vector<std::uint32_t> rows;     ///< row numbers, ascending within a term
-  std::vector<std::uint32_t> slots;    ///< hash table: position in `terms` plus 1, 0 for empty; a power of two
-  std::vector<std::uint64_t> gate;     ///< bit n: a term of n bytes begins like this; bit 63: a longer one
-  std::vector<std::size_t> longTerms;  ///< distinct lengths of 63 bytes and more, ascending
-  std::size_t maxLength = 0;           ///< bytes of the longest term
-  bool hasShort[3] = {};               ///< a term of 0, 1 or 2 bytes exists
+  HashSeed seed = {};
+  SystemVector<std::uint64_t> slots;  ///< 32 bits of tag, 32 of row; kEmptySlot for none
+  SystemVector<std::uint64_t> gate;  ///< 16 bits of tag, 48 of lengths: bit n for 6 + n bytes, the last for longer ones
+  std::vector<std::uint8_t> shortGate;   ///< by the first three bytes; see kThreeBytes and the others
+  std::vector<std::uint64_t> pairs;      ///< a bit for each term of two bytes; empty if there is none
+  std::uint8_t firstBytes[256] = {};     ///< whether terms of one byte, of two, or longer ones begin so
+  std::vector<std::uint32_t> longTerms;  ///< last rows of the terms of 53 bytes and more, by the bytes of the term
+  const SystemVector<std::uint32_t>* ring = nullptr;  ///< next row with the same term
+  SystemVector<std::uint32_t> ownRing;                ///< what `ring` is if it isn't shared
 };
 
-/// Indexes the terms of `records` at the given row numbers, which are ascending.
-void buildTermIndex(const std::vector<IndexRecord>& records, const std::vector<std::uint32_t>& rowNumbers,
-                    TermIndex* index);
+/// A term that stands in a text.
+struct TermHit {
+  std::uint32_t lastRow = 0;   ///< see `forEachRow`
+  std::uint32_t position = 0;  ///< first byte of its first occurrence; of a run of words: of its first word
+};
 
-/// Indexes the terms of all `records`.
-void buildTermIndex(const std::vector<IndexRecord>& records, TermIndex* index);
+/// What one search has found, each term once. Kept from title to title for its memory.
+struct TermHits {
+  std::vector<TermHit> terms;
+  std::vector<std::uint32_t> places;  ///< hash table over `terms`, in use once there are many
+  std::string words;                  ///< of a search for runs: the text without its blanks
+  std::vector<std::uint32_t> ends;    ///< and where its words end in it, ascending
+  /// For a long run that was found: the length from which on a shorter one may be new.
+  std::unordered_map<std::uint32_t, std::size_t> newRunLimits;
+};
 
-// Each of the following appends row numbers of `records` to `found`, a row at most once per call, in no useful order:
-// callers sort what they gathered.
+/// Indexes the rows of `table` for which `isMember` says so. The ring has a place for each row of the table.
+void buildTermIndex(const RecordTable& table, bool (*isMember)(const RecordTable& table, std::uint32_t row),
+                    SystemVector<std::uint32_t>* ring, TermIndex* index);
 
-/// Rows whose term equals `text`.
-void appendEqualRows(const TermIndex& index, std::string_view text, std::vector<std::uint32_t>* found);
+/// Terms that are substrings of `text`.
+void findContainedTerms(const RecordTable& table, const TermIndex& index, std::string_view text, TermHits* hits);
 
-/// Rows whose term is a substring of `text`; an empty term is one of every text.
-void appendContainedRows(const TermIndex& index, std::string_view text, std::vector<std::uint32_t>* found);
+/// Terms that are runs of whole words of `text` joined without blanks (see `matchesWordRun`).
+void findWordRuns(const RecordTable& table, const TermIndex& index, std::string_view text, TermHits* hits);
 
-/// Rows whose term is a run of whole words of `text` joined without blanks (see `matchesWordRun`).
-void appendWordRunRows(const TermIndex& index, std::string_view text, std::vector<std::uint32_t>* found);
+/// The last row of the term that equals `text`.
+std::optional<std::uint32_t> findTerm(const RecordTable& table, const TermIndex& index, std::string_view text);
 
-/// Ascending, each number once.
-void sortUnique(std::vector<std::uint32_t>* rowNumbers);
+/// The same for a text that is rarely a term, such as a whole title: its first bytes are looked at before it is hashed.
+std::optional<std::uint32_t> findWholeTerm(const RecordTable& table, const TermIndex& index, std::string_view text);
+
+constexpr std::uint64_t kEmptySlot = ~std::uint64_t{0};
+
+/// Calls `use(lastRow)` for each term, in no useful order.
+template <typename Use>
+void forEachTerm(const TermIndex& index, Use use) {
+  for (const std::uint64_t slot : index.slots) {
+    if (slot != kEmptySlot) use(static_cast<std::uint32_t>(slot));
+  }
+}
+
+/// Calls `use(row)` for each row of a term, ascending.
+template <typename Use>
+void forEachRow(const TermIndex& index, std::uint32_t lastRow, Use use) {
+  for (std::uint32_t row = lastRow;;) {
+    row = (*index.ring)[row];
+    use(row);
+    if (row == lastRow) return;
+  }
+}
 
 }  // namespace corvenda

@@ -1,68 +1,95 @@
 #include "scene/scene_intent.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "rows/title_rows.h"
+#include "scene/human_phrases.h"
+#include "scene/scene_candidates.h"
+#include "scene/scene_detail.h"
 #include "text/text_primitives.h"
-
-#include <set>
-
-#include "rows/lexicon_rows.h"
 
 namespace corvenda {
 namespace {
 
-/// The rows whose terms occur in either folded form of the title, in pack order for each form, each row once.
-void gatherSceneRows(const RecordTable& table, const TitleTexts& title, SceneCandidates* candidates) {
-  std::set<std::string> seenRows;
-  for (const std::string* text : {&title.compactRaw, &title.compactEnglish}) {
-    if (text->empty()) continue;
-    for (const IndexRecord* record : filterRecords(table, Section::kScene, *text, true)) {
-      if (seenRows.insert(recordIdentityKey(*record)).second) candidates->rows.push_back({record, {}});
-    }
+using FoundRows = std::vector<FoundRow>;
+
+/// The scene rows whose terms stand in `text`, in order. English rows count only as whole words of the English reading
+/// as the caller wrote it: this keeps a short word from firing inside a longer one. So of them only `englishRows` are
+/// looked at, and without an English reading there are none.
+FoundRows findSceneRows(const RecordTable& table, const FoundRows& englishRows, std::string_view text) {
+  FoundRows found;
+  TermHits hits;
+  findContainedTerms(table, nativeIndex(table), text, &hits);
+  for (const TermHit& hit : hits.terms) {
+    forEachRow(nativeIndex(table), hit.lastRow, [&](std::uint32_t row) {
+      if (sectionOf(table, row) == Section::kScene) found.push_back({row, hit.position});
+    });
+  }
+  for (const FoundRow& english : englishRows) {
+    const auto position = containsTerm(text, termOf(table, english.row));
+    if (position) found.push_back({english.row, static_cast<std::uint32_t>(*position)});
+  }
+  std::sort(found.begin(), found.end(), [](const FoundRow& a, const FoundRow& b) { return a.row < b.row; });
+  return found;
+}
+
+/// The rows whose terms stand in either folded form of the title, in pack order for each form, each row once.
+void gatherSceneRows(const RecordTable& table, const TitleTexts& title, const FoundRows& titleRows,
+                     SceneCandidates* candidates) {
+  FoundRows englishRows;
+  std::copy_if(titleRows.begin(), titleRows.end(), std::back_inserter(englishRows),
+               [&](const FoundRow& found) { return table.rows[found.row].english; });
+  const FoundRows inRaw = findSceneRows(table, englishRows, title.compactRaw);
+  for (const FoundRow& found : inRaw) {
+    addCandidate(table, found.row, sceneRowAt(table, found.row), found.position, candidates);
+  }
+  for (const FoundRow& found : findSceneRows(table, englishRows, title.compactEnglish)) {
+    const bool known = std::binary_search(inRaw.begin(), inRaw.end(), found,
+                                          [](const FoundRow& a, const FoundRow& b) { return a.row < b.row; });
+    if (!known) addCandidate(table, found.row, sceneRowAt(table, found.row), std::nullopt, candidates);
   }
 }
 
 /// Adds what the human phrases of the title imply, where the scene has a master row.
-void gatherHumanRows(const RecordTable& table, const TitleTexts& title, SceneCandidates* candidates) {
-  const auto& masters = sceneMasterRows(table);
-  for (const std::uint32_t number : possibleHumanRows(table, title)) {
-    const IndexRecord& human = table.records[number];
-    const HumanMatch match = matchHumanRow(human, title);
-    if (!match.any) continue;
-    const auto master = masters.find(human.fields[human_field::kSceneKey]);
-    if (master == masters.end()) continue;
-    // The row speaks for the whole title, not for the phrase. A third field, whatever it says, is what allows "en".
-    const bool english = match.plain && human.fields.size() > human_field::kCount;
-    addMadeUpRow(candidates, human.section, match.rawHit ? title.compactRaw : title.compactEnglish,
-                 human.fields[human_field::kSceneKey], human.fields[human_field::kDetail], "conflict",
-                 english ? "en" : "zh", table.records[master->second]);
+void gatherHumanRows(const RecordTable& table, const TitleTexts& title, const FoundRows& titleRows,
+                     SceneCandidates* candidates) {
+  std::vector<HumanMatch> matches;
+  matchHumanRows(table, title, titleRows, &matches);
+  for (const HumanMatch& match : matches) {
+    const auto master = findMasterRow(table, match.row.sceneKey);
+    if (!master) continue;
+    // A third field, whatever it says, is what allows "en".
+    const bool english = match.row.plain && match.row.fieldCount > human_field::kCount;
+    const std::string_view term = impliedTerm(match, title);
+    // What counts as English has to be whole words of the reading, here too.
+    if (english && !matchesWordRun(title.english, term)) continue;
+    addImpliedRow({term, match.row.sceneKey, match.row.detail, SceneKind::kConflict, english},
+                  sceneRowAt(table, *master), title, candidates);
   }
-}
-
-/// An English alias counts only as whole words of the English reading as the caller wrote it: this keeps a short word
-/// from firing inside a longer one. Without an English reading all "en" rows go.
-void dropPartialEnglishRows(const TitleTexts& title, SceneCandidates* candidates) {
-  std::erase_if(candidates->rows, [&](const SceneCandidate& candidate) {
-    return fieldOrEmpty(*candidate.record, scene_field::kLang) == "en" &&
-           !matchesWordRun(title.english, candidate.record->term);
-  });
 }
 
 }  // namespace
 
-SceneAnswer resolveSceneIntent(const RecordTable& table, const TitleTexts& title, SceneCandidates* candidates) {
-  gatherSceneRows(table, title, candidates);
-  gatherHumanRows(table, title, candidates);
-  dropPartialEnglishRows(title, candidates);
+SceneAnswer resolveSceneIntent(const RecordTable& table, const TitleTexts& title) {
+  TitleSearch search;
+  TitleRows rows;
+  findTitleRows(table, title, &search, &rows);
+  SceneCandidates candidates;
+  gatherSceneRows(table, title, rows.scenes, &candidates);
+  gatherHumanRows(table, title, rows.humans, &candidates);
   // Positions are found in the compacted title and counted in the title as written: the prefix is taken from the
   // spelling with its blanks, so it is shorter than it looks.
-  sortCandidates(candidates, title, title.raw);
-  promoteWholeTitle(candidates, title);
+  sortCandidates(&candidates, title.raw);
+  promoteWholeTitle(&candidates, title);
   SceneAnswer answer;
-  if (candidates->rows.empty()) return answer;
+  if (candidates.rows.empty()) return answer;
 
-  const auto& [top, order] = candidates->rows.front();
-  answer.sceneKey = fieldOrEmpty(*top, scene_field::kKey);
-  answer.sceneDetail = chooseDetail(*candidates, title, answer.sceneKey, fieldOrEmpty(*top, scene_field::kDetail));
-  answer.hit = IntentHit{top->term, fieldOrEmpty(*top, scene_field::kLang), order.rank, order.score,
-                         makeSceneEntry(*top, answer.sceneKey, answer.sceneDetail)};
+  const SceneCandidate& top = candidates.rows.front();
+  answer.sceneKey = top.row.key;
+  answer.sceneDetail = chooseDetail(candidates, title, answer.sceneKey, top.row.detail);
+  answer.hit = IntentHit{top.row.term, top.row.lang, rankOf(top.row.kind), top.score,
+                         makeSceneEntry(top.row, answer.sceneKey, answer.sceneDetail)};
   return answer;
 }
 

@@ -1,13 +1,16 @@
 #include "text/term_score.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "text/text_primitives.h"
 
 namespace corvenda {
 
-double earlyScore(double full, std::uint64_t prefixCharacters) {
-  return std::max(full - std::min(static_cast<double>(prefixCharacters), full), 0.0);
+double earlyScore(double full, std::string_view prefix) {
+  // Characters beyond `full` change nothing, and a prefix may be long.
+  const auto characters = static_cast<double>(countCharacters(prefix, static_cast<std::uint64_t>(full)));
+  return std::max(full - std::min(characters, full), 0.0);
 }
 
 double lengthScore(std::string_view term, double factor, double cap) {

@@ -1,13 +1,13 @@
 // The parts of which all scores of terms are made. Every constant that callers pass is part of the contract.
 #pragma once
 
-#include <cstdint>
 #include <string_view>
 
 namespace corvenda {
 
-/// How early a term stands: `full` at the start of the text, one less for each character in front, never below 0.
-double earlyScore(double full, std::uint64_t prefixCharacters);
+/// How early a term stands: `full` at the start of the text, one less for each character of `prefix`, the text before
+/// the term, and never below 0.
+double earlyScore(double full, std::string_view prefix);
 
 /// How long a term is: a factor a character, up to a cap.
 double lengthScore(std::string_view term, double factor, double cap);

@@ -1,6 +1,10 @@
 #include "text/text_primitives.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
+#include <limits>
+#include <numeric>
 
 namespace corvenda {
 namespace {
@@ -9,13 +13,20 @@ constexpr bool isPlainByte(char byte) { return (byte >= 'a' && byte <= 'z') || (
 
 }  // namespace
 
+void compactTerm(std::string_view text, std::string* compact) {
+  compact->resize(text.size());
+  char* out = compact->data();
+  for (const char byte : text) {
+    // Written in any case, and kept by going on: cheaper than a branch that titles make at random.
+    *out = byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+    out += static_cast<unsigned char>(byte) < 33 ? 0 : 1;
+  }
+  compact->resize(static_cast<std::size_t>(out - compact->data()));
+}
+
 std::string compactTerm(std::string_view text) {
   std::string compact;
-  compact.reserve(text.size());
-  for (const char byte : text) {
-    if (static_cast<unsigned char>(byte) < 33) continue;
-    compact += byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
-  }
+  compactTerm(text, &compact);
   return compact;
 }
 
@@ -29,9 +40,38 @@ bool hasNonAscii(std::string_view text) {
   return std::any_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) >= 128; });
 }
 
+std::uint64_t countCharacters(std::string_view text, std::uint64_t enough) {
+  constexpr std::uint64_t kTopBits = 0x8080808080808080U;
+  std::uint64_t count = 0;
+  for (; text.size() >= 8 && count < enough; text.remove_prefix(8)) {
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, text.data(), 8);
+    // A continuation byte has its top bit set and the next one clear.
+    count += 8 - static_cast<std::uint64_t>(std::popcount(bytes & ~(bytes << 1U) & kTopBits));
+  }
+  for (std::size_t i = 0; i < text.size() && i < 8 && count < enough; ++i) {
+    count += (static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80U ? 1U : 0U;
+  }
+  return std::min(count, enough);
+}
+
 std::uint64_t countCharacters(std::string_view text) {
-  return static_cast<std::uint64_t>(std::count_if(
-      text.begin(), text.end(), [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }));
+  return countCharacters(text, std::numeric_limits<std::uint64_t>::max());
+}
+
+std::vector<std::uint64_t> countCharactersBefore(std::string_view text, const std::vector<std::uint32_t>& positions) {
+  std::vector<std::size_t> order(positions.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return positions[a] < positions[b]; });
+  std::vector<std::uint64_t> counts(positions.size());
+  std::uint64_t count = 0;
+  std::size_t counted = 0;
+  for (const std::size_t i : order) {
+    count += countCharacters(text.substr(counted, positions[i] - counted));
+    counted = positions[i];
+    counts[i] = count;
+  }
+  return counts;
 }
 
 std::optional<std::size_t> containsTerm(std::string_view text, std::string_view term) {

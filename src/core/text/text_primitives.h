@@ -9,11 +9,15 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace corvenda {
 
 /// The term fold of the whole system: drops every byte below 33, lowers A to Z, keeps all else.
 std::string compactTerm(std::string_view text);
+
+/// The same into a string whose memory is used again.
+void compactTerm(std::string_view text, std::string* compact);
 
 /// True if every byte is a to z or 0 to 9; true for the empty text.
 bool isPlainToken(std::string_view text);
@@ -26,6 +30,12 @@ bool hasNonAscii(std::string_view text);
 
 /// Bytes that are not UTF-8 continuation bytes.
 std::uint64_t countCharacters(std::string_view text);
+
+/// The same, or `enough` if there are as many or more: the rest of the text is not looked at.
+std::uint64_t countCharacters(std::string_view text, std::uint64_t enough);
+
+/// For each position the characters of the text before it, in one pass over the text.
+std::vector<std::uint64_t> countCharactersBefore(std::string_view text, const std::vector<std::uint32_t>& positions);
 
 /// Byte position of the first occurrence of `term`; 0 for an empty term, also in an empty text.
 std::optional<std::size_t> containsTerm(std::string_view text, std::string_view term);

@@ -1,16 +1,15 @@
 #include "text/title.h"
 
-#include <utility>
-
 #include "text/text_primitives.h"
 
 namespace corvenda {
 
-TitleTexts makeTitleTexts(std::string raw, std::string english) {
-  TitleTexts title{std::move(raw), std::move(english), {}, {}};
-  title.compactRaw = compactTerm(title.raw);
-  title.compactEnglish = compactTerm(title.english);
-  return title;
+void fillTitle(std::string_view raw, std::string_view english, TitleTexts* title) {
+  title->raw = raw;
+  title->english = english;
+  compactTerm(raw, &title->compactRaw);
+  compactTerm(english, &title->compactEnglish);
+  title->nonAscii = hasNonAscii(raw);
 }
 
 }  // namespace corvenda

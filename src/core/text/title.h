@@ -2,17 +2,20 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace corvenda {
 
-/// A title in its two forms and their folds.
+/// A title in its two forms and their folds. The two forms belong to the caller and must outlive it; it may be filled
+/// again and again, for the memory of its folds.
 struct TitleTexts {
-  std::string raw;             ///< as the library has it
-  std::string english;         ///< the caller's "normalizedEnglish", words separated by blanks; may be empty
+  std::string_view raw;        ///< as the library has it
+  std::string_view english;    ///< the caller's "normalizedEnglish", words separated by blanks; may be empty
   std::string compactRaw;      ///< compactTerm(raw)
   std::string compactEnglish;  ///< compactTerm(english)
+  bool nonAscii = false;       ///< hasNonAscii(raw)
 };
 
-TitleTexts makeTitleTexts(std::string raw, std::string english);
+void fillTitle(std::string_view raw, std::string_view english, TitleTexts* title);
 
 }  // namespace corvenda

@@ -1,0 +1,54 @@
+// What a batch resolves against: the packs and the caller's rows, loaded in the order in which a call can see them.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/semantic_error.h"
+#include "cache/semantic_cache.h"
+#include "rows/record_table.h"
+
+namespace corvenda {
+
+/// The steps in which the caller's own code runs, between the loads: it reads the options of the call, and options can
+/// have getters that do anything, also load another pack or replace a file.
+struct BatchCaller {
+  /// Adds the rows of "sceneOverlay". `base` has the scene rows that an override may take its scene's data from.
+  std::function<void(const RecordTable& base, RecordTable* rows)> readSceneOverlay;
+  /// Reads path and root of the overlay pack; an empty path for none. False ends the call, with the caller's own words.
+  std::function<bool(std::string* path, std::string* root)> readOverlayPack;
+  /// Adds the rows of "locationOverlay".
+  std::function<void(RecordTable* rows)> readLocationOverlay;
+};
+
+/// A table of the lexicon, and what is asked of it.
+struct BatchPart {
+  const RecordTable* table = nullptr;
+  bool scenes = false;
+  bool places = false;
+  bool humans = false;  ///< and identities
+};
+
+/// Immutable once opened, and the call's own: rows are shared with the cache, so they stay whatever is loaded
+/// meanwhile.
+struct BatchLexicon {
+  std::shared_ptr<const LoadedPack> sceneBase;     ///< the base pack as its scene rows were read
+  std::shared_ptr<const LoadedPack> base;          ///< as it was after "sceneOverlay": human, facet and place rows
+  std::shared_ptr<const LoadedPack> sceneOverlay;  ///< the overlay pack as its scene rows were read; may be null
+  std::shared_ptr<const LoadedPack> placeOverlay;  ///< as it was after "locationOverlay"; may be null
+  RecordTable caller;                              ///< scene and place rows of the caller
+  std::vector<BatchPart> parts;                    ///< in the order in which their rows speak: base, caller, overlay
+};
+
+/// Loads the packs and lets the caller read its overlays, in the order in which they can fail.
+/// Errors: those of the loader; none if `readOverlayPack` has ended the call.
+bool openBatchLexicon(const std::string& packPath, const std::string& allowedRoot, const BatchCaller& caller,
+                      BatchLexicon* lexicon, SemanticError* error);
+
+/// The scene's master row: the first one in the order of the lexicon. False if there is none.
+bool findMaster(const BatchLexicon& lexicon, std::string_view sceneKey, SceneRow* master);
+
+}  // namespace corvenda

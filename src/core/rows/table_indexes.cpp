@@ -1,0 +1,191 @@
+#include "rows/table_indexes.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "rows/record_table.h"
+
+namespace corvenda {
+namespace {
+
+// --- Members of the indexes
+// -------------------------------------------------------------------------------------------
+
+/// Rows of these sections are looked for in the title's own text, or as words of its English reading.
+bool isTwofold(Section section) {
+  return section == Section::kScene || section == Section::kLocation || section == Section::kHuman;
+}
+
+bool isForWords(const RowEntry& entry, Section section) {
+  return section == Section::kHuman ? entry.plain : entry.english;
+}
+
+bool isNative(const RecordTable& table, std::uint32_t row) {
+  const Section section = sectionOf(table, row);
+  return isTwofold(section) && !isForWords(table.rows[row], section);
+}
+
+bool isEnglish(const RecordTable& table, std::uint32_t row) {
+  const Section section = sectionOf(table, row);
+  return isTwofold(section) && isForWords(table.rows[row], section);
+}
+
+bool isCelebrity(const RecordTable& table, std::uint32_t row) { return sectionOf(table, row) == Section::kCelebrity; }
+bool isFacet(const RecordTable& table, std::uint32_t row) { return sectionOf(table, row) == Section::kFacet; }
+bool isIdentity(const RecordTable& table, std::uint32_t row) { return table.rows[row].identity; }
+
+// --- Repeated rows
+// ----------------------------------------------------------------------------------------------------
+
+std::string identityKeyAt(const RecordTable& table, std::uint32_t row) {
+  TextArena arena;
+  return recordIdentityKey(recordAt(table, row, &arena));
+}
+
+/// Of rows with one term, those whose identity an earlier one has.
+void collectRepeated(const RecordTable& table, const std::vector<std::uint32_t>& rows,
+                     std::vector<std::uint32_t>* repeated) {
+  std::vector<std::pair<std::string, std::uint32_t>> keys;
+  keys.reserve(rows.size());
+  for (const std::uint32_t row : rows) keys.emplace_back(identityKeyAt(table, row), row);
+  std::sort(keys.begin(), keys.end());
+  for (std::size_t i = 1; i < keys.size(); ++i) {
+    if (keys[i].first == keys[i - 1].first) repeated->push_back(keys[i].second);
+  }
+}
+
+void findRepeated(const RecordTable& table, const TermIndex& index, std::vector<std::uint32_t>* repeated) {
+  std::vector<std::uint32_t> rows;
+  forEachTerm(index, [&](std::uint32_t lastRow) {
+    if ((*index.ring)[lastRow] == lastRow) return;
+    rows.clear();
+    forEachRow(index, lastRow, [&](std::uint32_t row) {
+      if (sectionOf(table, row) == Section::kScene) rows.push_back(row);
+    });
+    if (rows.size() > 1) collectRepeated(table, rows, repeated);
+  });
+  std::sort(repeated->begin(), repeated->end());
+}
+
+/// `repeated` may be null: only scene rows can be repeated.
+void makeOnce(const RecordTable& table, std::once_flag* made, bool (*isMember)(const RecordTable&, std::uint32_t),
+              TermIndex* index, std::vector<std::uint32_t>* repeated) {
+  TableIndexes& indexes = *table.indexes;
+  std::call_once(*made, [&] {
+    std::call_once(indexes.ringMade, [&] { indexes.ring.resize(table.rows.size()); });
+    buildTermIndex(table, isMember, &indexes.ring, index);
+    if (repeated != nullptr) findRepeated(table, *index, repeated);
+  });
+}
+
+// --- Filtering
+// --------------------------------------------------------------------------------------------------------
+
+void addRows(const RecordTable& table, Section section, const TermIndex& index, const TermHit& hit,
+             std::vector<FoundRow>* found) {
+  forEachRow(index, hit.lastRow, [&](std::uint32_t row) {
+    if (sectionOf(table, row) == section) found->push_back({row, hit.position});
+  });
+}
+
+void filterIndex(const RecordTable& table, Section section, const TermIndex& index, std::string_view text,
+                 bool contains, std::vector<FoundRow>* found) {
+  if (contains) {
+    TermHits hits;
+    findContainedTerms(table, index, text, &hits);
+    for (const TermHit& hit : hits.terms) addRows(table, section, index, hit, found);
+  } else if (const auto lastRow = findTerm(table, index, text)) {
+    addRows(table, section, index, {*lastRow, 0}, found);
+  }
+}
+
+void makeMasters(const RecordTable& table, std::map<std::string_view, std::uint32_t>* masters) {
+  std::string_view last;
+  for (std::uint32_t row = 0; row < table.rows.size(); ++row) {
+    if (!table.rows[row].master) continue;
+    const std::string_view key = sceneRowAt(table, row).key;
+    // The rows of a scene mostly follow one another.
+    if (key == last && !masters->empty()) continue;
+    last = masters->emplace(key, row).first->first;
+  }
+}
+
+}  // namespace
+
+const TermIndex& nativeIndex(const RecordTable& table) {
+  TableIndexes& indexes = *table.indexes;
+  makeOnce(table, &indexes.nativeMade, isNative, &indexes.native, &indexes.repeatedNative);
+  return indexes.native;
+}
+
+const TermIndex& englishIndex(const RecordTable& table) {
+  TableIndexes& indexes = *table.indexes;
+  makeOnce(table, &indexes.englishMade, isEnglish, &indexes.english, &indexes.repeatedEnglish);
+  return indexes.english;
+}
+
+const TermIndex& celebrityIndex(const RecordTable& table) {
+  makeOnce(table, &table.indexes->celebrityMade, isCelebrity, &table.indexes->celebrity, nullptr);
+  return table.indexes->celebrity;
+}
+
+const TermIndex& facetIndex(const RecordTable& table) {
+  makeOnce(table, &table.indexes->facetMade, isFacet, &table.indexes->facet, nullptr);
+  return table.indexes->facet;
+}
+
+const TermIndex& identityIndex(const RecordTable& table) {
+  TableIndexes& indexes = *table.indexes;
+  std::call_once(indexes.identityMade, [&] {
+    indexes.identity.ownRing.resize(table.rows.size());
+    buildTermIndex(table, isIdentity, &indexes.identity.ownRing, &indexes.identity);
+  });
+  return indexes.identity;
+}
+
+void makeIndexes(const RecordTable& table) {
+  nativeIndex(table);
+  englishIndex(table);
+  celebrityIndex(table);
+  facetIndex(table);
+  identityIndex(table);
+  findMasterRow(table, {});
+}
+
+std::vector<FoundRow> filterRecords(const RecordTable& table, Section section, std::string_view term, bool contains) {
+  std::vector<FoundRow> found;
+  if (section == Section::kCelebrity) {
+    filterIndex(table, section, celebrityIndex(table), term, contains, &found);
+  } else if (section == Section::kFacet) {
+    filterIndex(table, section, facetIndex(table), term, contains, &found);
+  } else {
+    filterIndex(table, section, nativeIndex(table), term, contains, &found);
+    filterIndex(table, section, englishIndex(table), term, contains, &found);
+  }
+  std::sort(found.begin(), found.end(), [](const FoundRow& a, const FoundRow& b) { return a.row < b.row; });
+  return found;
+}
+
+std::vector<std::uint32_t> positionsOf(const std::vector<FoundRow>& found) {
+  std::vector<std::uint32_t> positions;
+  positions.reserve(found.size());
+  for (const FoundRow& row : found) positions.push_back(row.position);
+  return positions;
+}
+
+std::optional<std::uint32_t> findMasterRow(const RecordTable& table, std::string_view sceneKey) {
+  TableIndexes& indexes = *table.indexes;
+  std::call_once(indexes.mastersMade, [&] { makeMasters(table, &indexes.masters); });
+  const auto found = indexes.masters.find(sceneKey);
+  if (found == indexes.masters.end()) return std::nullopt;
+  return found->second;
+}
+
+bool isRepeated(const RecordTable& table, std::uint32_t row) {
+  const TableIndexes& indexes = *table.indexes;
+  const auto& repeated = table.rows[row].english ? indexes.repeatedEnglish : indexes.repeatedNative;
+  return !repeated.empty() && std::binary_search(repeated.begin(), repeated.end(), row);
+}
+
+}  // namespace corvenda

@@ -1,0 +1,66 @@
+// The indexes over the terms of a table, and what is asked of them.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "base/system_vector.h"
+#include "rows/sections.h"
+#include "rows/term_index.h"
+
+namespace corvenda {
+
+/// One index for rows that are looked for in the same text, so that a title is walked once for all of them. Each is
+/// made at its first use, by whichever thread comes first.
+struct TableIndexes {
+  std::once_flag ringMade;
+  std::once_flag nativeMade;
+  std::once_flag englishMade;
+  std::once_flag celebrityMade;
+  std::once_flag facetMade;
+  std::once_flag identityMade;
+  std::once_flag mastersMade;
+  TermIndex native;     ///< scene and place rows that aren't English, human phrases that are no plain token
+  TermIndex english;    ///< scene and place rows that are English, human phrases that are a plain token
+  TermIndex celebrity;  ///< celebrity rows
+  TermIndex facet;      ///< facet rows
+  TermIndex identity;   ///< of these, English rows of the dimension "identity"
+  SystemVector<std::uint32_t> ring;  ///< of all but `identity`, which has its own: no row is in two of the others
+  std::vector<std::uint32_t> repeatedNative;  ///< see isRepeated; ascending
+  std::vector<std::uint32_t> repeatedEnglish;
+  std::map<std::string_view, std::uint32_t> masters;
+};
+
+const TermIndex& nativeIndex(const RecordTable& table);
+const TermIndex& englishIndex(const RecordTable& table);
+const TermIndex& celebrityIndex(const RecordTable& table);
+const TermIndex& facetIndex(const RecordTable& table);
+const TermIndex& identityIndex(const RecordTable& table);
+
+/// Makes them all, so that no later call has to.
+void makeIndexes(const RecordTable& table);
+
+struct FoundRow {
+  std::uint32_t row = 0;
+  std::uint32_t position = 0;  ///< first byte of the term in the text
+};
+
+/// The rows of the section whose term equals `term` or, with `contains`, is a substring of `term`, in order. Note the
+/// direction: the text that is asked about holds the row's term, not the term the text.
+std::vector<FoundRow> filterRecords(const RecordTable& table, Section section, std::string_view term, bool contains);
+
+std::vector<std::uint32_t> positionsOf(const std::vector<FoundRow>& found);
+
+/// The number of the scene's master row: the first row of the section "scene" with 11 fields or more, that key and the
+/// kind "category".
+std::optional<std::uint32_t> findMasterRow(const RecordTable& table, std::string_view sceneKey);
+
+/// True for a scene row whose term and fields an earlier scene row of the table has: for the scene resolvers the two
+/// are one row. To be asked after the index was used that the row is in.
+bool isRepeated(const RecordTable& table, std::uint32_t row);
+
+}  // namespace corvenda

@@ -1,0 +1,68 @@
+// The rows that speak for a title: gathered, ordered, and the one that is the whole title put first.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "base/keyed_hash.h"
+#include "rows/record_table.h"
+#include "scene/scene_score.h"
+#include "text/title.h"
+
+namespace corvenda {
+
+/// A row of a table, or one made up on the way.
+struct SceneCandidate {
+  SceneRow row;
+  std::optional<std::uint32_t> position;  ///< first byte of the term in the compacted title, if it stands there
+  double score = 0;                       ///< once sorted
+  const RecordTable* table = nullptr;     ///< null for a row made up
+  std::uint32_t number = 0;               ///< of the row in the table
+};
+
+/// The candidates of one title. Kept from title to title for its memory.
+struct SceneCandidates {
+  std::vector<SceneCandidate> rows;
+  /// Identities of all rows taken so far, in use once rows of another table or odd terms make it necessary: within a
+  /// table each row knows whether it repeats another.
+  std::unordered_set<std::string, KeyedHash> seenRows;
+};
+
+void clearCandidates(SceneCandidates* candidates);
+
+/// Adds a row of `table` unless a candidate is the same row: same term, same fields.
+void addCandidate(const RecordTable& table, std::uint32_t number, const SceneRow& row,
+                  std::optional<std::uint32_t> position, SceneCandidates* candidates);
+
+/// What a human phrase or an identity implies.
+struct ImpliedScene {
+  std::string_view term;
+  std::string_view key;
+  std::string_view detail;
+  SceneKind kind = SceneKind::kConflict;
+  bool english = false;
+};
+
+/// Adds the row that is implied: no priority, and the scene's data from its master row.
+void addImpliedRow(const ImpliedScene& implied, const SceneRow& master, const TitleTexts& title,
+                   SceneCandidates* candidates);
+
+/// The text that a row is held against as a whole: the compacted English for rows tagged "en", else the compacted
+/// title.
+std::string_view textOfRow(const SceneRow& row, const TitleTexts& title);
+
+/// Where a candidate's term stands in the text of the row.
+std::optional<std::size_t> positionInText(const SceneCandidate& candidate, const TitleTexts& title);
+
+/// Scores the candidates and sorts them by `sceneRowBefore`; candidates that tie in all of it stay in the order in
+/// which they were gathered. Characters before a term are counted in `positionText`.
+void sortCandidates(SceneCandidates* candidates, std::string_view positionText);
+
+/// Swaps the best row that equals its whole text to the front: highest rank, then longest term.
+void promoteWholeTitle(SceneCandidates* candidates, const TitleTexts& title);
+
+}  // namespace corvenda

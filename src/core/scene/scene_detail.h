@@ -1,0 +1,15 @@
+// The detail of a scene that a title speaks of.
+#pragma once
+
+#include <string_view>
+
+#include "scene/scene_candidates.h"
+
+namespace corvenda {
+
+/// The detail for `sceneKey`: that of the highest override that equals the whole text, else that of the best "detail"
+/// row, else `detail`.
+std::string_view chooseDetail(const SceneCandidates& candidates, const TitleTexts& title, std::string_view sceneKey,
+                              std::string_view detail);
+
+}  // namespace corvenda
