@@ -44,7 +44,9 @@ void askForRow(const RecordTable& table, std::uint32_t row) {
   };
   const Section section = sectionOf(table, row);
   if (section == Section::kScene) {
-    mustHold(sceneRowAt(table, row).priority == fieldOrEmpty(scene_field::kPriority));
+    SceneRow scene;
+    readSceneRow(table, row, &scene);
+    mustHold(scene.priority == fieldOrEmpty(scene_field::kPriority) && scene.key == firstFieldOf(table, row));
   } else if (section == Section::kLocation) {
     mustHold(placeRowAt(table, row).countryLabel == fieldOrEmpty(location_field::kCountryLabel));
     mustHold(placeRowAt(table, row).english == (fieldOrEmpty(location_field::kLang) == "en"));

@@ -84,7 +84,8 @@ TEST(SceneScore, OrderOfRows) {
   const RecordTable table = makeTable(rows);
   std::vector<SceneRowOrder> order;
   for (std::uint32_t i = 0; i < rows.size(); ++i) {
-    const SceneRow row = sceneRowAt(table, i);
+    SceneRow row;
+    readSceneRow(table, i, &row);
     order.push_back({rankOf(row.kind), sceneRowScore(row, std::nullopt, ""), row.term});
   }
   for (std::size_t i = 0; i < order.size(); ++i)

@@ -149,7 +149,8 @@ void readSceneCategory(SceneReader* reader, napi_value element) {
 void takeSceneData(const SceneReader& reader, SceneFields* fields) {
   const std::string& key = (*fields)[scene_field::kKey];
   if (const auto number = findMasterRow(reader.base, key)) {
-    const SceneRow master = sceneRowAt(reader.base, *number);
+    SceneRow master;
+    readSceneRow(reader.base, *number, &master);
     (*fields)[scene_field::kLabel] = master.label;
     (*fields)[scene_field::kArchiveLabel] = master.archiveLabel;
     (*fields)[scene_field::kArchiveCode] = master.archiveCode;

@@ -46,15 +46,12 @@ bool openBatchLexicon(const std::string& packPath, const std::string& allowedRoo
   return true;
 }
 
-bool findMaster(const BatchLexicon& lexicon, std::string_view sceneKey, SceneRow* master) {
+std::optional<MasterRow> findMaster(const BatchLexicon& lexicon, std::string_view sceneKey) {
   for (const BatchPart& part : lexicon.parts) {
     if (!part.scenes) continue;
-    const auto row = findMasterRow(*part.table, sceneKey);
-    if (!row) continue;
-    *master = sceneRowAt(*part.table, *row);
-    return true;
+    if (const auto row = findMasterRow(*part.table, sceneKey)) return MasterRow{part.table, *row};
   }
-  return false;
+  return std::nullopt;
 }
 
 }  // namespace corvenda

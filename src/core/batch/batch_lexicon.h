@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "base/semantic_error.h"
 #include "cache/semantic_cache.h"
 #include "rows/record_table.h"
+#include "scene/scene_candidates.h"
 
 namespace corvenda {
 
@@ -48,7 +50,7 @@ struct BatchLexicon {
 bool openBatchLexicon(const std::string& packPath, const std::string& allowedRoot, const BatchCaller& caller,
                       BatchLexicon* lexicon, SemanticError* error);
 
-/// The scene's master row: the first one in the order of the lexicon. False if there is none.
-bool findMaster(const BatchLexicon& lexicon, std::string_view sceneKey, SceneRow* master);
+/// The scene's master row: the first one in the order of the lexicon.
+std::optional<MasterRow> findMaster(const BatchLexicon& lexicon, std::string_view sceneKey);
 
 }  // namespace corvenda

@@ -30,25 +30,26 @@ constexpr double kInferredTravelScore = 52;
 
 /// Whether a row speaks for the title, whose term stands in the compacted title or, for an English row, is a run of
 /// words of the English reading.
-bool sceneRowMatches(const SceneRow& row, const TitleTexts& title) {
-  if (row.kind == SceneKind::kShort) {
-    if (row.english && title.nonAscii) return false;
-    if (row.term != textOfRow(row, title)) return false;
+bool sceneRowMatches(const RowEntry& entry, std::string_view term, const TitleTexts& title) {
+  if (static_cast<SceneKind>(entry.kind) == SceneKind::kShort) {
+    if (entry.english && title.nonAscii) return false;
+    if (term != (entry.english ? title.compactEnglish : title.compactRaw)) return false;
   }
-  return row.english || title.nonAscii || !row.plain || row.term == title.compactRaw;
+  return entry.english || title.nonAscii || !entry.plain || term == title.compactRaw;
 }
 
 void gatherSceneRows(const RecordTable& table, const std::vector<FoundRow>& rows, const TitleTexts& title,
                      SceneCandidates* candidates) {
   for (const FoundRow& found : rows) {
-    const SceneRow row = sceneRowAt(table, found.row);
-    if (!sceneRowMatches(row, title)) continue;
+    const RowEntry& entry = table.rows[found.row];
+    const std::string_view term = termOf(table, found.row);
+    if (!sceneRowMatches(entry, term, title)) continue;
     std::optional<std::uint32_t> position = found.position;
-    if (row.english) {
-      const auto place = containsTerm(title.compactRaw, row.term);
+    if (entry.english) {
+      const auto place = containsTerm(title.compactRaw, term);
       position = place ? std::optional(static_cast<std::uint32_t>(*place)) : std::nullopt;
     }
-    addCandidate(table, found.row, row, position, candidates);
+    addCandidate(table, found.row, position, candidates);
   }
 }
 
@@ -59,10 +60,9 @@ bool addHumanRow(const BatchLexicon& lexicon, const HumanMatch& match, const Tit
   if (human.sceneKey.empty()) return true;
   const bool exact =
       (match.rawHit && human.term == title.compactRaw) || (match.englishHit && human.term == title.compactEnglish);
-  SceneRow master;
-  if (findMaster(lexicon, human.sceneKey, &master)) {
+  if (const auto master = findMaster(lexicon, human.sceneKey)) {
     const SceneKind kind = exact ? SceneKind::kShort : SceneKind::kConflict;
-    addImpliedRow({impliedTerm(match, title), human.sceneKey, human.detail, kind, human.plain}, master, title,
+    addImpliedRow({impliedTerm(match, title), human.sceneKey, human.detail, kind, human.plain}, *master, title,
                   candidates);
   }
   return false;
@@ -82,9 +82,10 @@ void addIdentity(const BatchLexicon& lexicon, const FacetRow& facet, const Title
                  SceneCandidates* candidates) {
   const auto* const identity = std::find_if(std::begin(kCreatorIdentityTable), std::end(kCreatorIdentityTable),
                                             [&](const auto& row) { return row.facetKey == facet.facetKey; });
-  SceneRow master;
-  if (identity == std::end(kCreatorIdentityTable) || !findMaster(lexicon, identity->sceneKey, &master)) return;
-  addImpliedRow({facet.term, identity->sceneKey, identity->detail, SceneKind::kCompound, true}, master, title,
+  if (identity == std::end(kCreatorIdentityTable)) return;
+  const auto master = findMaster(lexicon, identity->sceneKey);
+  if (!master) return;
+  addImpliedRow({facet.term, identity->sceneKey, identity->detail, SceneKind::kCompound, true}, *master, title,
                 candidates);
 }
 
@@ -128,6 +129,12 @@ bool isTravelDiary(const SceneCandidates& candidates, const TitleTexts& title) {
   });
 }
 
+SceneEntry entryOf(const MasterRow& master, std::string_view sceneKey, std::string_view detail) {
+  SceneRow row;
+  readSceneRow(*master.table, master.number, &row);
+  return makeSceneEntry(row, sceneKey, detail);
+}
+
 /// The answer for a title without candidates: nothing, or the trip that the title's ending suggests.
 SceneAnswer answerFromTravel(const BatchLexicon& lexicon, const TitleTexts& title, const TravelInference& travel) {
   SceneAnswer answer{travel.sceneKey, travel.sceneDetail, {}};
@@ -135,9 +142,8 @@ SceneAnswer answerFromTravel(const BatchLexicon& lexicon, const TitleTexts& titl
   SceneEntry entry;
   entry.key = travel.sceneKey;
   entry.defaultDetail = travel.sceneDetail;
-  SceneRow master;
-  if (findMaster(lexicon, travel.sceneKey, &master)) {
-    entry = makeSceneEntry(master, travel.sceneKey, travel.sceneDetail);
+  if (const auto master = findMaster(lexicon, travel.sceneKey)) {
+    entry = entryOf(*master, travel.sceneKey, travel.sceneDetail);
   }
   answer.hit = IntentHit{title.raw, "zh", 0, kInferredTravelScore, entry};
   return answer;
@@ -157,11 +163,12 @@ SceneAnswer answerFromCandidates(const BatchLexicon& lexicon, const TitleTexts& 
     answer.sceneKey = travel.sceneKey;
     answer.sceneDetail = travel.sceneDetail;
   }
-  SceneRow entryRow = top.row;
-  const bool topIsOfScene = top.row.fieldCount > scene_field::kKey && top.row.key == answer.sceneKey;
-  if (!topIsOfScene) findMaster(lexicon, answer.sceneKey, &entryRow);
   answer.hit = IntentHit{top.row.term, top.row.lang, rankOf(top.row.kind), top.score,
-                         makeSceneEntry(entryRow, answer.sceneKey, answer.sceneDetail)};
+                         makeSceneEntry(top.row, answer.sceneKey, answer.sceneDetail)};
+  if (top.row.fieldCount > scene_field::kKey && top.row.key == answer.sceneKey) return answer;
+  if (const auto master = findMaster(lexicon, answer.sceneKey)) {
+    answer.hit->entry = entryOf(*master, answer.sceneKey, answer.sceneDetail);
+  }
   return answer;
 }
 
@@ -173,7 +180,7 @@ LocationAnswer resolvePlaces(const BatchLexicon& lexicon, const TitleTexts& titl
     scratch->places.push_back({lexicon.parts[i].table, &scratch->rows[i].places});
     any |= !scratch->rows[i].places.empty();
   }
-  return any ? resolveLocation(lexicon.base->table, scratch->places, title) : LocationAnswer();
+  return any ? resolveLocation(lexicon.base->table, scratch->places, title, &scratch->hits) : LocationAnswer();
 }
 
 }  // namespace

@@ -22,6 +22,7 @@ struct BatchScratch {
   TitleSearch search;
   std::vector<TitleRows> rows;  ///< of each part of the lexicon
   std::vector<PlaceRows> places;
+  std::vector<LocationHit> hits;
   std::vector<HumanMatch> humans;
   SceneCandidates candidates;
 };

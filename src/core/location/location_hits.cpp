@@ -187,27 +187,26 @@ bool isCuratedToo(const PlaceRow& row, Search* search) {
 // --- Hits
 // -------------------------------------------------------------------------------------------------------------
 
-/// `position`: of the term in the text of the row's language.
-LocationHit makeHit(const PlaceRow& row, std::optional<std::size_t> position, const TitleTexts& title) {
-  LocationHit hit{row, kNotFoundIndex, countCharacters(row.label), 0, 0};
+/// Scores a hit, whose term stands at `position` in the text of the row's language.
+void scoreHit(std::optional<std::size_t> position, const TitleTexts& title, LocationHit* hit) {
+  const PlaceRow& row = hit->row;
   const std::string_view text = row.english ? title.compactEnglish : title.compactRaw;
-  if (position) hit.firstIndex = countCharacters(text.substr(0, *position));
+  hit->firstIndex = position ? countCharacters(text.substr(0, *position)) : kNotFoundIndex;
   const std::uint64_t termChars = countCharacters(row.term);
-  hit.matchChars = isDatabase(row.source) ? termChars : hit.labelChars;
+  hit->labelChars = countCharacters(row.label);
+  hit->matchChars = isDatabase(row.source) ? termChars : hit->labelChars;
 
   const double weightScore = row.weightIsNumber ? kWeightFactor * row.weight : 0.0;
   const double perCharacter = row.source == LocationSource::kDatabaseNative ? 2.2 : 1.4;
   const double lengthScore = std::min(kMaxLengthScore, static_cast<double>(termChars) * perCharacter);
-  const double positionScore = kMaxPositionScore - std::min(static_cast<double>(hit.firstIndex), kMaxPositionScore);
-  hit.score = weightScore + baseScore(row.source) + lengthScore + positionScore;
-  return hit;
+  const double positionScore = kMaxPositionScore - std::min(static_cast<double>(hit->firstIndex), kMaxPositionScore);
+  hit->score = weightScore + baseScore(row.source) + lengthScore + positionScore;
 }
 
-/// A hit with what orders it: English after native, place in the title, table, row number.
-struct OrderedHit {
-  std::tuple<bool, std::size_t, std::size_t, std::uint32_t> order;
-  LocationHit hit;
-};
+/// English after native, place in the title, table, row number.
+bool foundBefore(const LocationHit& a, const LocationHit& b) {
+  return std::tie(a.row.english, a.place, a.part, a.number) < std::tie(b.row.english, b.place, b.part, b.number);
+}
 
 bool isCommonWord(std::string_view term) {
   return std::find(std::begin(kCommonWordTerms), std::end(kCommonWordTerms), term) != std::end(kCommonWordTerms);
@@ -215,34 +214,32 @@ bool isCommonWord(std::string_view term) {
 
 /// Tests a row whose term stands in the title, in the text of its language.
 void addHit(const PlaceRow& row, const FoundRow& found, std::size_t part, Search* search,
-            std::vector<OrderedHit>* hits) {
+            std::vector<LocationHit>* hits) {
   if (row.fieldCount < location_field::kCount) return;
   if (row.english && (row.section == "location-base" || isCommonWord(row.term))) return;
   if (!regionAllowed(row.section, search)) return;
   const auto place = lookupPlace(row, search);
   if (!place || (isDatabase(row.source) && isCuratedToo(row, search))) return;
-  const auto position =
-      row.english ? containsTerm(search->title.compactEnglish, row.term) : std::optional<std::size_t>(found.position);
-  hits->push_back({{row.english, *place, part, found.row}, makeHit(row, position, search->title)});
+  LocationHit& hit = hits->emplace_back();
+  hit.row = row;
+  hit.place = *place;
+  hit.part = part;
+  hit.number = found.row;
+  scoreHit(row.english ? containsTerm(search->title.compactEnglish, row.term) : found.position, search->title, &hit);
 }
 
 }  // namespace
 
-std::vector<LocationHit> findLocationHits(const RecordTable& base, std::span<const PlaceRows> places,
-                                          const TitleTexts& title) {
+void findLocationHits(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title,
+                      std::vector<LocationHit>* hits) {
+  hits->clear();
   Search search{base, title, {}, {}, {}, {}, {}, {}};
-  std::vector<OrderedHit> ordered;
   for (std::size_t part = 0; part < places.size(); ++part) {
     for (const FoundRow& found : *places[part].rows) {
-      addHit(placeRowAt(*places[part].table, found.row), found, part, &search, &ordered);
+      addHit(placeRowAt(*places[part].table, found.row), found, part, &search, hits);
     }
   }
-  if (ordered.empty()) return {};
-  std::sort(ordered.begin(), ordered.end(), [](const OrderedHit& a, const OrderedHit& b) { return a.order < b.order; });
-  std::vector<LocationHit> hits;
-  hits.reserve(ordered.size());
-  for (const OrderedHit& entry : ordered) hits.push_back(entry.hit);
-  return hits;
+  if (hits->size() > 1) std::sort(hits->begin(), hits->end(), foundBefore);
 }
 
 }  // namespace corvenda

@@ -25,6 +25,9 @@ struct LocationHit {
   std::uint64_t labelChars = 0;  ///< characters of the label
   std::uint64_t matchChars = 0;  ///< characters of the term for database rows, of the label for all others
   double score = 0;
+  std::size_t place = 0;     ///< first byte of what the row is looked up by, in the text of its language
+  std::size_t part = 0;      ///< position of its table in the list of places
+  std::uint32_t number = 0;  ///< of the row in the table
 };
 
 constexpr std::uint64_t kNotFoundIndex = 9999;
@@ -34,7 +37,7 @@ constexpr std::uint64_t kNotFoundIndex = 9999;
 /// rows of one place in the order of `places` and of their tables.
 ///
 /// Rows are found by their terms, and then tested for what they are looked up by: the label's first character or word.
-std::vector<LocationHit> findLocationHits(const RecordTable& base, std::span<const PlaceRows> places,
-                                          const TitleTexts& title);
+void findLocationHits(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title,
+                      std::vector<LocationHit>* hits);
 
 }  // namespace corvenda

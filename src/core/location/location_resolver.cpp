@@ -210,13 +210,14 @@ LocationMeta describe(const std::vector<LocationHit>& hits, std::string_view pri
 
 }  // namespace
 
-LocationAnswer resolveLocation(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title) {
+LocationAnswer resolveLocation(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title,
+                               std::vector<LocationHit>* hits) {
   LocationAnswer answer;
-  const std::vector<LocationHit> hits = findLocationHits(base, places, title);
-  if (hits.empty()) return answer;
-  answer.codes = selectCodes(hits, title);
+  findLocationHits(base, places, title, hits);
+  if (hits->empty()) return answer;
+  answer.codes = selectCodes(*hits, title);
   answer.found = true;
-  answer.meta = describe(hits, answer.codes.front());
+  answer.meta = describe(*hits, answer.codes.front());
   return answer;
 }
 

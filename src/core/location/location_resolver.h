@@ -39,7 +39,9 @@ struct LocationAnswer {
   std::optional<LocationMeta> meta;
 };
 
-/// `places` are the rows of each table whose terms stand in the title; `base` is the base pack's table.
-LocationAnswer resolveLocation(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title);
+/// `places` are the rows of each table whose terms stand in the title; `base` is the base pack's table. `hits` is kept
+/// from title to title for its memory.
+LocationAnswer resolveLocation(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title,
+                               std::vector<LocationHit>* hits);
 
 }  // namespace corvenda

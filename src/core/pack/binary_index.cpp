@@ -25,7 +25,6 @@ bool readRow(ByteReader& body, IndexRowSource* row, SemanticError* error) {
   if (!takeLengthAndText(body, &row->term) || row->term.empty()) {
     return fail(error, "semantic binary index term is invalid");
   }
-  row->body = body.data;
   if (!takeU16(body, &row->fieldCount)) return fail(error, "semantic binary index field header is invalid");
   row->fields = {};
   for (std::uint16_t i = 0; i < row->fieldCount; ++i) {

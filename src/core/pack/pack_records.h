@@ -43,7 +43,6 @@ struct IndexRowSource {
   std::array<std::string_view, kNamedFields> fields;  ///< the first ones; those that a shorter row lacks are empty
   std::uint16_t fieldCount = 0;
   const std::uint8_t* begin = nullptr;  ///< the length of the term
-  const std::uint8_t* body = nullptr;   ///< the count of the fields, behind the term
 };
 
 /// A record of a location shard while its document is read. All of it lies in the document.

@@ -1,6 +1,7 @@
 #include "rows/record_table.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -40,10 +41,6 @@ std::string_view takeText(const std::uint8_t** at) {
   return {text, length};
 }
 
-const std::uint8_t* bytesOf(const RecordTable& table, const RowSegment& segment) {
-  return segment.bytes != nullptr ? segment.bytes : table.written.data();
-}
-
 /// The first fields of a row; those that it lacks are empty. The weight of a shard's record is no text there.
 using NamedFields = std::array<std::string_view, kNamedFields>;
 
@@ -64,15 +61,30 @@ void readShardFields(const std::uint8_t* record, std::string_view* fields) {
   fields[location_field::kCountryLabel] = takeText<std::uint16_t>(&at);
 }
 
+/// The record of a row of a shard. Its weight stands in it, so the entry's number is free to say where it is.
+const std::uint8_t* recordOf(const RecordTable& table, const RowEntry& entry) {
+  return table.segments[entry.segment].bytes + entry.number[0];
+}
+
 /// Reads the first `count` fields, of which the row has as many.
 void readFieldsOf(const RecordTable& table, const RowEntry& entry, std::uint32_t count, std::string_view* fields) {
   const RowSegment& segment = table.segments[entry.segment];
-  const std::uint8_t* const body = bytesOf(table, segment) + entry.bodyAt;
+  const std::uint8_t* at = segment.bytes + entry.termAt;
   switch (segment.layout) {
-    case RowLayout::kIndex: return readFields<std::uint16_t>(body, count, fields);
-    case RowLayout::kShard: return readShardFields(body, fields);
-    case RowLayout::kWritten: return readFields<std::uint32_t>(body, count, fields);
+    case RowLayout::kIndex: takeText<std::uint16_t>(&at); return readFields<std::uint16_t>(at, count, fields);
+    case RowLayout::kShard: return readShardFields(recordOf(table, entry), fields);
+    case RowLayout::kWritten: takeText<std::uint32_t>(&at); return readFields<std::uint32_t>(at, count, fields);
   }
+}
+
+void setWeight(RowEntry* entry, double weight) { entry->number = std::bit_cast<std::array<std::uint32_t, 2>>(weight); }
+
+/// The number in the third field, or as much of it as is one.
+double weightOf(const RecordTable& table, const RowEntry& entry) {
+  if (table.segments[entry.segment].layout != RowLayout::kShard) return std::bit_cast<double>(entry.number);
+  const std::uint8_t* at = recordOf(table, entry);
+  takeText<std::uint16_t>(&at);
+  return roundToNumberText(static_cast<double>(loadInteger<float>(at + 1)));
 }
 
 NamedFields namedFields(const RecordTable& table, const RowEntry& entry) {
@@ -100,7 +112,9 @@ void describeRow(Section section, std::string_view term, const NamedFields& fiel
   entry->plain = isPlainToken(term);
   if (!hasWeight(section)) return;
   entry->english = fields[languageField(section)] == "en";
-  entry->weightIsNumber = parseNumber(fields[scene_field::kRowPriority], &entry->weight);
+  double weight = 0;
+  entry->weightIsNumber = parseNumber(fields[scene_field::kRowPriority], &weight);
+  setWeight(entry, weight);
   if (section == Section::kScene) {
     const SceneKind kind = sceneKindFromName(fields[scene_field::kKind]);
     entry->kind = static_cast<std::uint8_t>(kind);
@@ -115,6 +129,7 @@ void describeRow(Section section, std::string_view term, const NamedFields& fiel
 RowEntry& addEntry(RecordTable* table, std::string_view term) {
   RowEntry& entry = table->rows.emplace_back();
   entry.segment = static_cast<std::uint16_t>(table->segments.size() - 1);
+  entry.section = table->segments.back().section;
   if (term.find(kIdentitySeparator) != std::string_view::npos) table->hasIdentitySeparator = true;
   return entry;
 }
@@ -134,15 +149,13 @@ void appendSized(SecureBytes* bytes, std::string_view text) {
 
 void beginSegment(RecordTable* table, std::string_view name, Section section, RowLayout layout,
                   const std::uint8_t* bytes) {
-  const auto firstRow = static_cast<std::uint32_t>(table->rows.size());
-  table->segments.push_back({std::string(name), section, layout, bytes, firstRow, firstRow});
+  table->segments.push_back({std::string(name), section, layout, bytes});
 }
 
 void addIndexRow(RecordTable* table, const IndexRowSource& row) {
   RowEntry& entry = addEntry(table, row.term);
   const RowSegment& segment = table->segments.back();
   entry.termAt = static_cast<std::uint32_t>(row.begin - segment.bytes);
-  entry.bodyAt = static_cast<std::uint32_t>(row.body - segment.bytes);
   entry.fieldCount = row.fieldCount;
   describeRow(segment.section, row.term, row.fields, &entry);
 }
@@ -151,12 +164,11 @@ void addShardRow(RecordTable* table, const ShardRowSource& row) {
   RowEntry& entry = addEntry(table, row.alias);
   const RowSegment& segment = table->segments.back();
   entry.termAt = static_cast<std::uint32_t>(row.aliasBegin - segment.bytes);
-  entry.bodyAt = static_cast<std::uint32_t>(row.begin - segment.bytes);
+  entry.number[0] = static_cast<std::uint32_t>(row.begin - segment.bytes);
   entry.fieldCount = location_field::kCount;
   entry.english = row.englishFlag == 1;
   entry.kind =
       static_cast<std::uint8_t>(entry.english ? LocationSource::kDatabaseEnglish : LocationSource::kDatabaseNative);
-  entry.weight = roundToNumberText(row.weight);
   entry.weightIsNumber = true;
 }
 
@@ -168,7 +180,6 @@ void writeRow(RecordTable* table, std::string_view term, std::span<const std::st
   RowEntry& entry = addEntry(table, term);
   entry.termAt = static_cast<std::uint32_t>(bytes.size());
   appendSized<std::uint32_t>(&bytes, term);
-  entry.bodyAt = static_cast<std::uint32_t>(bytes.size());
   entry.fieldCount = static_cast<std::uint16_t>(fields.size());
   bytes.resize(bytes.size() + 4);  // the count stands in the entry
   for (const std::string_view field : fields) appendSized<std::uint32_t>(&bytes, field);
@@ -178,10 +189,8 @@ void writeRow(RecordTable* table, std::string_view term, std::span<const std::st
 }
 
 void finishTable(RecordTable* table) {
-  std::vector<RowSegment>& segments = table->segments;
-  for (std::size_t i = 0; i < segments.size(); ++i) {
-    segments[i].endRow =
-        i + 1 < segments.size() ? segments[i + 1].firstRow : static_cast<std::uint32_t>(table->rows.size());
+  for (RowSegment& segment : table->segments) {
+    if (segment.layout == RowLayout::kWritten) segment.bytes = table->written.data();
   }
 }
 
@@ -235,35 +244,34 @@ bool readPayloadTable(SecureBlock payload, RulePack* pack, RecordTable* table, s
 // --- Reading rows
 // -----------------------------------------------------------------------------------------------------
 
-std::string_view termOf(const RecordTable& table, std::uint32_t row) {
+std::string_view firstFieldOf(const RecordTable& table, std::uint32_t row) {
   const RowEntry& entry = table.rows[row];
-  const RowSegment& segment = table.segments[entry.segment];
-  const std::uint8_t* at = bytesOf(table, segment) + entry.termAt;
-  return segment.layout == RowLayout::kWritten ? takeText<std::uint32_t>(&at) : takeText<std::uint16_t>(&at);
+  if (entry.fieldCount == 0) return {};
+  NamedFields fields;
+  readFieldsOf(table, entry, 1, fields.data());
+  return fields[0];
 }
 
-SceneRow sceneRowAt(const RecordTable& table, std::uint32_t row) {
+void readSceneRow(const RecordTable& table, std::uint32_t row, SceneRow* scene) {
   const RowEntry& entry = table.rows[row];
   const NamedFields fields = namedFields(table, entry);
-  SceneRow scene;
-  scene.term = termOf(table, row);
-  scene.fieldCount = entry.fieldCount;
-  scene.key = fields[scene_field::kKey];
-  scene.detail = fields[scene_field::kDetail];
-  scene.rowPriority = fields[scene_field::kRowPriority];
-  scene.lang = fields[scene_field::kLang];
-  scene.label = fields[scene_field::kLabel];
-  scene.archiveLabel = fields[scene_field::kArchiveLabel];
-  scene.archiveCode = fields[scene_field::kArchiveCode];
-  scene.icon = fields[scene_field::kIcon];
-  scene.defaultDetail = fields[scene_field::kDefaultDetail];
-  scene.priority = fields[scene_field::kPriority];
-  scene.kind = static_cast<SceneKind>(entry.kind);
-  scene.english = entry.english;
-  scene.plain = entry.plain;
-  scene.priorityIsNumber = entry.weightIsNumber;
-  scene.priorityNumber = entry.weight;
-  return scene;
+  scene->term = termOf(table, row);
+  scene->fieldCount = entry.fieldCount;
+  scene->key = fields[scene_field::kKey];
+  scene->detail = fields[scene_field::kDetail];
+  scene->rowPriority = fields[scene_field::kRowPriority];
+  scene->lang = fields[scene_field::kLang];
+  scene->label = fields[scene_field::kLabel];
+  scene->archiveLabel = fields[scene_field::kArchiveLabel];
+  scene->archiveCode = fields[scene_field::kArchiveCode];
+  scene->icon = fields[scene_field::kIcon];
+  scene->defaultDetail = fields[scene_field::kDefaultDetail];
+  scene->priority = fields[scene_field::kPriority];
+  scene->kind = static_cast<SceneKind>(entry.kind);
+  scene->english = entry.english;
+  scene->plain = entry.plain;
+  scene->priorityIsNumber = entry.weightIsNumber;
+  scene->priorityNumber = weightOf(table, entry);
 }
 
 HumanRow humanRowAt(const RecordTable& table, std::uint32_t row) {
@@ -276,13 +284,9 @@ HumanRow humanRowAt(const RecordTable& table, std::uint32_t row) {
 FacetRow facetRowAt(const RecordTable& table, std::uint32_t row) {
   const RowEntry& entry = table.rows[row];
   const NamedFields fields = namedFields(table, entry);
-  return {termOf(table, row),
-          entry.fieldCount,
-          fields[facet_field::kDimension],
-          fields[facet_field::kFacetKey],
-          fields[facet_field::kLang],
-          entry.weightIsNumber,
-          entry.weight};
+  return {
+      termOf(table, row),         entry.fieldCount,     fields[facet_field::kDimension], fields[facet_field::kFacetKey],
+      fields[facet_field::kLang], entry.weightIsNumber, weightOf(table, entry)};
 }
 
 PlaceRow placeRowAt(const RecordTable& table, std::uint32_t row) {
@@ -298,7 +302,7 @@ PlaceRow placeRowAt(const RecordTable& table, std::uint32_t row) {
           static_cast<LocationSource>(entry.kind),
           entry.english,
           entry.weightIsNumber,
-          entry.weight};
+          weightOf(table, entry)};
 }
 
 CelebrityRow celebrityRowAt(const RecordTable& table, std::uint32_t row) {
@@ -320,7 +324,7 @@ IndexRecord recordAt(const RecordTable& table, std::uint32_t row, TextArena* are
   IndexRecord record{segment.name, termOf(table, row), std::vector<std::string_view>(entry.fieldCount)};
   readFieldsOf(table, entry, entry.fieldCount, record.fields.data());
   if (segment.layout == RowLayout::kShard) {
-    record.fields[location_field::kWeight] = arena->emplace_back(formatNumber(entry.weight));
+    record.fields[location_field::kWeight] = arena->emplace_back(formatNumber(weightOf(table, entry)));
   }
   return record;
 }

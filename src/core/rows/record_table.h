@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <deque>
 #include <memory>
 #include <span>
@@ -39,18 +40,16 @@ struct RowSegment {
   std::string name;  ///< of the section, as rows tell it
   Section section = Section::kScene;
   RowLayout layout = RowLayout::kIndex;
-  const std::uint8_t* bytes = nullptr;  ///< null while the bytes still grow: those of `RecordTable::written`
-  std::uint32_t firstRow = 0;
-  std::uint32_t endRow = 0;
+  const std::uint8_t* bytes = nullptr;  ///< of kWritten once the table is finished
 };
 
-/// What is known of a row without reading it.
+/// What is known of a row without reading it: 20 bytes, so that a million rows stay small beside their texts.
 struct RowEntry {
-  double weight = 0;          ///< the number in the third field, or as much of it as is one
-  std::uint32_t termAt = 0;   ///< the term's length, from the beginning of the segment's bytes
-  std::uint32_t bodyAt = 0;   ///< what follows the term; in a shard the record
-  std::uint16_t segment = 0;  ///< position in `RecordTable::segments`
+  std::array<std::uint32_t, 2> number = {};  ///< see weightOf, and bodyOf for rows of a shard
+  std::uint32_t termAt = 0;                  ///< the term's length, from the beginning of the segment's bytes
+  std::uint16_t segment = 0;                 ///< position in `RecordTable::segments`
   std::uint16_t fieldCount = 0;
+  Section section = Section::kScene;
   std::uint8_t kind = 0;            ///< SceneKind, or LocationSource
   bool weightIsNumber : 1 = false;  ///< the whole text is one
   bool english : 1 = false;         ///< the language field is "en"
@@ -58,6 +57,7 @@ struct RowEntry {
   bool identity : 1 = false;        ///< an English facet of the dimension "identity"
   bool master : 1 = false;          ///< of kind "category" with all fields: where a scene's own data is taken from
 };
+static_assert(sizeof(RowEntry) == 20);
 
 struct RecordTable {
   SecureBlock payload;  ///< of a pack
@@ -93,15 +93,32 @@ bool readPayloadTable(SecureBlock payload, RulePack* pack, RecordTable* table, s
 // --- Reading rows
 // -----------------------------------------------------------------------------------------------------
 
-std::string_view termOf(const RecordTable& table, std::uint32_t row);
-
 inline const RowSegment& segmentOf(const RecordTable& table, std::uint32_t row) {
   return table.segments[table.rows[row].segment];
 }
 
-inline Section sectionOf(const RecordTable& table, std::uint32_t row) { return segmentOf(table, row).section; }
+inline Section sectionOf(const RecordTable& table, std::uint32_t row) { return table.rows[row].section; }
 
-SceneRow sceneRowAt(const RecordTable& table, std::uint32_t row);
+/// Of a finished table.
+inline std::string_view termOf(const RecordTable& table, std::uint32_t row) {
+  const RowEntry& entry = table.rows[row];
+  const RowSegment& segment = table.segments[entry.segment];
+  const std::uint8_t* const at = segment.bytes + entry.termAt;
+  // All targets are little-endian, as the formats are.
+  if (segment.layout == RowLayout::kWritten) {
+    std::uint32_t length = 0;
+    std::memcpy(&length, at, sizeof length);
+    return {reinterpret_cast<const char*>(at + sizeof length), length};
+  }
+  std::uint16_t length = 0;
+  std::memcpy(&length, at, sizeof length);
+  return {reinterpret_cast<const char*>(at + sizeof length), length};
+}
+
+/// The first field of a row, empty if it has none: the key of a scene row.
+std::string_view firstFieldOf(const RecordTable& table, std::uint32_t row);
+
+void readSceneRow(const RecordTable& table, std::uint32_t row, SceneRow* scene);
 HumanRow humanRowAt(const RecordTable& table, std::uint32_t row);
 FacetRow facetRowAt(const RecordTable& table, std::uint32_t row);
 PlaceRow placeRowAt(const RecordTable& table, std::uint32_t row);

@@ -68,12 +68,19 @@ void findRepeated(const RecordTable& table, const TermIndex& index, std::vector<
   std::sort(repeated->begin(), repeated->end());
 }
 
+template <typename Make>
+void makeOnce(TableIndexes::Made* made, Make make) {
+  if (made->done.load(std::memory_order_acquire)) return;
+  std::call_once(made->once, make);
+  made->done.store(true, std::memory_order_release);
+}
+
 /// `repeated` may be null: only scene rows can be repeated.
-void makeOnce(const RecordTable& table, std::once_flag* made, bool (*isMember)(const RecordTable&, std::uint32_t),
-              TermIndex* index, std::vector<std::uint32_t>* repeated) {
-  TableIndexes& indexes = *table.indexes;
-  std::call_once(*made, [&] {
-    std::call_once(indexes.ringMade, [&] { indexes.ring.resize(table.rows.size()); });
+void makeIndex(const RecordTable& table, TableIndexes::Made* made, bool (*isMember)(const RecordTable&, std::uint32_t),
+               TermIndex* index, std::vector<std::uint32_t>* repeated) {
+  makeOnce(made, [&] {
+    TableIndexes& indexes = *table.indexes;
+    makeOnce(&indexes.ringMade, [&] { indexes.ring.resize(table.rows.size()); });
     buildTermIndex(table, isMember, &indexes.ring, index);
     if (repeated != nullptr) findRepeated(table, *index, repeated);
   });
@@ -100,11 +107,11 @@ void filterIndex(const RecordTable& table, Section section, const TermIndex& ind
   }
 }
 
-void makeMasters(const RecordTable& table, std::map<std::string_view, std::uint32_t>* masters) {
+void makeMasters(const RecordTable& table, std::unordered_map<std::string_view, std::uint32_t, KeyedHash>* masters) {
   std::string_view last;
   for (std::uint32_t row = 0; row < table.rows.size(); ++row) {
     if (!table.rows[row].master) continue;
-    const std::string_view key = sceneRowAt(table, row).key;
+    const std::string_view key = firstFieldOf(table, row);
     // The rows of a scene mostly follow one another.
     if (key == last && !masters->empty()) continue;
     last = masters->emplace(key, row).first->first;
@@ -115,29 +122,29 @@ void makeMasters(const RecordTable& table, std::map<std::string_view, std::uint3
 
 const TermIndex& nativeIndex(const RecordTable& table) {
   TableIndexes& indexes = *table.indexes;
-  makeOnce(table, &indexes.nativeMade, isNative, &indexes.native, &indexes.repeatedNative);
+  makeIndex(table, &indexes.nativeMade, isNative, &indexes.native, &indexes.repeatedNative);
   return indexes.native;
 }
 
 const TermIndex& englishIndex(const RecordTable& table) {
   TableIndexes& indexes = *table.indexes;
-  makeOnce(table, &indexes.englishMade, isEnglish, &indexes.english, &indexes.repeatedEnglish);
+  makeIndex(table, &indexes.englishMade, isEnglish, &indexes.english, &indexes.repeatedEnglish);
   return indexes.english;
 }
 
 const TermIndex& celebrityIndex(const RecordTable& table) {
-  makeOnce(table, &table.indexes->celebrityMade, isCelebrity, &table.indexes->celebrity, nullptr);
+  makeIndex(table, &table.indexes->celebrityMade, isCelebrity, &table.indexes->celebrity, nullptr);
   return table.indexes->celebrity;
 }
 
 const TermIndex& facetIndex(const RecordTable& table) {
-  makeOnce(table, &table.indexes->facetMade, isFacet, &table.indexes->facet, nullptr);
+  makeIndex(table, &table.indexes->facetMade, isFacet, &table.indexes->facet, nullptr);
   return table.indexes->facet;
 }
 
 const TermIndex& identityIndex(const RecordTable& table) {
   TableIndexes& indexes = *table.indexes;
-  std::call_once(indexes.identityMade, [&] {
+  makeOnce(&indexes.identityMade, [&] {
     indexes.identity.ownRing.resize(table.rows.size());
     buildTermIndex(table, isIdentity, &indexes.identity.ownRing, &indexes.identity);
   });
@@ -176,7 +183,7 @@ std::vector<std::uint32_t> positionsOf(const std::vector<FoundRow>& found) {
 
 std::optional<std::uint32_t> findMasterRow(const RecordTable& table, std::string_view sceneKey) {
   TableIndexes& indexes = *table.indexes;
-  std::call_once(indexes.mastersMade, [&] { makeMasters(table, &indexes.masters); });
+  makeOnce(&indexes.mastersMade, [&] { makeMasters(table, &indexes.masters); });
   const auto found = indexes.masters.find(sceneKey);
   if (found == indexes.masters.end()) return std::nullopt;
   return found->second;

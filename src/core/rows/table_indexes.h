@@ -1,13 +1,15 @@
 // The indexes over the terms of a table, and what is asked of them.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <map>
 #include <mutex>
 #include <optional>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
+#include "base/keyed_hash.h"
 #include "base/system_vector.h"
 #include "rows/sections.h"
 #include "rows/term_index.h"
@@ -17,13 +19,18 @@ namespace corvenda {
 /// One index for rows that are looked for in the same text, so that a title is walked once for all of them. Each is
 /// made at its first use, by whichever thread comes first.
 struct TableIndexes {
-  std::once_flag ringMade;
-  std::once_flag nativeMade;
-  std::once_flag englishMade;
-  std::once_flag celebrityMade;
-  std::once_flag facetMade;
-  std::once_flag identityMade;
-  std::once_flag mastersMade;
+  /// Whether something is made; asked for every title, so without a call.
+  struct Made {
+    std::atomic<bool> done = false;
+    std::once_flag once;
+  };
+  Made ringMade;
+  Made nativeMade;
+  Made englishMade;
+  Made celebrityMade;
+  Made facetMade;
+  Made identityMade;
+  Made mastersMade;
   TermIndex native;     ///< scene and place rows that aren't English, human phrases that are no plain token
   TermIndex english;    ///< scene and place rows that are English, human phrases that are a plain token
   TermIndex celebrity;  ///< celebrity rows
@@ -32,7 +39,7 @@ struct TableIndexes {
   SystemVector<std::uint32_t> ring;  ///< of all but `identity`, which has its own: no row is in two of the others
   std::vector<std::uint32_t> repeatedNative;  ///< see isRepeated; ascending
   std::vector<std::uint32_t> repeatedEnglish;
-  std::map<std::string_view, std::uint32_t> masters;
+  std::unordered_map<std::string_view, std::uint32_t, KeyedHash> masters;
 };
 
 const TermIndex& nativeIndex(const RecordTable& table);

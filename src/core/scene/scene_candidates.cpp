@@ -40,14 +40,21 @@ void clearCandidates(SceneCandidates* candidates) {
   candidates->seenRows.clear();
 }
 
-void addCandidate(const RecordTable& table, std::uint32_t number, const SceneRow& row,
-                  std::optional<std::uint32_t> position, SceneCandidates* candidates) {
-  if (!isTaken(table, number, candidates)) candidates->rows.push_back({row, position, 0, &table, number});
+void addCandidate(const RecordTable& table, std::uint32_t number, std::optional<std::uint32_t> position,
+                  SceneCandidates* candidates) {
+  if (isTaken(table, number, candidates)) return;
+  SceneCandidate& candidate = candidates->rows.emplace_back();
+  readSceneRow(table, number, &candidate.row);
+  candidate.position = position;
+  candidate.table = &table;
+  candidate.number = number;
 }
 
-void addImpliedRow(const ImpliedScene& implied, const SceneRow& master, const TitleTexts& title,
+void addImpliedRow(const ImpliedScene& implied, const MasterRow& master, const TitleTexts& title,
                    SceneCandidates* candidates) {
-  SceneRow row = master;
+  SceneCandidate& candidate = candidates->rows.emplace_back();
+  SceneRow& row = candidate.row;
+  readSceneRow(*master.table, master.number, &row);
   row.term = implied.term;
   row.fieldCount = scene_field::kCount;
   row.key = implied.key;
@@ -59,9 +66,7 @@ void addImpliedRow(const ImpliedScene& implied, const SceneRow& master, const Ti
   row.lang = implied.english ? "en" : "zh";
   row.english = implied.english;
   const auto position = containsTerm(title.compactRaw, implied.term);
-  std::optional<std::uint32_t> place;
-  if (position) place = static_cast<std::uint32_t>(*position);
-  candidates->rows.push_back({row, place, 0, nullptr, 0});
+  if (position) candidate.position = static_cast<std::uint32_t>(*position);
 }
 
 std::string_view textOfRow(const SceneRow& row, const TitleTexts& title) {

@@ -35,8 +35,14 @@ struct SceneCandidates {
 void clearCandidates(SceneCandidates* candidates);
 
 /// Adds a row of `table` unless a candidate is the same row: same term, same fields.
-void addCandidate(const RecordTable& table, std::uint32_t number, const SceneRow& row,
-                  std::optional<std::uint32_t> position, SceneCandidates* candidates);
+void addCandidate(const RecordTable& table, std::uint32_t number, std::optional<std::uint32_t> position,
+                  SceneCandidates* candidates);
+
+/// Where a scene's own data is taken from.
+struct MasterRow {
+  const RecordTable* table = nullptr;
+  std::uint32_t number = 0;
+};
 
 /// What a human phrase or an identity implies.
 struct ImpliedScene {
@@ -48,7 +54,7 @@ struct ImpliedScene {
 };
 
 /// Adds the row that is implied: no priority, and the scene's data from its master row.
-void addImpliedRow(const ImpliedScene& implied, const SceneRow& master, const TitleTexts& title,
+void addImpliedRow(const ImpliedScene& implied, const MasterRow& master, const TitleTexts& title,
                    SceneCandidates* candidates);
 
 /// The text that a row is held against as a whole: the compacted English for rows tagged "en", else the compacted

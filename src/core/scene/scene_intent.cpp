@@ -42,12 +42,12 @@ void gatherSceneRows(const RecordTable& table, const TitleTexts& title, const Fo
                [&](const FoundRow& found) { return table.rows[found.row].english; });
   const FoundRows inRaw = findSceneRows(table, englishRows, title.compactRaw);
   for (const FoundRow& found : inRaw) {
-    addCandidate(table, found.row, sceneRowAt(table, found.row), found.position, candidates);
+    addCandidate(table, found.row, found.position, candidates);
   }
   for (const FoundRow& found : findSceneRows(table, englishRows, title.compactEnglish)) {
     const bool known = std::binary_search(inRaw.begin(), inRaw.end(), found,
                                           [](const FoundRow& a, const FoundRow& b) { return a.row < b.row; });
-    if (!known) addCandidate(table, found.row, sceneRowAt(table, found.row), std::nullopt, candidates);
+    if (!known) addCandidate(table, found.row, std::nullopt, candidates);
   }
 }
 
@@ -64,8 +64,8 @@ void gatherHumanRows(const RecordTable& table, const TitleTexts& title, const Fo
     const std::string_view term = impliedTerm(match, title);
     // What counts as English has to be whole words of the reading, here too.
     if (english && !matchesWordRun(title.english, term)) continue;
-    addImpliedRow({term, match.row.sceneKey, match.row.detail, SceneKind::kConflict, english},
-                  sceneRowAt(table, *master), title, candidates);
+    addImpliedRow({term, match.row.sceneKey, match.row.detail, SceneKind::kConflict, english}, {&table, *master}, title,
+                  candidates);
   }
 }
 

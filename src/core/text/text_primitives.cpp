@@ -1,7 +1,6 @@
 #include "text/text_primitives.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 #include <limits>
 #include <numeric>
@@ -11,15 +10,40 @@ namespace {
 
 constexpr bool isPlainByte(char byte) { return (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9'); }
 
+/// Whether one of eight bytes is below 33 or one of A to Z; bytes from 128 up are neither. The subtraction borrows only
+/// from a byte that is below 33 itself, and the sums stay within their bytes.
+bool mayNeedFolding(std::uint64_t bytes) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101U;
+  constexpr std::uint64_t kTopBits = 0x80 * kOnes;
+  const std::uint64_t below33 = (bytes - 33 * kOnes) & ~bytes;
+  const std::uint64_t low = bytes & ~kTopBits;
+  const std::uint64_t letters = (low + (128 - 'A') * kOnes) & ~(low + (127 - 'Z') * kOnes) & ~bytes;
+  return ((below33 | letters) & kTopBits) != 0;
+}
+
 }  // namespace
 
 void compactTerm(std::string_view text, std::string* compact) {
   compact->resize(text.size());
   char* out = compact->data();
-  for (const char byte : text) {
-    // Written in any case, and kept by going on: cheaper than a branch that titles make at random.
-    *out = byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
-    out += static_cast<unsigned char>(byte) < 33 ? 0 : 1;
+  std::size_t i = 0;
+  while (i < text.size()) {
+    std::uint64_t bytes = 0;
+    if (text.size() - i >= sizeof bytes) {
+      std::memcpy(&bytes, text.data() + i, sizeof bytes);
+      if (!mayNeedFolding(bytes)) {
+        std::memcpy(out, &bytes, sizeof bytes);
+        out += sizeof bytes;
+        i += sizeof bytes;
+        continue;
+      }
+    }
+    for (const std::size_t end = std::min(i + sizeof bytes, text.size()); i < end; ++i) {
+      const char byte = text[i];
+      // Written in any case, and kept by going on: cheaper than a branch that titles make at random.
+      *out = byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+      out += static_cast<unsigned char>(byte) < 33 ? 0 : 1;
+    }
   }
   compact->resize(static_cast<std::size_t>(out - compact->data()));
 }
@@ -46,8 +70,9 @@ std::uint64_t countCharacters(std::string_view text, std::uint64_t enough) {
   for (; text.size() >= 8 && count < enough; text.remove_prefix(8)) {
     std::uint64_t bytes = 0;
     std::memcpy(&bytes, text.data(), 8);
-    // A continuation byte has its top bit set and the next one clear.
-    count += 8 - static_cast<std::uint64_t>(std::popcount(bytes & ~(bytes << 1U) & kTopBits));
+    // A continuation byte has its top bit set and the next one clear. The product adds up one bit of each byte.
+    const std::uint64_t continuations = (bytes & ~(bytes << 1U) & kTopBits) >> 7U;
+    count += 8 - (continuations * 0x0101010101010101U >> 56U);
   }
   for (std::size_t i = 0; i < text.size() && i < 8 && count < enough; ++i) {
     count += (static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80U ? 1U : 0U;
