@@ -227,11 +227,11 @@ TEST(PackFile, ReadsOnlyRegularFilesWithinTheLimits) {
   };
   for (const auto& [path, message] : rows) {
     if (path.native().starts_with("/sys") && !fs::exists(path)) continue;
-    SecureBlock bytes = allocateBlock(3);
+    FileImage image;
     SemanticError error;
-    EXPECT_EQ(readPackFile(path, &bytes, &error), message.empty()) << path;
+    EXPECT_EQ(readPackFile(path, &image, &error), message.empty()) << path;
     EXPECT_EQ(error.message, message) << path;
-    EXPECT_EQ(bytes.size, message.empty() ? 40U : 0U) << path;
+    EXPECT_EQ(image.bytes.size, message.empty() ? 40U : 0U) << path;
   }
   fs::remove_all(folder);
 }

@@ -91,30 +91,38 @@ bool decryptPayload(const SealedPack& sealed, const RulePackMetadata& metadata, 
 
 /// The payload's own digest has the first word: what was parsed of a payload that isn't the sealed one is dropped,
 /// whatever it was.
-bool readProvedPayload(SecureBlock payload, LoadedPack* loaded, SemanticError* error) {
+bool readProvedPayload(LoadedPack* loaded, SemanticError* error) {
   SemanticError fault;
   std::string digest;
-  const bool read = readPayloadRows(std::move(payload), loaded, &digest, &fault);
+  const bool read = readPayloadRows(std::move(loaded->table.payload), loaded, &digest, &fault);
   if (!digest.empty() && digest != loaded->pack.metadata.payloadSha256) {
     return fail(error, "semantic rule-pack payload digest is invalid");
   }
   return read || (!fault.message.empty() && fail(error, fault.message));
 }
 
-bool slotHolds(const SemanticCacheSlot& slot, const fs::path& path, const FileStamp& stamp) {
-  return slot.valid && slot.path == path && slot.fileSize == stamp.size && slot.lastWriteTime == stamp.lastWriteTime;
+bool slotHolds(const SemanticCacheSlot& slot, const fs::path& path, const FileStatus& status) {
+  return slot.valid && slot.path.native() == path.native() && slot.fileSize == status.size &&
+         slot.lastWriteTime == status.lastWriteTime;
 }
 
-/// Confines the path and identifies the file: everything that comes before the lock.
-bool locatePack(const std::string& packPath, const std::string& allowedRoot, fs::path* path, FileStamp* stamp,
-                SemanticError* error) {
-  fs::path root;
-  if (!canonicalizePackPath(packPath, path, error) || !canonicalizePackPath(allowedRoot, &root, error)) return false;
-  if (!isInsideApprovedRoot(*path, root)) return fail(error, "semantic rule-pack path is outside the approved root");
-  if (path->extension() != ".klrx") return fail(error, "semantic rule-pack extension is invalid");
-  if (!queryFileStamp(*path, stamp) || stamp->size < kMinPackSize || stamp->size > kMaxPackSize) {
-    return fail(error, "semantic rule-pack file stat is invalid");
+/// What must not be released while the mutex is held, because freeing a million rows takes its time: the slot's old
+/// content, or a load that failed.
+struct Released {
+  SemanticCacheSlot replaced;
+  std::shared_ptr<LoadedPack> failed;
+};
+
+/// Opens the image and fills the slot, under the key of the file that the image was read from.
+bool fillSlot(const fs::path& path, FileImage image, const std::optional<Sha256Digest>& sha256, SemanticCacheSlot* slot,
+              Released* released, SemanticError* error) {
+  auto opened = std::make_shared<LoadedPack>();
+  if (!openRulePack(std::move(image.bytes), opened.get(), error)) {
+    released->failed = std::move(opened);
+    return false;
   }
+  released->replaced =
+      std::exchange(*slot, {true, path, image.status.size, image.status.lastWriteTime, sha256, std::move(opened)});
   return true;
 }
 
@@ -137,31 +145,47 @@ bool readPayloadRows(SecureBlock payload, LoadedPack* loaded, std::string* diges
 bool openRulePack(SecureBlock file, LoadedPack* loaded, SemanticError* error) {
   SealedPack sealed;
   RulePackMetadata& metadata = loaded->pack.metadata;
-  loaded->pack.packBytes = file.size;
-  if (!splitPackFile(bytesOf(file), &sealed, error) || !readMetadata(sealed.metadata, &metadata, error) ||
-      !decryptPayload(sealed, metadata, &file, error)) {
+  // The image becomes the payload where it is to stay. Who drops `loaded` after a failure releases it, in his own time.
+  SecureBlock* const image = &loaded->table.payload;
+  *image = std::move(file);
+  loaded->pack.packBytes = image->size;
+  if (!splitPackFile(bytesOf(*image), &sealed, error) || !readMetadata(sealed.metadata, &metadata, error) ||
+      !decryptPayload(sealed, metadata, image, error)) {
     return false;
   }
-  if (!metadata.compression.empty() && !decodeLz4Block(&file, error)) return false;
-  if (!readProvedPayload(std::move(file), loaded, error)) return false;
-  return true;
+  if (!metadata.compression.empty() && !decodeLz4Block(image, error)) return false;
+  return readProvedPayload(loaded, error);
 }
 
 bool RulePackLoader(const std::string& packPath, const std::string& allowedRoot, SemanticCacheSlot& slot,
                     std::shared_ptr<const LoadedPack>* loaded, SemanticError* error) {
-  fs::path path;
-  FileStamp stamp;
-  if (!locatePack(packPath, allowedRoot, &path, &stamp, error)) return false;
-  // What the slot held before; released behind the lock, because freeing a million rows takes its time.
-  SemanticCacheSlot replaced;
+  PackLocation location;
+  if (!locatePack(packPath, allowedRoot, &location, error)) return false;
+  Released released;
   const std::lock_guard lock(semanticCache().semanticCacheMutex);
-  if (!slotHolds(slot, path, stamp)) {
-    SecureBlock file;
-    if (!readPackFile(path, &file, error)) return false;
-    const auto opened = std::make_shared<LoadedPack>();
-    if (!openRulePack(std::move(file), opened.get(), error)) return false;
-    replaced = std::exchange(slot, {true, path, stamp.size, stamp.lastWriteTime, opened});
+  if (!slotHolds(slot, location.path, location.status)) {
+    FileImage image;
+    if (!readPackFile(location.path, &image, error)) return false;
+    // Names may have been exchanged since they were checked. Where the file lies that was opened has the last word.
+    if (!checkPackRoot(image.openPath, location.root, error)) return false;
+    if (!fillSlot(location.path, std::move(image), std::nullopt, &slot, &released, error)) return false;
   }
+  *loaded = slot.loaded;
+  return true;
+}
+
+bool loadHashedPack(HashedPack pack, SemanticCacheSlot& slot, std::shared_ptr<const LoadedPack>* loaded,
+                    SemanticError* error) {
+  if (!checkPackRoot(pack.path, pack.root, error) || !checkPackExtension(pack.path, error) ||
+      !checkPackRoot(pack.image.openPath, pack.root, error)) {
+    return false;
+  }
+  // It came into being while it was looked for (see locatePack).
+  if (pack.path.is_relative()) return fail(error, "semantic rule-pack file stat is invalid");
+  Released released;
+  const std::lock_guard lock(semanticCache().semanticCacheMutex);
+  const bool held = slotHolds(slot, pack.path, pack.image.status) && slot.fileSha256 == pack.sha256;
+  if (!held && !fillSlot(pack.path, std::move(pack.image), pack.sha256, &slot, &released, error)) return false;
   *loaded = slot.loaded;
   return true;
 }

@@ -5,8 +5,10 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 #include "base/secure_block.h"
+#include "pack/crypto.h"
 #include "pack/pack_records.h"
 #include "rows/record_table.h"
 
@@ -22,13 +24,16 @@ struct LoadedPack {
 /// as it was.
 struct SemanticCacheSlot {
   bool valid = false;
-  std::filesystem::path path;      ///< canonical; with size and time, the key
-  std::uint64_t fileSize = 0;      ///< bytes, as queried before the lock was taken
-  std::int64_t lastWriteTime = 0;  ///< platform ticks, compared for equality only
+  std::filesystem::path path;              ///< canonical; with size and time, the key
+  std::uint64_t fileSize = 0;              ///< bytes of the very file that was read
+  std::int64_t lastWriteTime = 0;          ///< of that file, in platform ticks, compared for equality only
+  std::optional<Sha256Digest> fileSha256;  ///< of that file's bytes, if they were hashed: a load alone has no need to
   std::shared_ptr<const LoadedPack> loaded;
 };
 
-/// One mutex guards everything. It is not recursive: a holder must not call the loader.
+/// The mutex guards the slots and is held for the length of a load, so that loads come one at a time. What is in a slot
+/// is immutable and shared: a call takes its pointer and goes on without the mutex. It is not recursive: a holder must
+/// not call the loader.
 struct SemanticCache {
   SemanticCacheSlot baseSlot;     ///< the pack named by "packPath" or "basePackPath"
   SemanticCacheSlot overlaySlot;  ///< the pack named by "overlayPackPath", or a manifest's delta pack

@@ -1,5 +1,7 @@
 #include "delta/delta_manifest.h"
 
+#include <utility>
+
 #include "cache/rule_pack_loader.h"
 #include "delta/signed_text.h"
 #include "pack/crypto.h"
@@ -12,21 +14,24 @@ namespace fs = std::filesystem;
 namespace corvenda {
 namespace {
 
-constexpr std::uintmax_t kMaxManifestSize = 131072;
+constexpr SizeLimits kManifestSize = {1, 131072};  // bytes
 constexpr std::string_view kManifestSchema = "corvenda.semantic-delta-manifest.v1";
 constexpr std::string_view kManifestKeyId = "corvenda-intl-manifest-ed25519-v1";
 constexpr std::uint32_t kManifestVersion = 1;
 constexpr std::size_t kSha256HexLength = 64;
 
-bool readManifestFile(const fs::path& path, const fs::path& root, SecureBlock* bytes, SemanticError* error) {
+bool readManifestFile(const fs::path& path, const fs::path& root, FileImage* image, SemanticError* error) {
+  static constexpr const char* kOutside = "semantic delta manifest is outside the approved root";
   static constexpr FileReadMessages kMessages = {
       "semantic delta manifest is not a regular file",
       "semantic delta manifest size is invalid",
       "semantic delta manifest cannot be opened",
       "semantic delta manifest cannot be read",
   };
-  if (!isInsideApprovedRoot(path, root)) return fail(error, "semantic delta manifest is outside the approved root");
-  return readFileWhole(path, 1, kMaxManifestSize, kMessages, bytes, error);
+  if (!isInsideApprovedRoot(path, root)) return fail(error, kOutside);
+  if (!readFileWhole(path, kManifestSize, kMessages, image, error)) return false;
+  // Names may have been exchanged since: where the file lies that was opened has the last word.
+  return isInsideApprovedRoot(image->openPath, root) || fail(error, kOutside);
 }
 
 bool readManifest(std::string_view text, DeltaManifest* manifest, SemanticError* error) {
@@ -61,12 +66,12 @@ bool isExpectedAndPinned(const DeltaManifest& manifest, const fs::path& packPath
          manifest.packSha256.size() == kSha256HexLength;
 }
 
-/// Holds the sealed file, as it lies on disk, against size and digest. Where it lies is not asked here: the loader
-/// does.
-bool checkPackFile(const DeltaManifest& manifest, const fs::path& packPath, SemanticError* error) {
-  SecureBlock file;
-  if (!readPackFile(packPath, &file, error)) return false;
-  if (file.size != manifest.packBytes || sha256Hex(bytesOf(file), nullptr) != manifest.packSha256) {
+/// Reads the sealed file, as it lies on disk, and holds it against size and digest. Where it lies is not asked here:
+/// the load does.
+bool readHashedPack(const DeltaManifest& manifest, HashedPack* pack, SemanticError* error) {
+  if (!readPackFile(pack->path, &pack->image, error)) return false;
+  const bool hashed = sha256(bytesOf(pack->image.bytes), &pack->sha256, nullptr);
+  if (!hashed || pack->image.bytes.size != manifest.packBytes || digestHex(pack->sha256) != manifest.packSha256) {
     return fail(error, "semantic delta manifest pack digest or size mismatch");
   }
   return true;
@@ -99,13 +104,12 @@ bool checkSignature(const DeltaManifest& manifest, SemanticError* error) {
   return true;
 }
 
-/// Opens the pack. It may be another file than the one that was hashed, if somebody changed it in between, so that its
-/// own metadata have the last word.
-bool checkPackMetadata(const DeltaExpectation& expected, SemanticError* error) {
+/// Opens the bytes that were hashed. The signature says nothing of their metadata, so these have the last word.
+bool checkPackMetadata(const DeltaExpectation& expected, HashedPack pack, SemanticError* error) {
   constexpr std::string_view kMismatch = "semantic delta pack metadata does not match manifest";
   std::shared_ptr<const LoadedPack> loaded;
   SemanticError loadError;
-  if (!RulePackLoader(expected.packPath, expected.allowedRoot, semanticCache().overlaySlot, &loaded, &loadError)) {
+  if (!loadHashedPack(std::move(pack), semanticCache().overlaySlot, &loaded, &loadError)) {
     // One failure of a load has no words of its own.
     return fail(error, loadError.message.empty() ? kMismatch : loadError.message);
   }
@@ -120,21 +124,20 @@ bool checkPackMetadata(const DeltaExpectation& expected, SemanticError* error) {
 bool verifySemanticDeltaManifest(const std::string& manifestPath, const DeltaExpectation& expected,
                                  DeltaManifest* manifest, SemanticError* error) {
   fs::path manifestFile;
-  fs::path packFile;
-  fs::path root;
+  HashedPack pack;
   if (!canonicalizePackPath(manifestPath, &manifestFile, error) ||
-      !canonicalizePackPath(expected.packPath, &packFile, error) ||
-      !canonicalizePackPath(expected.allowedRoot, &root, error)) {
+      !canonicalizePackPath(expected.packPath, &pack.path, error) ||
+      !canonicalizePackPath(expected.allowedRoot, &pack.root, error)) {
     return false;
   }
-  SecureBlock bytes;
-  if (!readManifestFile(manifestFile, root, &bytes, error)) return false;
-  if (!readManifest({reinterpret_cast<const char*>(bytes.data), bytes.size}, manifest, error)) return false;
-  if (!isExpectedAndPinned(*manifest, packFile, expected)) {
+  FileImage text;
+  if (!readManifestFile(manifestFile, pack.root, &text, error)) return false;
+  if (!readManifest({reinterpret_cast<const char*>(text.bytes.data), text.bytes.size}, manifest, error)) return false;
+  if (!isExpectedAndPinned(*manifest, pack.path, expected)) {
     return fail(error, "semantic delta manifest trust or identity check failed");
   }
-  return checkPackFile(*manifest, packFile, error) && checkSignature(*manifest, error) &&
-         checkPackMetadata(expected, error);
+  return readHashedPack(*manifest, &pack, error) && checkSignature(*manifest, error) &&
+         checkPackMetadata(expected, std::move(pack), error);
 }
 
 }  // namespace corvenda

@@ -1,8 +1,7 @@
 #include "pack/pack_file.h"
 
 #include <algorithm>
-#include <fstream>
-#include <system_error>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -10,6 +9,17 @@ namespace corvenda {
 namespace {
 
 constexpr std::size_t kMaxPathLength = 4096;
+
+/// How often a path is resolved at most. Each pass but the last two takes a ".." out of the path that stood after a
+/// name which doesn't exist, so that more passes mean a file system that changes all the time.
+constexpr int kMaxPasses = 16;
+
+/// How often a file is read at most that changes while it is read.
+constexpr int kMaxReads = 3;
+
+bool isPathText(const std::string& path) {
+  return !path.empty() && path.size() <= kMaxPathLength && path.find('\0') == std::string::npos;
+}
 
 /// The path with A to Z lowered, or empty if it holds a unit above 127. Folding more than ASCII would depend on the
 /// file system, so what can't be folded is turned away as a whole.
@@ -22,15 +32,81 @@ fs::path::string_type foldAscii(const fs::path& path) {
   return folded;
 }
 
+bool isAscii(const std::string& text) {
+  return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) <= 127; });
+}
+
+/// The root without the slash that may stand at its end, if the path continues it to the letter, and with a slash; else
+/// empty. If the path is canonical, so is that root, and with ASCII alone `isInsideApprovedRoot` says yes.
+std::string rootContinuedBy(const std::string& path, const std::string& root) {
+  const std::string bare = root.ends_with('/') ? root.substr(0, root.size() - 1) : root;
+  const bool continued = path.size() > bare.size() && path.starts_with(bare) && path[bare.size()] == '/';
+  return continued && isPathText(path) && isAscii(path) ? bare : std::string();
+}
+
+bool isWithin(const FileStatus& status, const SizeLimits& limits) {
+  return status.size >= limits.min && status.size <= limits.max;
+}
+
+/// The long way: every part of both paths is resolved. What can't be asked for has the status of no file.
+bool resolveLocation(const std::string& packPath, const std::string& allowedRoot, PackLocation* location,
+                     SemanticError* error) {
+  if (!canonicalizePackPath(packPath, &location->path, error) ||
+      !canonicalizePackPath(allowedRoot, &location->root, error) ||
+      !checkPackRoot(location->path, location->root, error) || !checkPackExtension(location->path, error)) {
+    return false;
+  }
+  // Nothing of a relative path existed a moment ago. It is not looked for again: it would be a key of the cache that
+  // means something else in each working directory.
+  const bool queried = location->path.is_absolute() && queryFileStatus(location->path, &location->status);
+  if (!queried) location->status = {};
+  return true;
+}
+
+enum class ReadOutcome { kRead, kChanged, kFailed };
+
+ReadOutcome failedRead(SemanticError* error, const char* message) {
+  fail(error, message);
+  return ReadOutcome::kFailed;
+}
+
+/// What the file isn't comes before that it can't be opened.
+const char* whyNotOpened(const fs::path& path, const SizeLimits& limits, const FileReadMessages& messages) {
+  FileStatus status;
+  if (!queryLinkStatus(path, &status) || !status.isRegular) return messages.notRegular;
+  return isWithin(status, limits) ? messages.open : messages.size;
+}
+
+/// All questions after the opening are put to the open file: its name may lead to another one by now.
+ReadOutcome readOnce(const fs::path& path, const SizeLimits& limits, const FileReadMessages& messages, FileImage* image,
+                     SemanticError* error) {
+  OpenFile file;
+  if (!openFile(path, &file)) return failedRead(error, whyNotOpened(path, limits, messages));
+  FileImage read;
+  if (!queryOpenFile(file, &read.status) || !read.status.isRegular) return failedRead(error, messages.notRegular);
+  if (!isWithin(read.status, limits)) return failedRead(error, messages.size);
+  if (!queryOpenPath(file, path, &read.openPath)) return ReadOutcome::kChanged;
+  read.bytes = allocateBlock(static_cast<std::size_t>(read.status.size));
+  const bool complete = readOpenFile(file, read.bytes.data, read.bytes.size);
+  FileStatus after;
+  if (!queryOpenFile(file, &after) || after != read.status) return ReadOutcome::kChanged;
+  if (!complete) return failedRead(error, messages.read);
+  *image = std::move(read);
+  return ReadOutcome::kRead;
+}
+
 }  // namespace
 
 bool canonicalizePackPath(const std::string& path, fs::path* out, SemanticError* error) {
-  if (path.empty() || path.size() > kMaxPathLength) return fail(error, "semantic rule-pack path is invalid");
-  std::error_code status;
-  const std::u8string utf8(path.begin(), path.end());
-  *out = fs::weakly_canonical(fs::path(utf8), status);
-  if (status || out->empty()) return fail(error, "semantic rule-pack path cannot be canonicalized");
-  return true;
+  if (!isPathText(path)) return fail(error, "semantic rule-pack path is invalid");
+  *out = fs::path(std::u8string(path.begin(), path.end()));
+  for (int pass = 0; pass < kMaxPasses; ++pass) {
+    const fs::path before = std::move(*out);
+    bool exists = false;
+    if (!resolvePath(before, out, &exists)) break;
+    if (exists || out->native() == before.native()) return true;
+  }
+  return fail(error, "semantic rule-pack path cannot be canonicalized");
 }
 
 bool isInsideApprovedRoot(const fs::path& path, const fs::path& root) {
@@ -38,47 +114,51 @@ bool isInsideApprovedRoot(const fs::path& path, const fs::path& root) {
   const auto foldedRoot = foldAscii(root);
   if (foldedPath.empty() || foldedRoot.empty() || foldedPath.size() <= foldedRoot.size()) return false;
   if (!foldedPath.starts_with(foldedRoot)) return false;
-  const auto behind = foldedPath[foldedRoot.size()];
-  return behind == '/' || behind == '\\';
+  const auto next = foldedPath[foldedRoot.size()];
+  return next == '/' || next == '\\';
 }
 
-bool queryFileStamp(const fs::path& path, FileStamp* stamp) {
-  std::error_code status;
-  stamp->size = fs::file_size(path, status);
-  if (status) return false;
-  const fs::file_time_type time = fs::last_write_time(path, status);
-  if (status) return false;
-  stamp->lastWriteTime = static_cast<std::int64_t>(time.time_since_epoch().count());
+bool checkPackRoot(const fs::path& path, const fs::path& root, SemanticError* error) {
+  return isInsideApprovedRoot(path, root) || fail(error, "semantic rule-pack path is outside the approved root");
+}
+
+bool checkPackExtension(const fs::path& path, SemanticError* error) {
+  return path.extension() == ".klrx" || fail(error, "semantic rule-pack extension is invalid");
+}
+
+bool locatePack(const std::string& packPath, const std::string& allowedRoot, PackLocation* location,
+                SemanticError* error) {
+  const std::string root = rootContinuedBy(packPath, allowedRoot);
+  if (!root.empty() && queryCanonicalFile(packPath, &location->status)) {
+    location->path = packPath;
+    location->root = root;
+    if (!checkPackExtension(location->path, error)) return false;
+  } else if (!resolveLocation(packPath, allowedRoot, location, error)) {
+    return false;
+  }
+  if (!location->status.isRegular || !isWithin(location->status, kPackSize)) {
+    return fail(error, "semantic rule-pack file stat is invalid");
+  }
   return true;
 }
 
-bool readFileWhole(const fs::path& path, std::uintmax_t minSize, std::uintmax_t maxSize,
-                   const FileReadMessages& messages, SecureBlock* bytes, SemanticError* error) {
-  *bytes = {};
-  std::error_code status;
-  if (fs::symlink_status(path, status).type() != fs::file_type::regular) return fail(error, messages.notRegular);
-  const std::uintmax_t size = fs::file_size(path, status);
-  if (status || size < minSize || size > maxSize) return fail(error, messages.size);
-  std::ifstream file;
-  // Without a buffer the stream reads straight into ours, and no copy of the file is left in freed memory.
-  file.rdbuf()->pubsetbuf(nullptr, 0);
-  file.open(path, std::ios::binary);
-  if (!file) return fail(error, messages.open);
-  SecureBlock read = allocateBlock(static_cast<std::size_t>(size));
-  file.read(reinterpret_cast<char*>(read.data), static_cast<std::streamsize>(size));
-  if (!file) return fail(error, messages.read);
-  *bytes = std::move(read);
-  return true;
+bool readFileWhole(const fs::path& path, const SizeLimits& limits, const FileReadMessages& messages, FileImage* image,
+                   SemanticError* error) {
+  for (int reads = 0; reads < kMaxReads; ++reads) {
+    const ReadOutcome outcome = readOnce(path, limits, messages, image, error);
+    if (outcome != ReadOutcome::kChanged) return outcome == ReadOutcome::kRead;
+  }
+  return fail(error, messages.read);
 }
 
-bool readPackFile(const fs::path& path, SecureBlock* bytes, SemanticError* error) {
+bool readPackFile(const fs::path& path, FileImage* image, SemanticError* error) {
   static constexpr FileReadMessages kMessages = {
       "semantic rule-pack file is not a regular file",
       "semantic rule-pack file size is invalid",
       "semantic rule-pack file cannot be opened",
       "semantic rule-pack file cannot be read",
   };
-  return readFileWhole(path, kMinPackSize, kMaxPackSize, kMessages, bytes, error);
+  return readFileWhole(path, kPackSize, kMessages, image, error);
 }
 
 }  // namespace corvenda

@@ -1,4 +1,4 @@
-// Paths and files: confinement below the approved root, and reading a pack whole.
+// Paths and files: confinement below the approved root, and reading a file whole.
 #pragma once
 
 #include <cstdint>
@@ -7,32 +7,54 @@
 
 #include "base/secure_block.h"
 #include "base/semantic_error.h"
+#include "pack/system_file.h"
 
 namespace corvenda {
 
-/// Limits of a pack file in bytes, both included: 40 is a header with an empty everything, 128 MiB bounds a load.
-constexpr std::uintmax_t kMinPackSize = 40;
-constexpr std::uintmax_t kMaxPackSize = 134217728;
+/// Bytes of a file, both limits included.
+struct SizeLimits {
+  std::uint64_t min = 0;
+  std::uint64_t max = 0;
+};
 
-/// The weakly canonical form of a UTF-8 path: what exists is resolved in the file system, links included, the rest is
-/// normalised lexically. A relative path of which nothing exists stays relative.
-/// Errors: "semantic rule-pack path is invalid" (not 1 to 4096 bytes), "semantic rule-pack path cannot be
-/// canonicalized".
+/// 40 bytes are a header with an empty everything, 128 MiB bound a load.
+constexpr SizeLimits kPackSize = {40, 134217728};
+
+/// The canonical form of a UTF-8 path: what exists is resolved in the file system, links included, the rest is
+/// normalised as text, and so on until nothing changes, because leaving out "missing/.." can bring a link to light. A
+/// relative path of which nothing exists stays relative. Errors: "semantic rule-pack path is invalid" (not 1 to 4096
+/// bytes, or a NUL), "semantic rule-pack path cannot be canonicalized".
 bool canonicalizePackPath(const std::string& path, std::filesystem::path* out, SemanticError* error);
 
 /// True if the canonical `path` lies strictly below the canonical `root`, compared without regard to ASCII case. A path
 /// or root with any non-ASCII byte is never inside; neither is anything inside a root that ends with a separator.
 bool isInsideApprovedRoot(const std::filesystem::path& path, const std::filesystem::path& root);
 
-/// The size and last-write time under which a file is kept in the cache. The time's unit is the platform's: it is only
-/// compared for equality.
-struct FileStamp {
-  std::uintmax_t size = 0;
-  std::int64_t lastWriteTime = 0;
+/// A pack file below its root. The status is that of the moment when it was asked for.
+struct PackLocation {
+  std::filesystem::path path;  ///< canonical and absolute
+  std::filesystem::path root;  ///< canonical
+  FileStatus status;
 };
 
-/// Two status queries, which follow links. False if one fails (as the size query of a directory does).
-bool queryFileStamp(const std::filesystem::path& path, FileStamp* stamp);
+/// Confines the path and finds out what lies there, with one question to the system in the common case: a path without
+/// links that continues the text of its root. Errors, in the order of the checks: those of `canonicalizePackPath` for
+/// path and root, those of `checkPackRoot` and `checkPackExtension`, "semantic rule-pack file stat is invalid".
+bool locatePack(const std::string& packPath, const std::string& allowedRoot, PackLocation* location,
+                SemanticError* error);
+
+/// `isInsideApprovedRoot`, or the error "semantic rule-pack path is outside the approved root".
+bool checkPackRoot(const std::filesystem::path& path, const std::filesystem::path& root, SemanticError* error);
+
+/// The extension is ".klrx", with regard to case, or the error is "semantic rule-pack extension is invalid".
+bool checkPackExtension(const std::filesystem::path& path, SemanticError* error);
+
+/// What was read of a file, in one piece.
+struct FileImage {
+  SecureBlock bytes;
+  FileStatus status;               ///< of the very file that was read
+  std::filesystem::path openPath;  ///< where that file lay; not where its name was looked for, if names were exchanged
+};
 
 /// The words in which reading a file fails; they differ between packs and manifests.
 struct FileReadMessages {
@@ -42,13 +64,14 @@ struct FileReadMessages {
   const char* read;
 };
 
-/// Reads a regular file of `minSize` to `maxSize` bytes whole. The status query does not follow a link. After a failure
-/// `bytes` is empty.
-bool readFileWhole(const std::filesystem::path& path, std::uintmax_t minSize, std::uintmax_t maxSize,
-                   const FileReadMessages& messages, SecureBlock* bytes, SemanticError* error);
+/// Reads a regular file whole whose size is within the limits; `path` is canonical, and a link is not followed. A file
+/// that changes while it is read is read again. It is for the caller to hold `openPath` against a root. After a failure
+/// `image` is as it was.
+bool readFileWhole(const std::filesystem::path& path, const SizeLimits& limits, const FileReadMessages& messages,
+                   FileImage* image, SemanticError* error);
 
 /// `readFileWhole` with the limits of a pack. Errors: "semantic rule-pack file is not a regular file", "… size is
 /// invalid", "… cannot be opened", "… cannot be read".
-bool readPackFile(const std::filesystem::path& path, SecureBlock* bytes, SemanticError* error);
+bool readPackFile(const std::filesystem::path& path, FileImage* image, SemanticError* error);
 
 }  // namespace corvenda
