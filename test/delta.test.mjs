@@ -10,7 +10,7 @@ import { test } from 'node:test';
 import { buildManifest, developmentTrust, manifestText, signDetached } from '../tools/index.mjs';
 import { addon } from './support/addon.mjs';
 import { assertRequiredOptions, assertSame, spoil, thrownBy, writeStamped } from './support/outcome.mjs';
-import { indexDocument, packBytes, root, sha256Hex, writeFile, writePack } from './support/packs.mjs';
+import { indexDocument, packBytes, root, sha256Hex, writeAt, writeFile, writePack } from './support/packs.mjs';
 
 const ids = { baseRuleSetId: 'rules-1', ruleSetId: 'rules-2' };
 const sections = { scene: [['a', 'x'], ['b', 'y']], facet: [['c', 'd', 'k', '1', 'zh']] };
@@ -148,6 +148,22 @@ test('verifySemanticDeltaManifest: options, paths, files, fields, signature and 
     try { addon.verifySemanticDeltaManifest(${JSON.stringify({ ...good, manifestPath })}); }
     catch (error) { process.exitCode = error.message === 'semantic delta manifest cannot be opened' ? 7 : 1; }`, 'script.mjs');
   assert.equal(spawnSync('sh', ['-c', 'ulimit -n 64 && exec "$0" "$1"', process.execPath, script]).status, 7);
+});
+
+test('the rows in use are those that were signed', () => {
+  const rows = (term) => ({ ...patch(), sections: { scene: [[term, 'x']] } });
+  const path = writeStamped(rows('forged'));
+  const uses = (term) => addon.lookupBinaryIndexOverlay({ basePackPath: packPath, overlayPackPath: path, allowedRoot: root,
+    section: 'scene', term }).matches.length === 1;
+  assert.ok(uses('forged'));
+  writeAt(path, packBytes(rows('signed')));
+  assert.ok(uses('forged'), 'equal size and time');
+  const manifest = buildManifest({ packPath: path });
+  assert.equal(verify(manifest, { packPath: path }), OK);
+  assert.ok(uses('signed') && !uses('forged'));
+  spoil(path);
+  assert.equal(verify(manifest, { packPath: path }), DIGEST);
+  assert.ok(uses('signed'), 'a failure leaves them');
 });
 
 test('a refused pack stays in its slot', () => {

@@ -69,6 +69,7 @@ test('paths: confinement, extension, kind and size of the file', () => {
   const link = (name, target) => (symlinkSync(target, join(root, name)), join(root, name));
   const sized = (size, path = writeFile('KLRY')) => (truncateSync(path, size), path);
   mkdirSync(join(root, 'd.klrx'));
+  link('packs/away', dirname(old));
   execFileSync('mkfifo', [join(root, 'fifo.klrx')]);
   const rows = [
     ['below the root', inside, packs, 'ok'],
@@ -87,6 +88,14 @@ test('paths: confinement, extension, kind and size of the file', () => {
     ['a link that leads out', link('packs/out.klrx', old), packs, OUTSIDE],
     ['a link that leads in', link('in.klrx', inside), packs, 'ok'],
     ['a linked root', inside, link('link', packs), 'ok'],
+    // Leaving out what is missing, and the ".." after it, brings a link to light.
+    ...['no/../away', 'no/no/../../away', 'no/../away/../away'].map((way) =>
+      [way, `${packs}/${way}/a.klrx`, packs, OUTSIDE]),
+    ['what is missing, and no link', `${packs}/no/../a.klrx`, packs, 'ok'],
+    ['a root behind what is missing', inside, `${root}/no/../link`, 'ok'],
+    ['a NUL', `${inside}\0`, packs, LENGTH],
+    ['a NUL before the extension', `${packs}/no/../../plain.bin\0.klrx`, root, LENGTH],
+    ['a NUL in the root', inside, `${packs}\0`, LENGTH],
     ['a link to itself', join(link('loop', join(root, 'loop')), 'a.klrx'), root, CANONICAL],
     ['a blank for both', ' ', ' ', OUTSIDE],
     ['4096 bytes', 'a'.repeat(4096), root, CANONICAL],
