@@ -284,7 +284,8 @@ TEST(PackFile, AllSpellingsOfAPath) {
     }
   }
   EXPECT_GT(located, shortWays);
-  EXPECT_EQ(shortWays, 10);
+  FileStatus status;
+  EXPECT_EQ(shortWays, queryCanonicalFile(folder, &status) ? 10 : 0) << "none without openat2";
   fs::remove_all(folder);
 }
 
