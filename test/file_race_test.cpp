@@ -85,7 +85,7 @@ struct FileRace : testing::Test {
     std::shared_ptr<const LoadedPack> loaded;
     SemanticError error;
     if (!RulePackLoader(pack, root, semanticCache().baseSlot, &loaded, &error)) return error.message;
-    return loaded->table.records.front().term.substr(0, 1);
+    return std::string(termOf(loaded->table, 0).substr(0, 1));
   }
 };
 
@@ -191,7 +191,7 @@ TEST_F(FileRace, HashedBytesAreTheOnesThatAreOpened) {
   std::shared_ptr<const LoadedPack> loaded;
   const auto loadHashed = [&](HashedPack read) {
     EXPECT_TRUE(loadHashedPack(std::move(read), slot, &loaded, nullptr));
-    return loaded->table.records.front().term.substr(0, 1);
+    return std::string(termOf(loaded->table, 0).substr(0, 1));
   };
   HashedPack first = hashed();
   const fs::file_time_type time = fs::last_write_time(pack);

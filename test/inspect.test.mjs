@@ -172,11 +172,13 @@ test('decrypted bytes do not stay in memory', () => {
     buildPack({ ruleSetId: 'r', documents: list('lz4_'), compression: 'lz4-block-v1' }),
     packBytes({ documents: list('hash'), metadata: { payloadSha256: '0'.repeat(64) } }),
     packBytes({ documents: list('fail', { sha256: Buffer.alloc(32) }) }),
+    // A wrong tag, which shows after the last byte was decrypted.
+    Buffer.concat([packBytes({ documents: list('seal') }).subarray(0, -16), Buffer.alloc(16)]),
   ];
-  const texts = ['load', 'lz4_', 'hash', 'fail', 'kept'].map((name) => [name.charCodeAt(0), text(name).slice(1)]);
+  const texts = ['load', 'lz4_', 'hash', 'fail', 'seal', 'kept'].map((name) => [name.charCodeAt(0), text(name).slice(1)]);
   const input = JSON.stringify({ binary, root, paths: packs.map((bytes) => writeFile(bytes)), texts });
   const script = fileURLToPath(new URL('support/own_memory.cjs', import.meta.url));
-  assert.equal(execFileSync(process.execPath, [script], { input, encoding: 'utf8' }), 'gone gone gone gone found\n');
+  assert.equal(execFileSync(process.execPath, [script], { input, encoding: 'utf8' }), 'gone gone gone gone gone found\n');
 });
 
 test('payload', () => {
