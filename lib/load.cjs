@@ -33,6 +33,10 @@ function load() {
     ...tried.map(({ path, reason }) => `  ${path}: ${reason}`),
     'Build it here with this command:',
     `  npm --prefix "${root}" run setup`,
+    ...(/[\\/]node_modules[\\/]/.test(root) ? [
+      'npm ci removes what was built there. To have it built again each time, add to the scripts of your own package.json:',
+      '  "postinstall": "npm --prefix node_modules/corvenda-semantic run setup"',
+    ] : []),
   ].join('\n'), { cause: tried.map(({ error }) => error).find((error) => error.code !== 'MODULE_NOT_FOUND') });
 }
 

@@ -176,7 +176,7 @@ async function main(args) {
     process.stdout.write(usage);
     return;
   }
-  await setup();
+  setup();
   sealPacks();
   const addon = createRequire(import.meta.url)('../lib/index.cjs');
   const [home, open] = titleFiles.map(readTitles);

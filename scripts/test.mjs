@@ -3,8 +3,8 @@
 import { spawnSync } from 'node:child_process';
 import { buildFolder, command, root, setup } from './setup.mjs';
 
-await command(async (args) => {
-  await setup({ tests: true });
+await command((args) => {
+  setup({ tests: true });
   const { status } = spawnSync(
     'ctest', ['--test-dir', buildFolder, '--output-on-failure', '--no-tests=error', ...args], { cwd: root, stdio: 'inherit' });
   process.exitCode = status ?? 1;
