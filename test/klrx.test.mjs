@@ -9,7 +9,6 @@ import test from 'node:test';
 import { buildBinaryIndex, buildLocationShard, buildManifest, buildPack, readPackMetadata } from '../tools/index.mjs';
 import { run } from '../tools/lib/commands.mjs';
 import { formatFinding } from '../tools/lib/findings.mjs';
-import { parseJson } from '../tools/lib/json_source.mjs';
 import { compileLexicons } from '../tools/lib/lexicon.mjs';
 import { compilePlaces } from '../tools/lib/places.mjs';
 import { addon } from './support/addon.mjs';
@@ -28,21 +27,20 @@ function assertFindings(marked, messages, options) {
   assert.deepEqual(told(compileLexicons([source(marked.replace(/[▲△]/g, ''))], options)), expected);
 }
 
-test('JSON: the values of JSON.parse, the same texts refused, each where an editor should put the cursor', () => {
-  const plain = ({ type, value, items, members }) => type === 'array' ? items.map(plain)
-    : type === 'object' ? Object.fromEntries(members.map(({ name, node }) => [name, plain(node)])) : value;
-  const text = ' {"a":[1,-0.5e+3,-0,1E400,true,null,[],{}],"中":{"\\u0041\\n\\"\\\\\\/\\b\\f\\r\\t\u007f\u2028":"𝄞\\ud834\\udd1e"}} \r\n\t';
-  assert.deepEqual(plain(parseJson(text)), JSON.parse(text));
+test('JSON: what JSON.parse refuses is a finding where an editor should put the cursor', () => {
+  const string = (message) => `the string that begins here ${message}`;
   for (const [marked, message] of [
-    ['▲', 'the text ends where a value should be'], ['[▲😀]', '"😀" stands where a value should be'],
-    ['[1▲,]', 'a comma stands before "]"'], ['{"a":1 ▲, }', 'a comma stands before "}"'],
-    ['[1 ▲2]', '"2" stands where "," or "]" should be'], ['{"a":1▲;}', '";" stands where "," or "}" should be'],
-    ['{"a" ▲1}', '"1" stands where ":" should be'], ['{▲a:1}', '"a" stands where a property name in double quotes should be'],
-    ['[▲"a', 'the string that begins here has no end'], ['["a▲\nb"]', 'a string ends with its line'],
-    ['["a▲\tb"]', 'a control character stands in a string'], ['["▲\\x"]', 'an escape of this letter does not exist'],
-    ['["▲\\u12g4"]', 'an escape \\u needs four hexadecimal digits'], ['[] ▲x', '"x" stands where the end of the text should be'],
-    ...['01', '1.', '+1', 'NaN', 'toString'].map((word) => [`[▲${word}]`, `${word} is no JSON value`]),
-    [`${'['.repeat(200)}▲[`, 'values are nested more than 200 deep'],
+    ['▲', 'the text ends where a value should be'], ['[▲😀]', '"😀" is no JSON value'], ['[1,▲]', '"]" stands where a value should be'],
+    ['{"a":1,▲}', '"}" stands where a property name in double quotes should be'], ['{"a" ▲1}', '"1" stands where ":" should be'],
+    ['[1 ▲2]', '"2" stands where "," should be'], ['{"a":1▲', 'the text ends where "}" should be'],
+    ['[1▲', 'the text ends where "]" should be'], ['{} ▲{}', '"{" stands where the end of the text should be'],
+    ['[▲"a', string('does not end in its line')], ['["😀", ▲"a\nb"]', string('does not end in its line')],
+    ['[▲"a\tb"]', string('holds a control character')], ['[▲"\\x"]', string('holds an escape that does not exist')],
+    ['[▲"\\u12g4"]', string('holds an escape \\u without four hexadecimal digits')],
+    ...['{▲a:1}', '[▲+1]', '[▲NaN]', '[▲1.]', '[▲toString]']
+      .map((text) => [text, `"${/▲([^\]:]+)/.exec(text)[1]}" is no JSON value`]),
+    ['[0▲1]', '"1" stands where "," should be'], ['▲/* */ {}', 'JSON has no comments'],
+    [`▲${'['.repeat(1e5)}`, 'values are nested too deep'],
   ]) {
     assertFindings(marked, [message]);
     assert.throws(() => JSON.parse(marked.replace('▲', '')), SyntaxError);
@@ -122,7 +120,7 @@ test('lexicon: findings with their places', () => {
   const wanted = 'a.json:3:14: no category with an alias has the key "food"';
   for (const [others, options, expected] of [
     [[], {}, [wanted]], [[], { complete: false }, []], [[source(FOOD, 'b.json')], {}, []],
-    [[source('{', 'b.json')], {}, ['b.json:1:2: the text ends where a property name in double quotes should be']],
+    [[source('{', 'b.json')], {}, ['b.json:1:2: the text ends where "}" should be']],
   ]) assert.deepEqual(told(compileLexicons([override, ...others], options)), expected);
 });
 
@@ -193,7 +191,7 @@ test('build: the pack is that of the builders, and the same every time', async (
   enter({ 'a.json': '{"x":1}', 'b.json': '[', 'c.json': Buffer.of(0xff), 'location-a.tsv': `${HEADER}x\n`, 'p.klrx': 'old' });
   assert.deepEqual(await klrx('build location-a.tsv b.json gone.json c.json a.json --out p.klrx'), [1, '', [
     'gone.json:1:1: the source cannot be read: no such file or directory', 'c.json:1:1: the source is not UTF-8 text',
-    'location-a.tsv:2:1: the row has 1 columns, not 6', 'b.json:1:2: the text ends where a value should be',
+    'location-a.tsv:2:1: the row has 1 columns, not 6', 'b.json:1:2: the text ends where "]" should be',
     'a.json:1:2: unknown property "x"', 'klrx: 5 errors, nothing written', ''].join('\n')]);
   assert.deepEqual([readFileSync('p.klrx', 'utf8'), readdirSync('.').length], ['old', 5]);
 });

@@ -2,7 +2,7 @@
 // formats and their types give the same twelve functions, and what the binary shows to the process that loads it.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { existsSync, mkdirSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
+import { existsSync, mkdirSync, readFileSync, readdirSync, rmSync, symlinkSync, writeFileSync } from 'node:fs';
 import { dirname, join, resolve } from 'node:path';
 import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
@@ -38,7 +38,8 @@ test('the tarball holds what package.json names and nothing of the work on it; e
   mkdirSync(installed, { recursive: true });
   const [{ filename, files }] = JSON.parse(run('npm', ['pack', '--json', '--ignore-scripts', '--pack-destination', folder]));
   run('tar', ['-xzf', join(folder, filename), '-C', installed, '--strip-components=1']);
-  const { exports, main, types, bin, scripts } = JSON.parse(read('package.json'));
+  const { exports, main, types, bin, scripts, dependencies } = JSON.parse(read('package.json'));
+  for (const name of Object.keys(dependencies)) symlinkSync(join(root, 'node_modules', name), join(folder, 'node_modules', name));
   const named = JSON.stringify([exports, main, types, `./${bin.klrx}`]).match(/\.\/[^"]+\.\w+/g);
   const missing = [...named, 'LICENSE', 'lib/load.cjs', 'scripts/setup.mjs', 'CMakeLists.txt']
     .filter((path) => !existsSync(join(installed, path)));

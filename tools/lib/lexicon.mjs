@@ -11,7 +11,7 @@
 
 import { SECTION_NAMES } from './binary_index.mjs';
 import { createFindings, placeOf } from './findings.mjs';
-import { JsonSyntaxError, parseJson } from './json_source.mjs';
+import { JsonSyntaxError, parseJson } from './json.mjs';
 import { compactTerm, formatFixed } from './text.mjs';
 
 const MAX_FIELD_BYTES = 0xffff;
@@ -62,7 +62,7 @@ function weight(reading, node) {
 /** Alias strings, folded, each with its place. */
 function aliases(reading, node) {
   if (!expect(reading, node, 'array')) return [];
-  return node.items.flatMap((item) => {
+  return node.children.flatMap((item) => {
     const value = text(reading, item);
     const term = value === undefined ? undefined : compactTerm(value);
     if (term === '') reading.error(item, 'the alias is blank');
@@ -73,14 +73,14 @@ function aliases(reading, node) {
 /** An object whose property names are free and whose values are alias lists, in the order in which an engine walks it. */
 function aliasGroups(reading, node) {
   if (!expect(reading, node, 'object')) return [];
-  return Object.values(Object.fromEntries(node.members.map((member) => [member.name, member.node]))).flatMap((group) =>
+  return Object.values(Object.fromEntries(node.children.map(({ children: [name, value] }) => [name.value, value]))).flatMap((group) =>
     aliases(reading, group),
   );
 }
 
 function tags(reading, node) {
   if (!expect(reading, node, 'array')) return undefined;
-  const values = node.items.map((item) => {
+  const values = node.children.map((item) => {
     const value = text(reading, item);
     if (value?.includes(TAG_SEPARATOR)) reading.error(item, 'the byte 0x1e separates tags and cannot stand in one');
     return value;
@@ -100,7 +100,7 @@ function curatedSection(reading, node) {
 function listOf(shape) {
   return (reading, node) => {
     if (!expect(reading, node, 'array')) return [];
-    return node.items.flatMap((item) => readObject(reading, item, shape) ?? []);
+    return node.children.flatMap((item) => readObject(reading, item, shape) ?? []);
   };
 }
 
@@ -194,7 +194,7 @@ function readObject(reading, node, { required = [], properties }) {
   if (!expect(reading, node, 'object')) return undefined;
   const values = {};
   const nodes = {};
-  for (const { name, offset, node: member } of node.members) {
+  for (const { offset, children: [{ value: name }, member] } of node.children) {
     if (!Object.hasOwn(properties, name)) {
       const near = Object.keys(properties).find((known) => isNearlyThe(name, known));
       reading.error({ offset }, `unknown property ${JSON.stringify(name)}${near ? `; is "${near}" meant?` : ''}`);

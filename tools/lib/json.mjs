@@ -1,0 +1,74 @@
+// JSON (RFC 8259) that remembers where everything stood. `JSON.parse` gives values without places, and a lexicon editor
+// needs the place of a wrong one.
+
+import { parseTree, printParseErrorCode } from 'jsonc-parser';
+
+/**
+ * A value with its place.
+ * @typedef {import('jsonc-parser').Node} JsonNode
+ */
+
+/** An error at a place of the text. */
+export class JsonSyntaxError extends Error {
+  /**
+   * @param {string} message
+   * @param {number} offset in UTF-16 units
+   */
+  constructor(message, offset) {
+    super(message);
+    this.offset = offset;
+  }
+}
+
+// What should have stood at an error's place.
+const WANTED = {
+  ValueExpected: 'a value',
+  PropertyNameExpected: 'a property name in double quotes',
+  ColonExpected: '":"',
+  CommaExpected: '","',
+  CloseBraceExpected: '"}"',
+  CloseBracketExpected: '"]"',
+  EndOfFileExpected: 'the end of the text',
+};
+
+// What is wrong with the token at an error's place.
+const WRONG = {
+  InvalidCommentToken: 'JSON has no comments',
+  UnexpectedEndOfComment: 'JSON has no comments',
+  UnexpectedEndOfString: 'the string that begins here does not end in its line',
+  InvalidCharacter: 'the string that begins here holds a control character',
+  InvalidEscapeCharacter: 'the string that begins here holds an escape that does not exist',
+  InvalidUnicode: 'the string that begins here holds an escape \\u without four hexadecimal digits',
+};
+
+/**
+ * @param {string} text
+ * @param {import('jsonc-parser').ParseError} error
+ */
+function describe(text, { error, offset, length }) {
+  const code = printParseErrorCode(error);
+  if (Object.hasOwn(WRONG, code)) return WRONG[code];
+  const token = JSON.stringify(text.slice(offset, offset + length));
+  if (!Object.hasOwn(WANTED, code)) return `${token} is no JSON value`;
+  return length === 0 ? `the text ends where ${WANTED[code]} should be` : `${token} stands where ${WANTED[code]} should be`;
+}
+
+/**
+ * Parses a JSON text.
+ * @param {string} text without a byte order mark
+ * @returns {JsonNode}
+ * @throws {JsonSyntaxError} at the first place that is no JSON
+ */
+export function parseJson(text) {
+  /** @type {import('jsonc-parser').ParseError[]} */
+  const errors = [];
+  let tree;
+  try {
+    tree = parseTree(text, errors, { disallowComments: true });
+  } catch (error) {
+    if (!(error instanceof RangeError)) throw error; // the parser is recursive, and its stack is full
+    throw new JsonSyntaxError('values are nested too deep', 0);
+  }
+  if (errors.length > 0) throw new JsonSyntaxError(describe(text, errors[0]), errors[0].offset);
+  return tree;
+}
