@@ -7,7 +7,7 @@ import { copyFileSync, existsSync, linkSync, mkdirSync, mkdtempSync, readdirSync
 import { join } from 'node:path';
 import test from 'node:test';
 import { buildBinaryIndex, buildLocationShard, buildManifest, buildPack, readPackMetadata } from '../tools/index.mjs';
-import { run } from '../tools/lib/commands.mjs';
+import { run } from '../tools/commands/run.mjs';
 import { formatFinding } from '../tools/lib/findings.mjs';
 import { compileLexicons } from '../tools/lib/lexicon.mjs';
 import { compilePlaces } from '../tools/lib/places.mjs';

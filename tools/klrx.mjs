@@ -1,7 +1,7 @@
 #!/usr/bin/env node
 // The command klrx: see `klrx --help`.
 
-import { run } from './lib/commands.mjs';
+import { run } from './commands/run.mjs';
 
 // Whoever reads the output may stop early, as `head` does. The rest has no reader then, but the work goes on to its own
 // end and status.
