@@ -9,16 +9,19 @@
 import { mkdirSync, readdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
+import stringWidth from 'string-width';
+import { compactTerm } from '../tools/index.mjs';
+import { PLACES_COLUMNS } from '../tools/lib/places.mjs';
 
 const root = join(dirname(fileURLToPath(import.meta.url)), '..');
 const sample = join(root, 'sample');
 const lexiconFolder = join(sample, 'lexicon');
 
-const fold = (text) => text.replace(/[\0- ]/g, '').replace(/[A-Z]/g, (letter) => letter.toLowerCase());
 const characters = (text) => [...text].length;
 const readJson = (path) => JSON.parse(readFileSync(path, 'utf8'));
 const byBytes = (a, b) => Buffer.compare(Buffer.from(a), Buffer.from(b));
 
+/** @returns {Record<string, any>[]} */
 function readTable(path) {
   const [header, ...lines] = readFileSync(path, 'utf8').replace(/\n$/, '').split('\n');
   const names = header.split('\t');
@@ -35,14 +38,13 @@ function writeTable(path, columns, rows) {
 // ---- JSON with alias lists on wrapped lines
 
 const LINE_WIDTH = 116;
-const displayWidth = (text) => [...text].reduce((sum, c) => sum + (c.codePointAt(0) > 0x2e7f ? 2 : 1), 0);
 
 function wrap(parts, indent) {
   const lines = [''];
   for (const part of parts) {
-    const last = lines.at(-1);
+    const last = lines[lines.length - 1];
     if (last === '') lines[lines.length - 1] = part;
-    else if (indent + displayWidth(last) + displayWidth(part) + 3 <= LINE_WIDTH) lines[lines.length - 1] = `${last}, ${part}`;
+    else if (indent + stringWidth(last) + stringWidth(part) + 3 <= LINE_WIDTH) lines[lines.length - 1] = `${last}, ${part}`;
     else lines.push(part);
   }
   return lines;
@@ -62,7 +64,7 @@ function format(value, depth = 0) {
     : Object.entries(value).map(([name, item]) => `${JSON.stringify(name)}: ${format(item, depth + 1)}`);
   const [open, close] = Array.isArray(value) ? '[]' : '{}';
   const flat = `${open} ${parts.join(', ')} ${close}`;
-  if (depth >= 2 && !flat.includes('\n') && outer.length + displayWidth(flat) <= LINE_WIDTH) return flat;
+  if (depth >= 2 && !flat.includes('\n') && outer.length + stringWidth(flat) <= LINE_WIDTH) return flat;
   return `${open}\n${parts.map((part) => inner + part).join(',\n')}\n${outer}${close}`;
 }
 
@@ -73,7 +75,7 @@ const writeJson = (path, value) => writeFileSync(path, format(value) + '\n');
 function readHandWritten() {
   const scenes = new Map();
   const taken = new Set();
-  const note = (list) => list?.forEach((alias) => taken.add(fold(alias)));
+  const note = (list) => list?.forEach((alias) => taken.add(compactTerm(alias)));
   for (const name of readdirSync(lexiconFolder).sort()) {
     if (!/^scene-.*\.json$/.test(name)) continue;
     for (const category of readJson(join(lexiconFolder, name)).categories) {
@@ -116,7 +118,7 @@ function makeVocabulary(dataFolder, { rules, kin, exclude }) {
     match: new RegExp(rule.match ?? ''),
   }));
   const kinPattern = new RegExp(kin);
-  const excluded = { zh: new Set(exclude.zh.map(fold)), en: new Set(exclude.en.map(fold)) };
+  const excluded = { zh: new Set(exclude.zh.map(compactTerm)), en: new Set(exclude.en.map(compactTerm)) };
   const concepts = new Map();
   for (const row of readTable(join(dataFolder, 'vocabulary.tsv'))) {
     const id = `${row.group}\t${row.subgroup}\t${row.key}`;
@@ -136,7 +138,7 @@ function makeVocabulary(dataFolder, { rules, kin, exclude }) {
     }
     for (const [lang, raw] of pickTerms(terms, rule.take, kinPattern)) {
       const term = raw.trim();
-      const folded = fold(term);
+      const folded = compactTerm(term);
       const wellFormed = lang === 'zh' ? /^[\u4e00-\u9fff·]{2,}$/.test(term) : /^[A-Za-z][A-Za-z0-9'& -]{2,}$/.test(term);
       if (!wellFormed || taken.has(folded) || excluded[lang].has(folded)) continue;
       taken.add(folded);
@@ -166,17 +168,17 @@ function makeVocabulary(dataFolder, { rules, kin, exclude }) {
 
 function makePeople(dataFolder, { excludeKinds, exclude }) {
   const curated = readJson(join(lexiconFolder, 'celebrities.json')).celebrities;
-  const taken = new Set(curated.flatMap((p) => [p.name, ...Object.values(p.aliases ?? {}).flat()]).map(fold));
+  const taken = new Set(curated.flatMap((p) => [p.name, ...Object.values(p.aliases ?? {}).flat()]).map(compactTerm));
   const ids = new Set(curated.map((person) => person.id));
-  const excluded = new Set(exclude.map(fold));
+  const excluded = new Set(exclude.map(compactTerm));
   // Names are looked for as plain substrings of a text without blanks: a short one would stand inside other words.
-  const usable = (name) => /^[A-Z][A-Za-z.'-]*( [A-Za-z.'-]+)+$/.test(name) && fold(name).length >= 10 && !excluded.has(fold(name));
+  const usable = (name) => /^[A-Z][A-Za-z.'-]*( [A-Za-z.'-]+)+$/.test(name) && compactTerm(name).length >= 10 && !excluded.has(compactTerm(name));
   const celebrities = [];
   for (const row of readTable(join(dataFolder, 'people.tsv'))) {
     if (excludeKinds.includes(row.kind) || ids.has(row.id)) continue;
-    if (!usable(row.name_en) || taken.has(fold(row.name_en))) continue;
-    taken.add(fold(row.name_en));
-    const aliases = row.aliases.split('|').filter((alias) => usable(alias) && !taken.has(fold(alias)) && taken.add(fold(alias)));
+    if (!usable(row.name_en) || taken.has(compactTerm(row.name_en))) continue;
+    taken.add(compactTerm(row.name_en));
+    const aliases = row.aliases.split('|').filter((alias) => usable(alias) && !taken.has(compactTerm(alias)) && taken.add(compactTerm(alias)));
     celebrities.push({
       id: row.id,
       name: row.name_en,
@@ -207,6 +209,8 @@ const ASIA = new Set(
  * The table that a place belongs to. Rows of the tables "us", "eu" and "asia" speak only in titles that show signs of the
  * region, which keeps English towns with everyday names quiet; a Chinese name needs no such caution and goes to a table that
  * is always searched.
+ * @param {Record<string, string>} place
+ * @param {string} lang
  */
 function tableOf({ code, kind }, lang) {
   const country = code.slice(0, 2);
@@ -223,8 +227,9 @@ function tableOf({ code, kind }, lang) {
 }
 
 function makePlaces(dataFolder, { shortNames, exclude }, everydayWords) {
-  const excluded = { zh: new Set(exclude.zh), en: new Set(exclude.en.map(fold)) };
+  const excluded = { zh: new Set(exclude.zh), en: new Set(exclude.en.map(compactTerm)) };
   const wellKnown = new Set(shortNames);
+  /** @type {Record<string, (row: any, table: string) => boolean>} */
   const isUsable = {
     zh({ alias, label, kind, weight }) {
       const length = characters(alias);
@@ -241,7 +246,7 @@ function makePlaces(dataFolder, { shortNames, exclude }, everydayWords) {
     },
     en({ alias, kind, weight }, table) {
       // An English row is looked up by single words of the reading: a name with a blank could never be found here.
-      if (!/^[A-Z][A-Za-z'-]{3,}$/.test(alias) || excluded.en.has(fold(alias)) || everydayWords.en.has(fold(alias))) return false;
+      if (!/^[A-Z][A-Za-z'-]{3,}$/.test(alias) || excluded.en.has(compactTerm(alias)) || everydayWords.en.has(compactTerm(alias))) return false;
       if (kind === 'country' || kind === 'capital') return true;
       return weight >= { cn: 0.6, us: 0.5, eu: 0.5, asia: 0.6, world: 0.7 }[table];
     },
@@ -255,7 +260,7 @@ function makePlaces(dataFolder, { shortNames, exclude }, everydayWords) {
     // The code of the country: a title that names a town and its country names one place, and twenty towns of one name
     // in as many provinces are no twenty candidates.
     const code = row.code.slice(0, 2);
-    const id = `${fold(row.alias)}\t${code}`;
+    const id = `${compactTerm(row.alias)}\t${code}`;
     const known = tables[table].get(id);
     if (known && Number(known.weight) >= weight) continue;
     tables[table].set(id, { alias: row.alias, code, lang, weight: row.weight, label: row.label, countryLabel: row.countryLabel });
@@ -264,7 +269,7 @@ function makePlaces(dataFolder, { shortNames, exclude }, everydayWords) {
   const counts = {};
   for (const [name, found] of Object.entries(tables)) {
     const rows = [...found.values()].sort((a, b) => byBytes(a.code, b.code) || byBytes(a.alias, b.alias));
-    writeTable(join(sample, 'places', `location-${name}.tsv`), ['alias', 'code', 'lang', 'weight', 'label', 'countryLabel'], rows);
+    writeTable(join(sample, 'places', `location-${name}.tsv`), PLACES_COLUMNS, rows);
     counts[name] = rows.length;
   }
   return counts;
