@@ -29,13 +29,13 @@ const say = (line) => process.stderr.write(`${line}\n`);
 /** Runs a program to its end and gives { ok, out, err }, with what it printed. A program that is not there is not ok. */
 function ask(program, args, env) {
   const { status, error, stdout, stderr } = spawnSync(program, args, { cwd: root, encoding: 'utf8', env: { ...process.env, ...env } });
-  return { ok: status === 0, out: stdout ?? '', err: error ? `${program}: ${error.code}\n` : stderr };
+  return { ok: status === 0, out: stdout ?? '', err: error ? `${error.message}\n` : stderr };
 }
 
 /** Runs a program to its end, with its output on standard error; a SetupError if it fails. */
 export function run(program, args, env) {
   const { status, error } = spawnSync(program, args, { cwd: root, stdio: ['ignore', 2, 2], env: { ...process.env, ...env } });
-  if (status !== 0) throw new SetupError(`${program} ${args.join(' ')} ${error ? `could not run: ${error.code}` : `failed with status ${status}`}`);
+  if (status !== 0) throw new SetupError(`${program} ${args.join(' ')} ${error ? `could not run: ${error.message}` : `failed with status ${status}`}`);
 }
 
 /**
@@ -54,7 +54,7 @@ export function installDebianPackages(names, reason) {
   const missing = names.filter((name) => !present.split('\n').includes(`${name} installed`));
   if (missing.length === 0) return false;
   const install = ['install', '-y', '--no-install-recommends', ...missing];
-  if (process.getuid() !== 0) {
+  if (process.getuid?.() !== 0) {
     throw new SetupError(`${reason}Run this command, then this script again:\n  sudo apt-get update && sudo apt-get ${install.join(' ')}`);
   }
   say(`setup: installing ${missing.join(' ')}`);

@@ -9,3 +9,15 @@ export { buildMetadata, buildPack, readPackMetadata, sealPack } from './lib/pack
 export { buildPayload, DOCUMENT_TYPES } from './lib/payload.mjs';
 export { compactTerm, formatFixed } from './lib/text.mjs';
 export { developmentTrust, signDetached } from './lib/trust.mjs';
+
+/**
+ * The shapes of what the builders take.
+ * @typedef {import('./lib/binary_index.mjs').IndexSection} IndexSection
+ * @typedef {import('./lib/location_shard.mjs').LocationEntry} LocationEntry
+ * @typedef {import('./lib/location_shard.mjs').LocationRecord} LocationRecord
+ * @typedef {import('./lib/pack_file.mjs').MetadataFields} MetadataFields
+ * @typedef {import('./lib/payload.mjs').PayloadDocument} PayloadDocument
+ * @typedef {import('./lib/trust.mjs').KeyId} KeyId
+ * @typedef {import('./lib/trust.mjs').SigningKey} SigningKey
+ * @typedef {import('./lib/trust.mjs').Trust} Trust
+ */

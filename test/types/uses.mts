@@ -1,6 +1,6 @@
 // How a caller of the module entry writes it; compiled, never run. A line below `@ts-expect-error` must not compile.
 import semantic, * as names from 'corvenda-semantic';
-import { buildBinaryIndex, buildPack, INDEX_DOCUMENT_NAME } from 'corvenda-semantic/tools';
+import { buildBinaryIndex, buildPack, INDEX_DOCUMENT_NAME, signDetached, type Trust } from 'corvenda-semantic/tools';
 
 const pack: names.PackOptions = { packPath: 'a.klrx', allowedRoot: '.' };
 export const same: typeof names.getSemanticInfo = semantic.getSemanticInfo;
@@ -30,3 +30,8 @@ declare const maybe: string | undefined;
 (await names.warmSemanticRulePack({ ...pack, overlayPackPath: maybe ?? null, overlayAllowedRoot: '.' })).prewarmed satisfies boolean;
 const data = buildBinaryIndex({ sections: [{ type: 'scene', rows: [{ term: 'a', fields: ['b'] }] }] });
 buildPack({ ruleSetId: 'one', documents: [{ type: 'semantic-index', name: INDEX_DOCUMENT_NAME, data }] }) satisfies Uint8Array;
+// @ts-expect-error: two keys
+buildPack({ ruleSetId: 'one', documents: [], keyId: 'test-v2' });
+declare const trust: Trust;
+// @ts-expect-error: bytes
+signDetached('text', { trust }) satisfies string;

@@ -13,20 +13,16 @@ import { developmentTrustFile } from '../lib/trust.mjs';
 const MAX_PACK_BYTES = 128 * 1024 * 1024;
 const MAX_DOCUMENTS = 512;
 
-const OPTIONS = {
-  out: { type: 'string' },
-  'rule-set-id': { type: 'string' },
-  'base-rule-set-id': { type: 'string' },
-  kind: { type: 'string', default: 'base' },
-  key: { type: 'string', default: 'test-v1' },
-  compress: { type: 'boolean', default: false },
-  trust: { type: 'string' },
-  nonce: { type: 'string' },
-  json: { type: 'boolean', default: false },
-};
-
-function requireChoice(name, value, choices) {
-  if (!choices.includes(value)) throw misuse(`--${name} is ${choices.join(' or ')}, not ${value}`);
+/**
+ * @template {string} Choice
+ * @param {string} name
+ * @param {string} value
+ * @param {Choice[]} choices
+ */
+function choiceOf(name, value, choices) {
+  const choice = choices.find((one) => one === value);
+  if (choice === undefined) throw misuse(`--${name} is ${choices.join(' or ')}, not ${value}`);
+  return choice;
 }
 
 function requireId(name, value) {
@@ -37,13 +33,23 @@ function requireId(name, value) {
 
 /** The options of a build, checked completely before anything is read. */
 function readOptions(args) {
-  const { values, positionals: sources } = readArguments(args, OPTIONS);
-  const { out, kind, key, nonce } = values;
+  const { values, positionals: sources } = readArguments(args, {
+    out: { type: 'string' },
+    'rule-set-id': { type: 'string' },
+    'base-rule-set-id': { type: 'string' },
+    kind: { type: 'string', default: 'base' },
+    key: { type: 'string', default: 'test-v1' },
+    compress: { type: 'boolean', default: false },
+    trust: { type: 'string' },
+    nonce: { type: 'string' },
+    json: { type: 'boolean', default: false },
+  });
+  const { out, nonce } = values;
   if (sources.length === 0) throw misuse('build needs at least one source');
   if (out === undefined) throw misuse('build needs --out PACK');
   if (extname(out) !== '.klrx') throw misuse(`${out} does not end in .klrx`);
-  requireChoice('kind', kind, ['base', 'patch']);
-  requireChoice('key', key, ['test-v1', 'release-v1']);
+  const kind = choiceOf('kind', values.kind, ['base', 'patch']);
+  const keyId = choiceOf('key', values.key, ['test-v1', 'release-v1']);
   const ruleSetId = values['rule-set-id'] ?? basename(out, '.klrx');
   requireId('the rule set id', ruleSetId);
   if (kind === 'patch' && values['base-rule-set-id'] === undefined) throw misuse('a patch needs --base-rule-set-id ID');
@@ -55,7 +61,8 @@ function readOptions(args) {
   }
   if (new Set(sources.map(realPathOf)).size < sources.length) throw misuse('a source is given twice');
   refuseSameFile(out, sources);
-  return { ...values, sources, ruleSetId, baseRuleSetId, nonce: nonce && Buffer.from(nonce, 'hex') };
+  const nonceBytes = nonce === undefined ? undefined : Buffer.from(nonce, 'hex');
+  return { ...values, sources, out, kind, keyId, ruleSetId, baseRuleSetId, nonce: nonceBytes };
 }
 
 function readTrust(path) {
@@ -104,7 +111,7 @@ function documentsOf({ sections, lexiconCount, shards }) {
 
 export async function build(args, io) {
   const options = readOptions(args);
-  const { sources, out, kind, key: keyId, ruleSetId, baseRuleSetId, nonce } = options;
+  const { sources, out, kind, keyId, ruleSetId, baseRuleSetId, nonce } = options;
   const trust = options.trust === undefined ? developmentTrustFile : readTrust(options.trust);
   if (keyId === 'release-v1' && trust.name === developmentTrustFile.name) {
     io.err('klrx: warning: release-v1 of the development trust file is public; give the release one with --trust\n');

@@ -11,9 +11,10 @@ import { developmentTrustFile, signingKeyOf } from '../lib/trust.mjs';
 
 const MAX_MANIFEST_BYTES = 128 * 1024;
 
+/** @param {{ key?: string, development: boolean }} options */
 function readSigningKey({ key, development }) {
-  if ((key === undefined) === !development) throw misuse('sign needs either --key KEY.pem or --development');
-  if (development) return signingKeyOf(developmentTrustFile);
+  if (development && key === undefined) return signingKeyOf(developmentTrustFile);
+  if (development || key === undefined) throw misuse('sign needs either --key KEY.pem or --development');
   const signingKey = attempt(key, () => {
     const pem = readText(key);
     try {
@@ -39,7 +40,11 @@ function readModules(text) {
   return modules;
 }
 
-/** What would make every verification fail is refused before it is signed. */
+/**
+ * What would make every verification fail is refused before it is signed.
+ * @param {string} packPath
+ * @param {Record<string, unknown>} metadata
+ */
 function checkSignable(packPath, { kind, baseRuleSetId, ruleSetId }) {
   if (kind !== 'patch') throw no(`${packPath}: is a ${kind} pack, and only a patch can be signed`);
   if (baseRuleSetId === ruleSetId) throw no(`${packPath}: leads from ${ruleSetId} to itself`);

@@ -8,6 +8,18 @@
 
 import { ByteWriter } from './byte_writer.mjs';
 
+/**
+ * The rows of one section. The values after the first two properties are for making documents that a reader must refuse;
+ * left out, they are what a sound document has.
+ * @typedef {object} IndexSection
+ * @property {number | string} type a name, or 1 to 5 (0 to 255 are written)
+ * @property {readonly { term: string | Uint8Array, fields?: readonly (string | Uint8Array)[] }[]} [rows] taken as they are:
+ *   terms should be folded with `compactTerm`
+ * @property {number} [sectionFormat] 1 by default
+ * @property {number} [termCount] that of `rows` by default
+ * @property {number} [bodyLength] that of `rows` by default
+ */
+
 /** The document name under which readers look for the index. */
 export const INDEX_DOCUMENT_NAME = 'semantic-binary-index-v1';
 
@@ -44,19 +56,17 @@ function writeSection(writer, { type, rows = [], sectionFormat = 1, termCount = 
 /**
  * Builds the data of a binary index document.
  *
- * Terms and fields are taken as they are: terms should be folded with `compactTerm`. The values after the first two
- * properties are for making documents that a reader must refuse; left out, they are what a sound document has.
+ * The values after the first two properties are for making documents that a reader must refuse; left out, they are what a
+ * sound document has.
  *
- * @param {object} index
- * @param {{ type: number | string, rows?: { term: string | Uint8Array, fields?: (string | Uint8Array)[] }[],
- *   sectionFormat?: number, termCount?: number, bodyLength?: number }[]} [index.sections] written in this order; sections
- *   that are missing follow, empty, in the order scene, human, celebrity, location, facet. `type` is a name or 1 to 5
- *   (0 to 255 are written)
+ * @param {object} [index]
+ * @param {readonly IndexSection[]} [index.sections] written in this order; sections that are missing follow, empty, in the
+ *   order scene, human, celebrity, location, facet
  * @param {number} [index.sourceDocumentCount] how many sources the rows were made from; 1 by default, readers refuse 0
- * @param {number} [index.version]
- * @param {number} [index.sectionCount] the number in the header, 5 whatever `sections` holds
+ * @param {number} [index.version] 3 by default
+ * @param {number} [index.sectionCount] the number in the header, 5 by default whatever `sections` holds
  * @param {boolean} [index.addMissing] false writes exactly the given sections
- * @returns {Buffer}
+ * @returns {Uint8Array} a Buffer
  * @throws {RangeError} for a section name that does not exist, or a number or length that its bytes cannot hold
  */
 export function buildBinaryIndex({

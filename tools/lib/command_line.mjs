@@ -49,8 +49,8 @@ export function attempt(path, step) {
 }
 
 /**
- * The arguments behind a command's name.
- * @template {import('node:util').ParseArgsOptionsConfig} Options
+ * The arguments after a command's name.
+ * @template {NonNullable<import('node:util').ParseArgsConfig['options']>} Options
  * @param {string[]} args
  * @param {Options} options as `parseArgs` of node:util takes them
  */

@@ -62,6 +62,7 @@ function describe(text, { error, offset, length }) {
 export function parseJson(text) {
   /** @type {import('jsonc-parser').ParseError[]} */
   const errors = [];
+  /** @type {JsonNode | undefined} */
   let tree;
   try {
     tree = parseTree(text, errors, { disallowComments: true });
@@ -69,6 +70,6 @@ export function parseJson(text) {
     if (!(error instanceof RangeError)) throw error; // the parser is recursive, and its stack is full
     throw new JsonSyntaxError('values are nested too deep', 0);
   }
-  if (errors.length > 0) throw new JsonSyntaxError(describe(text, errors[0]), errors[0].offset);
+  if (errors.length > 0 || !tree) throw new JsonSyntaxError(describe(text, errors[0]), errors[0].offset);
   return tree;
 }

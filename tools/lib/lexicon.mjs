@@ -216,6 +216,7 @@ function readObject(reading, node, { required = [], properties }) {
  * phrase that names a scene without a category row.
  */
 function layOut(lexicons, reportUnknownScene) {
+  /** @type {Record<string, { term: string, fields: string[] }[]>} */
   const rows = Object.fromEntries(SECTION_NAMES.map((name) => [name, []]));
   const firstPlaces = new Map();
 

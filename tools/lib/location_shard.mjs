@@ -7,19 +7,32 @@
 import { ByteWriter } from './byte_writer.mjs';
 
 /**
- * Builds the data of a location shard document.
+ * One place under one alias.
+ * @typedef {object} LocationRecord
+ * @property {string | Uint8Array} code readers refuse an empty one
+ * @property {number} [englishFlag] 0 (native, the default) or 1 (English); readers refuse more
+ * @property {number} [weight] rounded to single precision, 0 by default
+ * @property {string | Uint8Array} [label] empty by default, and so is `countryLabel`
+ * @property {string | Uint8Array} [countryLabel]
+ */
+
+/**
+ * The places of one alias.
+ * @typedef {object} LocationEntry
+ * @property {string | Uint8Array} alias taken as it is: it should be folded with `compactTerm`; readers refuse an empty one
+ *   that has records
+ * @property {readonly LocationRecord[]} [records]
+ * @property {number} [recordCount] that of `records` by default; another makes a document that readers must refuse
+ */
+
+/**
+ * Builds the data of a location shard document. The options are for making documents that a reader must refuse.
  *
- * Texts are taken as they are: aliases should be folded with `compactTerm`. Readers refuse an empty code, an English flag
- * above 1, and an empty alias that has records. `recordCount` and the options are for making documents that a reader must
- * refuse.
- *
- * @param {{ alias: string | Uint8Array, recordCount?: number, records: { code: string | Uint8Array, englishFlag?: number,
- *   weight?: number, label?: string | Uint8Array, countryLabel?: string | Uint8Array }[] }[]} [entries] `englishFlag` is
- *   0 (native, the default) or 1; `weight` is rounded to single precision, 0 by default; labels are empty by default
+ * @param {readonly LocationEntry[]} [entries]
  * @param {object} [options]
- * @param {number} [options.version]
- * @param {number} [options.aliasCount]
- * @returns {Buffer}
+ * @param {number} [options.version] 1 by default
+ * @param {number} [options.aliasCount] that of `entries` by default
+ * @returns {Uint8Array} a Buffer
  * @throws {RangeError} for a number or length that its bytes cannot hold
  */
 export function buildLocationShard(entries = [], { version = 1, aliasCount = entries.length } = {}) {

@@ -9,7 +9,7 @@ const MAX_INPUT = 0x7e000000; // the largest input that the block format's refer
 /**
  * Compresses bytes into one LZ4 block without any frame or length: what packs of the compression "lz4-block-v1" hold.
  * @param {Uint8Array} bytes at most 2113929216 bytes
- * @returns {Buffer}
+ * @returns {Uint8Array} a Buffer
  * @throws {RangeError} for more bytes
  * @throws {Error} when the encoder cannot be loaded
  */

@@ -57,10 +57,10 @@ export function manifestText(fields) {
  * @param {string} [manifest.pack] the pack's file name without a directory; that of `packPath` by default
  * @param {string} [manifest.baseRuleSetId] by default, like `ruleSetId`, what the pack's metadata say in clear
  * @param {string} [manifest.ruleSetId]
- * @param {unknown[] | string} [manifest.modules] a flat array, or its raw text; empty by default
+ * @param {readonly unknown[] | string} [manifest.modules] a flat array, or its raw text; empty by default
  * @param {import('./trust.mjs').Trust} [manifest.trust] the trust file whose pins and key are used; the development file
  *   by default
- * @param {import('node:crypto').KeyObject} [manifest.signingKey] an Ed25519 private key instead; the pins are derived from it
+ * @param {import('./trust.mjs').SigningKey} [manifest.signingKey] a key instead; the pins are derived from it
  * @param {object} [manifest.fields] fields (see `manifestText`) that replace the computed ones before the signing, for
  *   manifests that a reader must refuse further on than at the signature
  * @returns {string} the text of the manifest file
@@ -106,7 +106,7 @@ export function buildManifest({
     publicKeyDerBase64: pins.publicKeyDerBase64,
     ...fields,
   };
-  const signature = signDetached(manifestText(signed), { trust, signingKey }).toString('base64');
+  const signature = Buffer.from(signDetached(manifestText(signed), { trust, signingKey })).toString('base64');
   const members = Object.entries({ ...signed, signatureEncoding: 'base64', signature }).map(
     ([key, value]) => `"${key}":${key === 'modules' ? modulesText(value) : JSON.stringify(value)}`,
   );

@@ -18,17 +18,30 @@ const TAG_SIZE = 16;
 const HEADER_SIZE = 24;
 
 /**
+ * The fields of a pack's metadata. A field that is `undefined` is left out; whatever else is given follows them.
+ * @typedef {object} MetadataFields
+ * @property {string | undefined} [schema] the schema of packs by default
+ * @property {string | undefined} [kind] "base" or "patch"
+ * @property {string | undefined} [keyId] "test-v1" or "release-v1"
+ * @property {string | undefined} [ruleSetId] 1 to 96 of the ASCII letters, digits, "-", "." and "_"
+ * @property {string | undefined} [baseRuleSetId] the same; a base pack cannot leave it out either
+ * @property {string | undefined} [payloadSha256] 64 lower-case hexadecimal digits, over the payload before compression
+ * @property {number | undefined} [version] 1 by default
+ * @property {string | undefined} [compression] left out for a payload that is stored plain, else "lz4-block-v1"
+ */
+
+/**
  * Seals **exactly** these metadata bytes and **exactly** this stored payload. It checks nothing of either: it is how a pack
  * that a reader must refuse is made. The fixed header is not authenticated and can be patched afterwards.
  *
  * @param {object} pack
  * @param {string | Uint8Array} pack.metadata the text in clear, up to 65535 bytes
  * @param {string | Uint8Array} pack.payload what is encrypted: already compressed if the metadata say so
- * @param {string} pack.keyId "test-v1" or "release-v1": the key that is used, whatever the metadata say
+ * @param {import('./trust.mjs').KeyId} pack.keyId the key that is used, whatever the metadata say
  * @param {Uint8Array} [pack.nonce] 12 bytes, random by default. Sealing two payloads under one key and one nonce gives both
  *   away: a fixed nonce is for tests
  * @param {import('./trust.mjs').Trust} [pack.trust] the trust file that holds the key; the development file by default
- * @returns {Buffer} the bytes of a .klrx file
+ * @returns {Uint8Array} the bytes of a .klrx file, a Buffer
  * @throws {RangeError} for an unknown key id, a nonce of another size, or more bytes than the length fields hold
  */
 export function sealPack({ metadata, payload, keyId, nonce = randomBytes(NONCE_SIZE), trust }) {
@@ -55,15 +68,7 @@ export function sealPack({ metadata, payload, keyId, nonce = randomBytes(NONCE_S
  * Builds a metadata text: compact JSON in the order schema, kind, keyId, ruleSetId, baseRuleSetId, payloadSha256, version,
  * compression, then whatever else is given. Values are not tested; readers want no escapes in them.
  *
- * @param {object} fields a field that is `undefined` is left out
- * @param {string} [fields.schema] the schema of packs by default
- * @param {string} [fields.kind] "base" or "patch"
- * @param {string} [fields.keyId] "test-v1" or "release-v1"
- * @param {string} [fields.ruleSetId] 1 to 96 of the ASCII letters, digits, "-", "." and "_"
- * @param {string} [fields.baseRuleSetId] the same; a base pack cannot leave it out either
- * @param {string} [fields.payloadSha256] 64 lower-case hexadecimal digits, over the payload before compression
- * @param {number} [fields.version] 1 by default
- * @param {string} [fields.compression] left out for a payload that is stored plain, else "lz4-block-v1"
+ * @param {MetadataFields} fields
  * @returns {string}
  */
 export function buildMetadata(fields) {
@@ -80,17 +85,17 @@ export function buildMetadata(fields) {
  * Builds a whole pack file: the payload of the documents, compressed if asked for, under metadata that fit it.
  *
  * @param {object} pack
- * @param {string} [pack.kind] "base" by default, or "patch"
+ * @param {'base' | 'patch'} [pack.kind] "base" by default
  * @param {string} pack.ruleSetId see `buildMetadata`
  * @param {string} [pack.baseRuleSetId] a base pack's own `ruleSetId` by default; required of a patch
- * @param {string} [pack.keyId] "test-v1" by default, or "release-v1"
- * @param {object[]} [pack.documents] see `buildPayload`
+ * @param {import('./trust.mjs').KeyId} [pack.keyId] "test-v1" by default
+ * @param {readonly import('./payload.mjs').PayloadDocument[]} [pack.documents]
  * @param {Uint8Array} [pack.payload] a payload to seal instead of that of `documents`; its digest is computed all the same
- * @param {string} [pack.compression] "lz4-block-v1"; none by default
- * @param {object} [pack.metadata] metadata fields that replace the computed ones; `undefined` leaves a field out
+ * @param {'lz4-block-v1'} [pack.compression] none by default
+ * @param {MetadataFields} [pack.metadata] fields that replace the computed ones; `undefined` leaves a field out
  * @param {Uint8Array} [pack.nonce] see `sealPack`
  * @param {import('./trust.mjs').Trust} [pack.trust] see `sealPack`
- * @returns {Buffer} the bytes of a .klrx file
+ * @returns {Uint8Array} the bytes of a .klrx file, a Buffer
  * @throws {TypeError} for a missing `ruleSetId`, or a patch without `baseRuleSetId`
  * @throws {RangeError} for an unknown compression, and as `buildPayload` and `sealPack`
  */

@@ -28,18 +28,26 @@ function documentType(type) {
 }
 
 /**
- * Builds a payload.
+ * One document. The last three values are for making payloads that a reader must refuse; left out, they are computed.
+ * @typedef {object} PayloadDocument
+ * @property {number | string} type a name, or 1 to 9 (0 to 255 are written)
+ * @property {number} [encoding] 2 by default, the only one whose content is parsed
+ * @property {string | Uint8Array} name 1 to 128 of the ASCII letters, digits, "-", "." and "_"
+ * @property {string | Uint8Array} data at least one byte
+ * @property {Uint8Array} [sha256]
+ * @property {number} [nameLength]
+ * @property {number} [dataLength]
+ */
+
+/**
+ * Builds a payload of 1 to 512 documents. Nothing is tested but what the lengths can hold; the options are for making
+ * payloads that a reader must refuse.
  *
- * Nothing is tested but what the lengths can hold. `sha256`, `nameLength`, `dataLength` and the options are for making
- * payloads that a reader must refuse; left out, they are computed.
- *
- * @param {{ type: number | string, encoding?: number, name: string | Uint8Array, data: string | Uint8Array,
- *   sha256?: Uint8Array, nameLength?: number, dataLength?: number }[]} [documents] `type` is a name or 1 to 9 (0 to 255 are
- *   written); `encoding` 2 by default: the only one whose content is parsed
+ * @param {readonly PayloadDocument[]} [documents]
  * @param {object} [options]
- * @param {number} [options.payloadVersion]
- * @param {number} [options.documentCount]
- * @returns {Buffer}
+ * @param {number} [options.payloadVersion] 1 by default
+ * @param {number} [options.documentCount] that of `documents` by default
+ * @returns {Uint8Array} a Buffer
  * @throws {RangeError} for a type name that does not exist, or a number or length that its bytes cannot hold
  */
 export function buildPayload(documents = [], { payloadVersion = 1, documentCount = documents.length } = {}) {

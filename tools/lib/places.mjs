@@ -15,8 +15,13 @@ export function shardName(path) {
   return basename(path).replace(/\.tsv$/i, '');
 }
 
-/** The findings of one row, as [column, message] pairs. */
+/**
+ * The findings of one row, as [column, message] pairs.
+ * @param {string[]} cells
+ * @returns {[number, string][]}
+ */
 function checkCells([alias, code, lang, weight, label]) {
+  /** @type {[number, string][]} */
   const wrong = [];
   if (compactTerm(alias) === '') wrong.push([0, 'the alias is blank']);
   if (code === '') wrong.push([1, 'the code is empty']);
@@ -33,7 +38,7 @@ function checkCells([alias, code, lang, weight, label]) {
  * Compiles a places source. The rows of one folded alias become one entry, at the place of the first of them.
  *
  * @param {import('./findings.mjs').Source} source
- * @returns {{ name: string, rowCount: number, data: Buffer | undefined, findings: import('./findings.mjs').Finding[] }}
+ * @returns {{ name: string, rowCount: number, data: Uint8Array | undefined, findings: import('./findings.mjs').Finding[] }}
  *   `name` of the document; `data` is undefined if a finding is an error
  */
 export function compilePlaces(source) {

@@ -13,6 +13,13 @@ import { readFileSync } from 'node:fs';
  * @property {{ publicKeySha256: string, publicKeyDerBase64: string, signingKeyPkcs8Base64?: string }} manifest
  */
 
+/** @typedef {'test-v1' | 'release-v1'} KeyId */
+
+/**
+ * An Ed25519 private key: a KeyObject of node:crypto.
+ * @typedef {{ readonly type: string, readonly asymmetricKeyType?: string | undefined }} SigningKey
+ */
+
 /** The trust file that comes with the sources. @type {Trust} */
 export const developmentTrustFile = JSON.parse(
   readFileSync(new URL('../../trust/development.json', import.meta.url), 'utf8'),
@@ -26,18 +33,19 @@ export const developmentTrust = Object.freeze({
 
 /**
  * The AES-256 key of a key id.
- * @param {string} keyId "test-v1" or "release-v1"
+ * @param {KeyId} keyId
  * @param {Trust} [trust]
- * @returns {Buffer} 32 bytes, for the caller to wipe
+ * @returns {Uint8Array} 32 bytes, for the caller to wipe
  * @throws {RangeError} for an unknown id, or a trust file whose pieces have other sizes
  */
 export function packKey(keyId, trust = developmentTrustFile) {
-  const pieces = trust.packKeys?.[keyId];
+  const test = trust.packKeys?.['test-v1'];
+  const release = trust.packKeys?.['release-v1'];
   let key;
-  if (keyId === 'test-v1' && pieces) {
-    key = Buffer.from(pieces.block + pieces.values.join(''), 'hex');
-  } else if (keyId === 'release-v1' && pieces) {
-    const [first, second] = pieces.tables.map((table) => Buffer.from(table, 'hex'));
+  if (keyId === 'test-v1' && test) {
+    key = Buffer.from(test.block + test.values.join(''), 'hex');
+  } else if (keyId === 'release-v1' && release) {
+    const [first, second] = release.tables.map((table) => Buffer.from(table, 'hex'));
     key = Buffer.from(first.map((byte, index) => byte ^ second[index]));
   } else {
     throw new RangeError(`key id ${JSON.stringify(keyId)} is not in the trust file`);
@@ -49,7 +57,7 @@ export function packKey(keyId, trust = developmentTrustFile) {
 /**
  * The private key of a trust file.
  * @param {Trust} [trust]
- * @returns {import('node:crypto').KeyObject}
+ * @returns {SigningKey}
  * @throws {RangeError} if the file holds none, as a release's does not
  */
 export function signingKeyOf(trust = developmentTrustFile) {
@@ -60,7 +68,7 @@ export function signingKeyOf(trust = developmentTrustFile) {
 
 /**
  * The two pins that belong to a private key.
- * @param {import('node:crypto').KeyObject} signingKey Ed25519
+ * @param {SigningKey} signingKey
  * @returns {{ publicKeySha256: string, publicKeyDerBase64: string }}
  * @throws {RangeError} if the key is not an Ed25519 key
  */
@@ -68,7 +76,7 @@ export function publicPinsOf(signingKey) {
   if (signingKey.asymmetricKeyType !== 'ed25519') {
     throw new RangeError(`the signing key is ${signingKey.asymmetricKeyType ?? 'no key pair'}, not ed25519`);
   }
-  const der = createPublicKey(signingKey).export({ format: 'der', type: 'spki' });
+  const der = createPublicKey(/** @type {import('node:crypto').KeyObject} */ (signingKey)).export({ format: 'der', type: 'spki' });
   return {
     publicKeySha256: createHash('sha256').update(der).digest('hex'),
     publicKeyDerBase64: der.toString('base64'),
@@ -80,9 +88,9 @@ export function publicPinsOf(signingKey) {
  * @param {string | Uint8Array} message text is signed as UTF-8
  * @param {object} [options]
  * @param {Trust} [options.trust] the trust file whose key signs; the development file's by default
- * @param {import('node:crypto').KeyObject} [options.signingKey] a key to use instead
- * @returns {Buffer} 64 bytes
+ * @param {SigningKey} [options.signingKey] a key to use instead
+ * @returns {Uint8Array} 64 bytes, a Buffer
  */
-export function signDetached(message, { trust, signingKey } = {}) {
-  return sign(null, Buffer.from(message), signingKey ?? signingKeyOf(trust));
+export function signDetached(message, { trust, signingKey = signingKeyOf(trust) } = {}) {
+  return sign(null, Buffer.from(message), /** @type {import('node:crypto').KeyObject} */ (signingKey));
 }
