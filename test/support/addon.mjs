@@ -1,9 +1,11 @@
 // The addon that the tests run: the one that lib/ finds, or the file that CORVENDA_TEST_BINARY names (a build made
-// with sanitizers or for coverage).
+// with sanitizers or for coverage), seen from the folder where the tests were started.
 import { createRequire } from 'node:module';
 import { resolve } from 'node:path';
 
 const require = createRequire(import.meta.url);
-const binary = process.env.CORVENDA_TEST_BINARY;
+const named = process.env.CORVENDA_TEST_BINARY;
+// Tests and their processes change folders: from here on the name has to stand by itself.
+if (named) process.env.CORVENDA_TEST_BINARY = resolve(named);
 
-export const addon = require(binary ? resolve(binary) : '../../lib/index.cjs');
+export const addon = require(process.env.CORVENDA_TEST_BINARY || '../../lib/index.cjs');
