@@ -8,7 +8,7 @@
 import { spawnSync } from 'node:child_process';
 import { existsSync, realpathSync, statSync } from 'node:fs';
 import { availableParallelism } from 'node:os';
-import { dirname, join, sep } from 'node:path';
+import { basename, dirname, join, sep } from 'node:path';
 import { fileURLToPath, pathToFileURL } from 'node:url';
 
 export const root = dirname(dirname(fileURLToPath(import.meta.url)));
@@ -27,15 +27,17 @@ export class SetupError extends Error {}
 const say = (line) => process.stderr.write(`${line}\n`);
 
 /** Runs a program to its end and gives { ok, out, err }, with what it printed. A program that is not there is not ok. */
-function ask(program, args, env) {
-  const { status, error, stdout, stderr } = spawnSync(program, args, { cwd: root, encoding: 'utf8', env: { ...process.env, ...env } });
+export function ask(program, args, env) {
+  const { status, error, stdout, stderr } = spawnSync(
+    program, args, { cwd: root, encoding: 'utf8', maxBuffer: 1 << 28, env: { ...process.env, ...env } });
   return { ok: status === 0, out: stdout ?? '', err: error ? `${error.message}\n` : stderr };
 }
 
 /** Runs a program to its end, with its output on standard error; a SetupError if it fails. */
 export function run(program, args, env) {
   const { status, error } = spawnSync(program, args, { cwd: root, stdio: ['ignore', 2, 2], env: { ...process.env, ...env } });
-  if (status !== 0) throw new SetupError(`${program} ${args.join(' ')} ${error ? `could not run: ${error.message}` : `failed with status ${status}`}`);
+  const line = [program, ...args].join(' ').slice(0, 80);
+  if (status !== 0) throw new SetupError(`${line} ${error ? `can't run: ${error.message}` : `failed with status ${status}`}`);
 }
 
 /**
@@ -113,7 +115,7 @@ export async function command(main) {
     await main(process.argv.slice(2));
   } catch (error) {
     if (!(error instanceof SetupError)) throw error;
-    say(`setup: ${error.message}`);
+    say(`${basename(process.argv[1], '.mjs')}: ${error.message}`);
     process.exitCode = 1;
   }
 }

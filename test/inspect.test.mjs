@@ -11,7 +11,7 @@ import { fileURLToPath } from 'node:url';
 import { buildBinaryIndex, buildMetadata, buildPack, buildPayload } from '../tools/index.mjs';
 import { addon } from './support/addon.mjs';
 import { assertSame, thrownBy } from './support/outcome.mjs';
-import { indexDocument, metadataFields, packBytes, root, sceneRow, sha256Hex, writeAt, writeFile, writePack } from './support/packs.mjs';
+import { indexDocument, metadataFields, packBytes, root, sceneRow, sha256Hex, writeAt, writeFile } from './support/packs.mjs';
 
 const binary = Object.keys(createRequire(import.meta.url).cache).find((path) => path.endsWith('.node'));
 const inspect = (packPath, allowedRoot = root) => addon.inspectRulePack({ packPath, allowedRoot });

@@ -73,7 +73,7 @@ export async function sign(args, io) {
     try {
       return readFileSync(packPath);
     } catch (error) {
-      throw new Error(`cannot be read: ${reasonOf(error)}`);
+      throw new Error(`cannot be read: ${reasonOf(error)}`, { cause: error });
     }
   });
   checkSignable(packPath, attempt(packPath, () => readPackMetadata(packBytes)));
