@@ -595,7 +595,7 @@ export interface BadgeCandidate {
     | 'fashion';
 }
 
-/** With nobody named, `primaryCelebrity` is null and everything behind it is empty. */
+/** With nobody named, `primaryCelebrity` is null and everything after it is empty. */
 export type CelebrityBadgeCase = { ok: true; mediaType: 'photo' | 'video' } & (
   | {
     /** The people that the title names, each once, the longest alias first. */

@@ -4,7 +4,7 @@
 //   section   u8 type, u8 reserved, u16 format 1, u32 term count, u32 body length, u32 reserved, body
 //   term      u16 length (not 0), text, u16 field count, then for each field u16 length, text
 //
-// Each of the five types stands exactly once, in any order; nothing lies behind the fifth section.
+// Each of the five types stands exactly once, in any order; nothing comes after the fifth section.
 
 import { ByteWriter } from './byte_writer.mjs';
 

@@ -253,7 +253,7 @@ function layOut(lexicons, reportUnknownScene) {
       reading.warning(nodes.key, `the scene ${JSON.stringify(key)} has other labels or another priority than at ${first.place}`);
     }
   });
-  // A scene may be spread over several categories and sources, so this is known only behind the last.
+  // A scene may be spread over several categories and sources, so this is known only after the last.
   each('categories', ({ values: { key }, nodes, reading }) => {
     if (tails.has(key)) return;
     reading.warning(nodes.key, `the scene ${JSON.stringify(key)} has no alias of its own, so nothing can be derived from it`);

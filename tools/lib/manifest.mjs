@@ -66,7 +66,7 @@ export function manifestText(fields) {
  * @returns {string} the text of the manifest file
  * @throws {TypeError} if the pack or its name is missing
  * @throws {RangeError} if `modules` is no flat array (readers take its text up to the first "]"), or holds a key of the
- *   manifest that stands behind it
+ *   manifest that stands after it
  * @throws {Error} if the pack cannot be read, or is none although an id has to be read from it
  */
 export function buildManifest({
@@ -86,7 +86,7 @@ export function buildManifest({
   if (rawModules[0] !== '[' || rawModules.indexOf(']') !== rawModules.length - 1) {
     throw new RangeError('modules must be an array without a "]" inside');
   }
-  // Readers take a key at its first occurrence in the file, and these stand behind the modules.
+  // Readers take a key at its first occurrence in the file, and these stand after the modules.
   const hidden = ['publicKeySha256', 'publicKeyDerBase64', 'signatureEncoding', 'signature']
     .find((key) => rawModules.includes(`"${key}":`));
   if (hidden) throw new RangeError(`modules hide the manifest's own "${hidden}" from readers`);

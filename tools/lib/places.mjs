@@ -55,7 +55,7 @@ export function compilePlaces(source) {
     const lineOffset = offset;
     offset += rawLine.length + 1;
     const line = rawLine.replace(/\r$/, '');
-    if (line === '' && index > 0 && index === lines.length - 1) return; // behind the last line feed
+    if (line === '' && index > 0 && index === lines.length - 1) return; // after the last line feed
     const cells = line.split('\t');
     if (index === 0) {
       if (line !== PLACES_COLUMNS.join('\t')) {

@@ -11,7 +11,7 @@ export function compactTerm(text) {
 }
 
 /**
- * A number printed as by C's "%f": six digits behind the point, rounded from the exact binary value with ties to even.
+ * A number printed as by C's "%f": six digits after the point, rounded from the exact binary value with ties to even.
  * `toFixed` will not do: it rounds ties up (1/128 ends in 2 here, in 3 there) and leaves plain digits at 1e21.
  * @param {number} value any double
  * @returns {string}
