@@ -1,0 +1,53 @@
+// The vectors in vectors/, for whoever writes another reader or writer, held against this one: each is refused at its layer
+// and nowhere else, by every function that reads it and by the tool.
+import assert from 'node:assert/strict';
+import { readdirSync, readFileSync } from 'node:fs';
+import { join } from 'node:path';
+import { test } from 'node:test';
+
+import { expectedIds, makeVectors, vectorFolder } from '../scripts/make-vectors.mjs';
+import { run } from '../tools/lib/commands.mjs';
+import { addon } from './support/addon.mjs';
+import { thrownBy } from './support/outcome.mjs';
+import { root, writeFile } from './support/packs.mjs';
+
+const read = (name) => readFileSync(join(vectorFolder, name));
+const names = readdirSync(vectorFolder).filter((name) => name !== 'README.md');
+const vectors = names.filter((name) => name.endsWith('.json')).map((name) => JSON.parse(read(name)));
+
+test('the folder holds what the script makes', () => {
+  const made = makeVectors();
+  assert.deepEqual(names, [...made.keys()].sort());
+  assert.deepEqual(names.filter((name) => !made.get(name).equals(read(name))), []);
+});
+
+async function inspectWithTool(packPath) {
+  const said = [];
+  const write = (text) => said.push(text);
+  const status = await run(['inspect', packPath, '--root', root], { out: write, err: write, loadAddon: async () => addon });
+  return { status, said: said.join('') };
+}
+
+test('each vector meets the verdict beside it', async () => {
+  const seen = new Set();
+  for (const { file, layer, message, pack } of vectors) {
+    const path = writeFile(read(file), file);
+    const options = { packPath: path, allowedRoot: root };
+    const verdict = message === null ? 'no error' : `Error: ${message}`;
+    // What a pack is to its own reader; whether it is the expected patch is the delta's question alone.
+    const sound = file.endsWith('.manifest') ? 'Error: semantic rule-pack extension is invalid' : layer === 'delta' ? 'no error' : verdict;
+    assert.equal(thrownBy(() => addon.inspectRulePack(options)), sound, file);
+    assert.equal(thrownBy(() => addon.inspectSemanticDelta({ ...options, ...expectedIds })), sound === 'no error' ? verdict : sound, file);
+    const { status, said } = await inspectWithTool(path);
+    assert.equal(status, sound === 'no error' ? 0 : 1, file);
+    const words = sound.replace('Error: ', '') || 'its index document has a wrong name or encoding';
+    assert.ok(said.includes(sound === 'no error' ? `${path}: sound` : words), `${file}: ${said}`);
+    if (pack) {
+      const manifest = { manifestPath: path, packPath: writeFile(read(pack), pack), allowedRoot: root, ...expectedIds };
+      assert.equal(thrownBy(() => addon.verifySemanticDeltaManifest(manifest)), verdict, file);
+    }
+    seen.add(layer);
+  }
+  assert.equal([...seen].sort().join(' '),
+    'compression delta digest file header index manifest metadata none pack payload seal shard signature trust');
+});
