@@ -1,0 +1,86 @@
+// Measures what the addon has to reach, and prints it beside the goals. See docs/performance.md for what the rows mean.
+import { spawnSync } from 'node:child_process';
+import { writeFileSync } from 'node:fs';
+import { arch, cpus, platform, release } from 'node:os';
+import { parseArgs } from 'node:util';
+
+import { fitText } from '../scripts/text_width.mjs';
+import { readRows, tasksOf } from './lib/goals.mjs';
+import { median } from './lib/measure.mjs';
+import { drawPlot } from './lib/plot.mjs';
+import { runTask } from './lib/run_task.mjs';
+
+const usage = `usage: node bench/bench.mjs [options]
+  --only NAMES     groups, separated by commas: scene, scene-shared, celebrity, single, fixed, workflow, load, peak, warm,
+                   workers, overlays
+  --sizes SIZES    of the batches: rows a section such as 1k,100k,1M, or "real" (default: 1k,10k,100k,real)
+  --big            with 1M rows a section too
+  --quick          fewer turns and fewer checked titles: for a look while working
+  --data FOLDER    real data: places.tsv, vocabulary.tsv, people.tsv, titles.tsv (default: the sample of this repository)
+  --binary FILE    the addon to measure (default: the one that lib/ finds)
+  --against FILE   another one that takes its turn in the batches and must give the same answers
+  --json FILE      all outcomes, as JSON
+  --plot FILE      the cost of a title against the number of rules, as SVG
+`;
+const options = {
+  only: { type: 'string' }, sizes: { type: 'string' }, big: { type: 'boolean' }, quick: { type: 'boolean' },
+  data: { type: 'string' }, binary: { type: 'string' }, against: { type: 'string' }, json: { type: 'string' },
+  plot: { type: 'string' }, help: { type: 'boolean' },
+};
+
+const say = (line) => process.stderr.write(`${line}\n`);
+
+function parseSize(text) {
+  if (text === 'real') return text;
+  const [, number, unit] = /^(\d+)(k|M|)$/.exec(text) ?? [];
+  if (!number) throw new Error(`${text} is no size`);
+  return Number(number) * { k: 1000, M: 1000000, '': 1 }[unit];
+}
+
+/** The outcome of a task; of one that is repeated in fresh processes, the median of each of its numbers. */
+async function outcomeOf({ times = 1, ...parameters }) {
+  const outcomes = [];
+  for (let i = 0; i < times; i += 1) outcomes.push(await runTask(parameters));
+  if (times === 1) return outcomes[0];
+  return Object.fromEntries(Object.keys(outcomes[0]).map((key) => [key, median(outcomes.map((outcome) => outcome[key]))]));
+}
+
+const commit = () => spawnSync('git', ['describe', '--always', '--dirty'], { encoding: 'utf8' }).stdout?.trim() || 'unknown';
+
+const machine = () => ({
+  date: new Date().toISOString().slice(0, 10), node: process.version, system: `${platform()} ${release()} ${arch()}`,
+  processor: `${cpus().length} x ${cpus()[0].model.trim()}`, command: ['node bench/bench.mjs', ...process.argv.slice(2)].join(' '),
+  commit: commit(),
+});
+
+const number = (value) => (value >= 100 ? value.toFixed(0) : value >= 10 ? value.toFixed(1) : value.toFixed(2));
+
+function renderTable(rows) {
+  const widths = [62, 10, 10, 9, 4];
+  const line = (cells, remark) => cells.map((cell, i) => fitText(cell, widths[i])).join(' ') + (remark ? ` ${remark}` : '');
+  return [line(['what', 'unit', 'measured', 'goal', 'met'], ''), ...rows.map(({ what, unit, goal, atLeast, figure, met, remark }) =>
+    line([what, unit, number(figure), goal === undefined ? '' : `${atLeast ? '>=' : '<='} ${goal}`,
+      met === undefined ? '' : met ? 'yes' : 'no'], remark).trimEnd())].join('\n');
+}
+
+async function main() {
+  const { values } = parseArgs({ options });
+  if (values.help) return process.stdout.write(usage);
+  const sizes = (values.sizes ?? `1k,10k,100k,real${values.big ? ',1M' : ''}`).split(',').map(parseSize);
+  const groups = values.only?.split(',');
+  const effort = values.quick ? { rounds: 9, checked: 100, seconds: 0.5 } : { rounds: 25, checked: 2000, seconds: 2 };
+  const tasks = tasksOf({ sizes, big: values.big, ...effort }).filter(({ group }) => !groups || groups.includes(group));
+  const { data, binary, against } = values;
+  const outcomes = {};
+  for (const { key, parameters } of tasks) {
+    say(`bench: ${key}`);
+    outcomes[key] = await outcomeOf({ ...parameters, data, binary, against });
+  }
+  const rows = readRows(outcomes);
+  const about = machine();
+  process.stdout.write(`${Object.values(about).join(', ')}\n${renderTable(rows)}\n`);
+  if (values.json) writeFileSync(values.json, `${JSON.stringify({ about, rows, outcomes }, undefined, 1)}\n`);
+  if (values.plot) writeFileSync(values.plot, drawPlot(outcomes, about));
+}
+
+await main();

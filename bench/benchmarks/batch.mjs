@@ -1,0 +1,36 @@
+// The batch of 10,000 titles against the rival: scenes and places, or people.
+import { checkPeople, checkScenes, checksum } from '../lib/checks.mjs';
+import { lexiconOf, TITLES } from '../lib/lexicons.mjs';
+import { takeTurns, timed } from '../lib/measure.mjs';
+import { makeRival } from '../rival.mjs';
+
+/** What a loop over all terms costs a title, in microseconds: the least that anyone would write. */
+function plainLoop(terms, cases) {
+  const few = cases.slice(0, Math.max(5, Math.min(200, Math.floor(4e6 / terms.length))));
+  const texts = few.map(({ raw, normalizedEnglish }) => `${raw} ${normalizedEnglish} `);
+  const { cpu } = timed(() => texts.map((text) => terms.filter((term) => text.includes(term)).length));
+  return cpu / few.length;
+}
+
+export default function run(addon, { people, size, shared, data, rounds, checked, againstAddon }) {
+  const { pack, cases, rows, terms, rowCount } = lexiconOf({ size, shared, data, people });
+  const name = people ? 'resolveCelebrityBadgeBatch' : 'resolveSceneIntentBatch';
+  const options = { ...pack, cases };
+  const first = timed(() => addon[name](options)).cpu;
+  const answers = addon[name](options);
+  if (people) checkPeople(addon, options, rows.sections.celebrity.rows, answers, checked);
+  else checkScenes(addon, options, rows, answers, checked);
+  const sum = checksum(answers);
+  if (againstAddon && checksum(againstAddon[name](options)) !== sum) throw new Error('the two binaries give different answers');
+
+  const rival = makeRival(terms);
+  const found = cases.reduce((total, title) => total + rival.find(title).length, 0);
+  const contenders = { ours: () => addon[name](options), rival: () => rival.run(cases) };
+  if (againstAddon) contenders.against = () => againstAddon[name](options);
+  const { figures, ratio } = takeTurns(contenders, { rounds, units: TITLES });
+  return {
+    ...figures, ...ratio('ours', 'rival'), ...(againstAddon ? { againstRatio: ratio('ours', 'against') } : {}),
+    first: first / TITLES, plain: plainLoop(terms, cases), rowCount, terms: terms.length, termsPerTitle: found / TITLES, checksum: sum,
+    checked,
+  };
+}
