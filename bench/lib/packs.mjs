@@ -4,7 +4,7 @@ import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
 import { buildBinaryIndex, buildLocationShard, buildPack, buildPayload, INDEX_DOCUMENT_NAME } from '../../tools/index.mjs';
-import { makeSectionTerms, SECTIONS, sectionRows, shardEntries, splitPlaces } from './generator.mjs';
+import { makeSectionTerms, sectionRows, shardEntries, splitPlaces } from './generator.mjs';
 import { readRealData } from './real_data.mjs';
 
 const cacheFolder = fileURLToPath(new URL('../../build/bench/', import.meta.url));
@@ -60,22 +60,19 @@ export function lexiconRows(terms) {
   };
 }
 
-/** A generated pack with `count` rows a section, and `terms`, what is written in titles. */
-export function generatedPack(count, { shared = false } = {}) {
-  const makeTerms = () => makeSectionTerms({ count, shared, seed: SEED });
-  const pack = cachedPack(`${shared ? 'shared' : 'own'}-${count}`, () => {
-    const terms = makeTerms();
-    return { ...lexiconRows(terms), terms };
-  });
-  const terms = JSON.parse(readFileSync(`${pack.packPath}.terms`, 'utf8'));
-  return { ...pack, terms: Object.fromEntries(SECTIONS.map((name) => [name, terms[name]])) };
-}
+const generated = (count, shared) => cachedPack(`${shared ? 'shared' : 'own'}-${count}`, () => {
+  const terms = makeSectionTerms({ count, shared, seed: SEED });
+  return { ...lexiconRows(terms), terms };
+});
 
-/** The same without its terms: for those that only load it. */
-export const packFile = (count) => {
-  const { terms, ...pack } = generatedPack(count);
-  return pack;
-};
+/** A generated pack with `count` rows a section, for those that only load it. */
+export const packFile = (count) => generated(count, false);
+
+/** The same with `terms`, what is written in titles: { scene: […], … }. */
+export function generatedPack(count, { shared = false } = {}) {
+  const pack = generated(count, shared);
+  return { ...pack, terms: JSON.parse(readFileSync(`${pack.packPath}.terms`, 'utf8')) };
+}
 
 /** The pack of real data: `folder` as `--data` names it, or null for the sample of this repository. */
 export function realPack(folder) {

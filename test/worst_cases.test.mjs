@@ -1,0 +1,26 @@
+// Small inputs that once cost seconds, gigabytes or the process: bench/worst_cases.mjs prints what they cost.
+//
+// Held is the shape of the cost, not milliseconds: a case that is over its limit of time may be no more than twice as dear as
+// four times its quarter. Where something is a product of two sizes it is sixteen times as dear.
+import assert from 'node:assert/strict';
+import { describe, it } from 'node:test';
+
+import { runWorstCase } from '../bench/lib/run_worst_case.mjs';
+import { worstCases } from '../bench/lib/worst_case_list.mjs';
+
+const binary = process.env.CORVENDA_TEST_BINARY;
+const skip = process.env.CORVENDA_TEST_SANITIZED ? 'sanitizers have costs of their own'
+  : 'until the indexes find a term once, whatever the number of its rows and places';
+
+describe('a small input costs little', { skip, concurrency: 1 }, () => {
+  for (const [index, { name, ms, megabytes }] of worstCases.entries()) {
+    it(name, async () => {
+      const whole = await runWorstCase(index, { binary, timeout: 60000 });
+      assert.equal(whole.failure, undefined);
+      assert.ok(whole.megabytes <= megabytes, `${whole.megabytes.toFixed(0)} MB, not ${megabytes}`);
+      if (whole.ms <= ms) return;
+      const quarter = await runWorstCase(index, { binary, scale: 1 / 4 });
+      assert.ok(whole.ms <= 8 * quarter.ms, `${whole.ms.toFixed(0)} ms, a quarter of it ${quarter.ms.toFixed(0)} ms`);
+    });
+  }
+});
