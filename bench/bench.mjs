@@ -19,13 +19,14 @@ const usage = `usage: node bench/bench.mjs [options]
   --data FOLDER    real data: places.tsv, vocabulary.tsv, people.tsv, titles.tsv (default: the sample of this repository)
   --binary FILE    the addon to measure (default: the one that lib/ finds)
   --against FILE   another one that takes its turn in the batches and must give the same answers
+  --markdown       the table as Markdown
   --json FILE      all outcomes, as JSON
   --plot FILE      the cost of a title against the number of rules, as SVG
 `;
 const options = {
   only: { type: 'string' }, sizes: { type: 'string' }, big: { type: 'boolean' }, quick: { type: 'boolean' },
   data: { type: 'string' }, binary: { type: 'string' }, against: { type: 'string' }, json: { type: 'string' },
-  plot: { type: 'string' }, help: { type: 'boolean' },
+  plot: { type: 'string' }, markdown: { type: 'boolean' }, help: { type: 'boolean' },
 };
 
 const say = (line) => process.stderr.write(`${line}\n`);
@@ -55,12 +56,20 @@ const machine = () => ({
 
 const number = (value) => (value >= 100 ? value.toFixed(0) : value >= 10 ? value.toFixed(1) : value.toFixed(2));
 
+const HEADING = ['what', 'unit', 'measured', 'goal', 'met', 'remark'];
+const WIDTHS = [62, 10, 10, 9, 4, 0];
+
+const cellsOf = ({ what, unit, goal, atLeast, figure, met, remark }) => [what, unit, number(figure),
+  goal === undefined ? '' : `${atLeast ? '≥' : '≤'} ${goal}`, met === undefined ? '' : met ? 'yes' : 'no', remark];
+
 function renderTable(rows) {
-  const widths = [62, 10, 10, 9, 4];
-  const line = (cells, remark) => cells.map((cell, i) => fitText(cell, widths[i])).join(' ') + (remark ? ` ${remark}` : '');
-  return [line(['what', 'unit', 'measured', 'goal', 'met'], ''), ...rows.map(({ what, unit, goal, atLeast, figure, met, remark }) =>
-    line([what, unit, number(figure), goal === undefined ? '' : `${atLeast ? '>=' : '<='} ${goal}`,
-      met === undefined ? '' : met ? 'yes' : 'no'], remark).trimEnd())].join('\n');
+  const line = (cells) => cells.map((cell, i) => (WIDTHS[i] ? fitText(cell, WIDTHS[i]) : cell)).join(' ').trimEnd();
+  return [HEADING, ...rows.map(cellsOf)].map(line).join('\n');
+}
+
+function renderMarkdown(rows) {
+  const line = (cells) => `| ${cells.join(' | ')} |`;
+  return [line(HEADING), line(HEADING.map(() => '---')), ...rows.map((row) => line(cellsOf(row)))].join('\n');
 }
 
 async function main() {
@@ -78,7 +87,7 @@ async function main() {
   }
   const rows = readRows(outcomes);
   const about = machine();
-  process.stdout.write(`${Object.values(about).join(', ')}\n${renderTable(rows)}\n`);
+  process.stdout.write(`${Object.values(about).join(', ')}\n\n${values.markdown ? renderMarkdown(rows) : renderTable(rows)}\n`);
   if (values.json) writeFileSync(values.json, `${JSON.stringify({ about, rows, outcomes }, undefined, 1)}\n`);
   if (values.plot) writeFileSync(values.plot, drawPlot(outcomes, about));
 }
