@@ -6,7 +6,7 @@ import { join } from 'node:path';
 import { test } from 'node:test';
 
 import { expectedIds, makeVectors, vectorFolder } from '../scripts/make-vectors.mjs';
-import { run } from '../tools/lib/commands.mjs';
+import { run } from '../tools/commands/run.mjs';
 import { addon } from './support/addon.mjs';
 import { thrownBy } from './support/outcome.mjs';
 import { root, writeFile } from './support/packs.mjs';
