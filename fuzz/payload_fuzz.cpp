@@ -44,8 +44,7 @@ void askForRow(const RecordTable& table, std::uint32_t row) {
   };
   const Section section = sectionOf(table, row);
   if (section == Section::kScene) {
-    SceneRow scene;
-    readSceneRow(table, row, &scene);
+    const SceneRow scene = sceneRowAt(table, row);
     mustHold(scene.priority == fieldOrEmpty(scene_field::kPriority) && scene.key == firstFieldOf(table, row));
   } else if (section == Section::kLocation) {
     mustHold(placeRowAt(table, row).countryLabel == fieldOrEmpty(location_field::kCountryLabel));

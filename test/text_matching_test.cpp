@@ -84,8 +84,7 @@ TEST(SceneScore, OrderOfRows) {
   const RecordTable table = makeTable(rows);
   std::vector<SceneRowOrder> order;
   for (std::uint32_t i = 0; i < rows.size(); ++i) {
-    SceneRow row;
-    readSceneRow(table, i, &row);
+    const SceneEvidence row = sceneEvidenceAt(table, i);
     order.push_back({rankOf(row.kind), sceneRowScore(row, std::nullopt, ""), row.term});
   }
   for (std::size_t i = 0; i < order.size(); ++i)

@@ -149,8 +149,7 @@ void readSceneCategory(SceneReader* reader, napi_value element) {
 void takeSceneData(const SceneReader& reader, SceneFields* fields) {
   const std::string& key = (*fields)[scene_field::kKey];
   if (const auto number = findMasterRow(reader.base, key)) {
-    SceneRow master;
-    readSceneRow(reader.base, *number, &master);
+    const SceneRow master = sceneRowAt(reader.base, *number);
     (*fields)[scene_field::kLabel] = master.label;
     (*fields)[scene_field::kArchiveLabel] = master.archiveLabel;
     (*fields)[scene_field::kArchiveCode] = master.archiveCode;

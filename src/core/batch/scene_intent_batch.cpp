@@ -30,26 +30,25 @@ constexpr double kInferredTravelScore = 52;
 
 /// Whether a row speaks for the title, whose term stands in the compacted title or, for an English row, is a run of
 /// words of the English reading.
-bool sceneRowMatches(const RowEntry& entry, std::string_view term, const TitleTexts& title) {
-  if (static_cast<SceneKind>(entry.kind) == SceneKind::kShort) {
-    if (entry.english && title.nonAscii) return false;
-    if (term != (entry.english ? title.compactEnglish : title.compactRaw)) return false;
+bool sceneRowMatches(const SceneEvidence& row, const TitleTexts& title) {
+  if (row.kind == SceneKind::kShort) {
+    if (row.english && title.nonAscii) return false;
+    if (row.term != textOfRow(row, title)) return false;
   }
-  return entry.english || title.nonAscii || !entry.plain || term == title.compactRaw;
+  return row.english || title.nonAscii || !row.plain || row.term == title.compactRaw;
 }
 
 void gatherSceneRows(const RecordTable& table, const std::vector<FoundRow>& rows, const TitleTexts& title,
                      SceneCandidates* candidates) {
   for (const FoundRow& found : rows) {
-    const RowEntry& entry = table.rows[found.row];
-    const std::string_view term = termOf(table, found.row);
-    if (!sceneRowMatches(entry, term, title)) continue;
+    const SceneEvidence row = sceneEvidenceAt(table, found.row);
+    if (!sceneRowMatches(row, title)) continue;
     std::optional<std::uint32_t> position = found.position;
-    if (entry.english) {
-      const auto place = containsTerm(title.compactRaw, term);
+    if (row.english) {
+      const auto place = containsTerm(title.compactRaw, row.term);
       position = place ? std::optional(static_cast<std::uint32_t>(*place)) : std::nullopt;
     }
-    addCandidate(table, found.row, position, candidates);
+    addCandidate(table, found.row, row, position, candidates);
   }
 }
 
@@ -123,16 +122,14 @@ void gatherCandidates(const BatchLexicon& lexicon, const TitleTexts& title, Batc
 /// A travel title with "vlog" is a diary if an override says so somewhere, whatever detail row won before.
 bool isTravelDiary(const SceneCandidates& candidates, const TitleTexts& title) {
   return std::any_of(candidates.rows.begin(), candidates.rows.end(), [&](const SceneCandidate& candidate) {
-    const SceneRow& row = candidate.row;
-    return isOverride(row.kind) && isTagged(row) && row.key == "travel" && row.detail == "travel diary" &&
-           positionInText(candidate, title).has_value();
+    if (!isOverride(candidate.evidence.kind) || !candidate.evidence.tagged) return false;
+    const SceneRow row = rowOf(candidate);
+    return row.key == "travel" && row.detail == "travel diary" && positionInText(candidate, title).has_value();
   });
 }
 
 SceneEntry entryOf(const MasterRow& master, std::string_view sceneKey, std::string_view detail) {
-  SceneRow row;
-  readSceneRow(*master.table, master.number, &row);
-  return makeSceneEntry(row, sceneKey, detail);
+  return makeSceneEntry(sceneRowAt(*master.table, master.number), sceneKey, detail);
 }
 
 /// The answer for a title without candidates: nothing, or the trip that the title's ending suggests.
@@ -152,9 +149,10 @@ SceneAnswer answerFromTravel(const BatchLexicon& lexicon, const TitleTexts& titl
 SceneAnswer answerFromCandidates(const BatchLexicon& lexicon, const TitleTexts& title, const TravelInference& travel,
                                  const SceneCandidates& candidates) {
   const SceneCandidate& top = candidates.rows.front();
+  const SceneRow row = rowOf(top);
   SceneAnswer answer;
-  answer.sceneKey = top.row.key;
-  answer.sceneDetail = chooseDetail(candidates, title, answer.sceneKey, top.row.detail);
+  answer.sceneKey = row.key;
+  answer.sceneDetail = chooseDetail(candidates, title, answer.sceneKey, row.detail);
   if (answer.sceneKey == "travel" && containsTerm(title.compactRaw, "vlog") && isTravelDiary(candidates, title)) {
     answer.sceneDetail = "travel diary";
   }
@@ -163,9 +161,9 @@ SceneAnswer answerFromCandidates(const BatchLexicon& lexicon, const TitleTexts& 
     answer.sceneKey = travel.sceneKey;
     answer.sceneDetail = travel.sceneDetail;
   }
-  answer.hit = IntentHit{top.row.term, top.row.lang, rankOf(top.row.kind), top.score,
-                         makeSceneEntry(top.row, answer.sceneKey, answer.sceneDetail)};
-  if (top.row.fieldCount > scene_field::kKey && top.row.key == answer.sceneKey) return answer;
+  answer.hit = IntentHit{top.evidence.term, row.lang, rankOf(top.evidence.kind), top.score,
+                         makeSceneEntry(row, answer.sceneKey, answer.sceneDetail)};
+  if (row.fieldCount > scene_field::kKey && row.key == answer.sceneKey) return answer;
   if (const auto master = findMaster(lexicon, answer.sceneKey)) {
     answer.hit->entry = entryOf(*master, answer.sceneKey, answer.sceneDetail);
   }

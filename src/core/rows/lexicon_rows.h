@@ -71,8 +71,19 @@ constexpr bool isDatabase(LocationSource source) {
   return source == LocationSource::kDatabaseNative || source == LocationSource::kDatabaseEnglish;
 }
 
-struct SceneRow {
+/// What a scene row weighs, known without reading its fields.
+struct SceneEvidence {
   std::string_view term;
+  SceneKind kind = SceneKind::kOther;
+  bool tagged = false;            ///< it has a language field; rows without are passed over by some rules
+  bool english = false;           ///< the language is "en"
+  bool chinese = false;           ///< the language is "zh"
+  bool plain = false;             ///< the term is a plain token
+  bool priorityIsNumber = false;  ///< the whole text of the row's priority is one; an empty text is 0
+  double priority = 0;
+};
+
+struct SceneRow {
   std::uint32_t fieldCount = 0;
   std::string_view key;
   std::string_view detail;
@@ -84,15 +95,7 @@ struct SceneRow {
   std::string_view icon;
   std::string_view defaultDetail;
   std::string_view priority;
-  SceneKind kind = SceneKind::kOther;
-  bool english = false;           ///< `lang` is "en"
-  bool plain = false;             ///< the term is a plain token
-  bool priorityIsNumber = false;  ///< the whole text is one; an empty text is 0
-  double priorityNumber = 0;      ///< of `rowPriority`
 };
-
-/// Rows of fewer fields have no language, and some rules pass them over.
-inline bool isTagged(const SceneRow& row) { return row.fieldCount > scene_field::kLang; }
 
 struct HumanRow {
   std::string_view term;

@@ -118,6 +118,7 @@ void describeRow(Section section, std::string_view term, const NamedFields& fiel
   if (section == Section::kScene) {
     const SceneKind kind = sceneKindFromName(fields[scene_field::kKind]);
     entry->kind = static_cast<std::uint8_t>(kind);
+    entry->chinese = fields[scene_field::kLang] == "zh";
     entry->master = kind == SceneKind::kCategory && entry->fieldCount >= scene_field::kCount;
   } else if (section == Section::kLocation) {
     entry->kind = static_cast<std::uint8_t>(locationSourceFromName(fields[location_field::kSource]));
@@ -252,26 +253,32 @@ std::string_view firstFieldOf(const RecordTable& table, std::uint32_t row) {
   return fields[0];
 }
 
-void readSceneRow(const RecordTable& table, std::uint32_t row, SceneRow* scene) {
+SceneEvidence sceneEvidenceAt(const RecordTable& table, std::uint32_t row) {
+  const RowEntry& entry = table.rows[row];
+  return {termOf(table, row),
+          static_cast<SceneKind>(entry.kind),
+          entry.fieldCount > scene_field::kLang,
+          entry.english,
+          entry.chinese,
+          entry.plain,
+          entry.weightIsNumber,
+          weightOf(table, entry)};
+}
+
+SceneRow sceneRowAt(const RecordTable& table, std::uint32_t row) {
   const RowEntry& entry = table.rows[row];
   const NamedFields fields = namedFields(table, entry);
-  scene->term = termOf(table, row);
-  scene->fieldCount = entry.fieldCount;
-  scene->key = fields[scene_field::kKey];
-  scene->detail = fields[scene_field::kDetail];
-  scene->rowPriority = fields[scene_field::kRowPriority];
-  scene->lang = fields[scene_field::kLang];
-  scene->label = fields[scene_field::kLabel];
-  scene->archiveLabel = fields[scene_field::kArchiveLabel];
-  scene->archiveCode = fields[scene_field::kArchiveCode];
-  scene->icon = fields[scene_field::kIcon];
-  scene->defaultDetail = fields[scene_field::kDefaultDetail];
-  scene->priority = fields[scene_field::kPriority];
-  scene->kind = static_cast<SceneKind>(entry.kind);
-  scene->english = entry.english;
-  scene->plain = entry.plain;
-  scene->priorityIsNumber = entry.weightIsNumber;
-  scene->priorityNumber = weightOf(table, entry);
+  return {entry.fieldCount,
+          fields[scene_field::kKey],
+          fields[scene_field::kDetail],
+          fields[scene_field::kRowPriority],
+          fields[scene_field::kLang],
+          fields[scene_field::kLabel],
+          fields[scene_field::kArchiveLabel],
+          fields[scene_field::kArchiveCode],
+          fields[scene_field::kIcon],
+          fields[scene_field::kDefaultDetail],
+          fields[scene_field::kPriority]};
 }
 
 HumanRow humanRowAt(const RecordTable& table, std::uint32_t row) {

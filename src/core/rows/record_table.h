@@ -53,6 +53,7 @@ struct RowEntry {
   std::uint8_t kind = 0;            ///< SceneKind, or LocationSource
   bool weightIsNumber : 1 = false;  ///< the whole text is one
   bool english : 1 = false;         ///< the language field is "en"
+  bool chinese : 1 = false;         ///< the language field of a scene row is "zh"
   bool plain : 1 = false;           ///< the term is a plain token
   bool identity : 1 = false;        ///< an English facet of the dimension "identity"
   bool master : 1 = false;          ///< of kind "category" with all fields: where a scene's own data is taken from
@@ -118,7 +119,8 @@ inline std::string_view termOf(const RecordTable& table, std::uint32_t row) {
 /// The first field of a row, empty if it has none: the key of a scene row.
 std::string_view firstFieldOf(const RecordTable& table, std::uint32_t row);
 
-void readSceneRow(const RecordTable& table, std::uint32_t row, SceneRow* scene);
+SceneEvidence sceneEvidenceAt(const RecordTable& table, std::uint32_t row);
+SceneRow sceneRowAt(const RecordTable& table, std::uint32_t row);
 HumanRow humanRowAt(const RecordTable& table, std::uint32_t row);
 FacetRow facetRowAt(const RecordTable& table, std::uint32_t row);
 PlaceRow placeRowAt(const RecordTable& table, std::uint32_t row);

@@ -31,77 +31,84 @@ bool isTaken(const RecordTable& table, std::uint32_t number, SceneCandidates* ca
   return !candidates->seenRows.insert(identityOf(table, number)).second;
 }
 
-bool equalsWholeText(const SceneRow& row, const TitleTexts& title) { return row.term == textOfRow(row, title); }
+bool equalsWholeText(const SceneEvidence& row, const TitleTexts& title) { return row.term == textOfRow(row, title); }
+
+bool candidateBefore(const SceneCandidate& a, const SceneCandidate& b) {
+  return sceneRowBefore({rankOf(a.evidence.kind), a.score, a.evidence.term},
+                        {rankOf(b.evidence.kind), b.score, b.evidence.term});
+}
 
 }  // namespace
 
+SceneRow rowOf(const SceneCandidate& candidate) {
+  return candidate.implied != nullptr ? *candidate.implied : sceneRowAt(*candidate.table, candidate.number);
+}
+
+std::string_view keyOf(const SceneCandidate& candidate) {
+  return candidate.implied != nullptr ? candidate.implied->key : firstFieldOf(*candidate.table, candidate.number);
+}
+
 void clearCandidates(SceneCandidates* candidates) {
   candidates->rows.clear();
+  candidates->implied.clear();
   candidates->seenRows.clear();
 }
 
-void addCandidate(const RecordTable& table, std::uint32_t number, std::optional<std::uint32_t> position,
-                  SceneCandidates* candidates) {
+void addCandidate(const RecordTable& table, std::uint32_t number, const SceneEvidence& evidence,
+                  std::optional<std::uint32_t> position, SceneCandidates* candidates) {
   if (isTaken(table, number, candidates)) return;
-  SceneCandidate& candidate = candidates->rows.emplace_back();
-  readSceneRow(table, number, &candidate.row);
-  candidate.position = position;
-  candidate.table = &table;
-  candidate.number = number;
+  candidates->rows.push_back({evidence, 0, position, number, &table, nullptr});
 }
 
 void addImpliedRow(const ImpliedScene& implied, const MasterRow& master, const TitleTexts& title,
                    SceneCandidates* candidates) {
-  SceneCandidate& candidate = candidates->rows.emplace_back();
-  SceneRow& row = candidate.row;
-  readSceneRow(*master.table, master.number, &row);
-  row.term = implied.term;
+  SceneRow& row = candidates->implied.emplace_back(sceneRowAt(*master.table, master.number));
   row.fieldCount = scene_field::kCount;
   row.key = implied.key;
   row.detail = implied.detail;
   row.rowPriority = "0";
-  row.priorityIsNumber = true;
-  row.priorityNumber = 0;
-  row.kind = implied.kind;
   row.lang = implied.english ? "en" : "zh";
-  row.english = implied.english;
+  SceneCandidate& candidate = candidates->rows.emplace_back();
+  candidate.implied = &row;
+  candidate.evidence = {implied.term, implied.kind, true, implied.english, !implied.english, false, true, 0};
   const auto position = containsTerm(title.compactRaw, implied.term);
   if (position) candidate.position = static_cast<std::uint32_t>(*position);
 }
 
-std::string_view textOfRow(const SceneRow& row, const TitleTexts& title) {
+std::string_view textOfRow(const SceneEvidence& row, const TitleTexts& title) {
   return row.english ? title.compactEnglish : title.compactRaw;
 }
 
 std::optional<std::size_t> positionInText(const SceneCandidate& candidate, const TitleTexts& title) {
-  if (candidate.row.english) return containsTerm(title.compactEnglish, candidate.row.term);
+  if (candidate.evidence.english) return containsTerm(title.compactEnglish, candidate.evidence.term);
   if (!candidate.position) return std::nullopt;
   return *candidate.position;
 }
 
 void sortCandidates(SceneCandidates* candidates, std::string_view positionText) {
-  for (SceneCandidate& candidate : candidates->rows) {
-    candidate.score = sceneRowScore(candidate.row, candidate.position, positionText);
+  // Insertion as long as there are few, which is nearly always: the library's sort asks for memory first.
+  constexpr std::size_t kFew = 24;
+  std::vector<SceneCandidate>& rows = candidates->rows;
+  for (SceneCandidate& candidate : rows) {
+    candidate.score = sceneRowScore(candidate.evidence, candidate.position, positionText);
   }
-  if (candidates->rows.size() < 2) return;
-  const auto order = [](const SceneCandidate& candidate) {
-    return SceneRowOrder{rankOf(candidate.row.kind), candidate.score, candidate.row.term};
-  };
-  std::stable_sort(candidates->rows.begin(), candidates->rows.end(),
-                   [&](const auto& a, const auto& b) { return sceneRowBefore(order(a), order(b)); });
+  if (rows.size() > kFew) {
+    std::stable_sort(rows.begin(), rows.end(), candidateBefore);
+    return;
+  }
+  for (auto row = rows.begin(); row != rows.end(); ++row) {
+    std::rotate(std::upper_bound(rows.begin(), row, *row, candidateBefore), row, row + 1);
+  }
 }
 
 void promoteWholeTitle(SceneCandidates* candidates, const TitleTexts& title) {
   SceneCandidate* best = nullptr;
-  std::int32_t bestRank = 0;
   for (SceneCandidate& candidate : candidates->rows) {
-    const std::int32_t rank = rankOf(candidate.row.kind);
-    if (!isTagged(candidate.row) || rank == 0 || !equalsWholeText(candidate.row, title)) continue;
-    const bool better =
-        best == nullptr || rank > bestRank || (rank == bestRank && candidate.row.term.size() > best->row.term.size());
-    if (!better) continue;
-    best = &candidate;
-    bestRank = rank;
+    const SceneEvidence& row = candidate.evidence;
+    if (!row.tagged || rankOf(row.kind) == 0 || !equalsWholeText(row, title)) continue;
+    const bool better = best == nullptr || rankOf(row.kind) > rankOf(best->evidence.kind) ||
+                        (row.kind == best->evidence.kind && row.term.size() > best->evidence.term.size());
+    if (better) best = &candidate;
   }
   // A swap of two places, not a rotation: the former first row goes to the place of the promoted one.
   if (best != nullptr) std::swap(*best, candidates->rows.front());

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,28 +16,37 @@
 
 namespace corvenda {
 
-/// A row of a table, or one made up on the way.
+/// A row of a table, or one that was implied. Small, because titles can have many: what is told of a row is read of the
+/// few that decide.
 struct SceneCandidate {
-  SceneRow row;
-  std::optional<std::uint32_t> position;  ///< first byte of the term in the compacted title, if it stands there
+  SceneEvidence evidence;
   double score = 0;                       ///< once sorted
-  const RecordTable* table = nullptr;     ///< null for a row made up
+  std::optional<std::uint32_t> position;  ///< first byte of the term in the compacted title, if it stands there
   std::uint32_t number = 0;               ///< of the row in the table
+  const RecordTable* table = nullptr;     ///< null for a row that was implied
+  const SceneRow* implied = nullptr;
 };
 
 /// The candidates of one title. Kept from title to title for its memory.
 struct SceneCandidates {
   std::vector<SceneCandidate> rows;
+  std::deque<SceneRow> implied;
   /// Identities of all rows taken so far, in use once rows of another table or odd terms make it necessary: within a
   /// table each row knows whether it repeats another.
   std::unordered_set<std::string, KeyedHash> seenRows;
 };
 
+/// The row of a candidate.
+SceneRow rowOf(const SceneCandidate& candidate);
+
+/// Its scene key.
+std::string_view keyOf(const SceneCandidate& candidate);
+
 void clearCandidates(SceneCandidates* candidates);
 
 /// Adds a row of `table` unless a candidate is the same row: same term, same fields.
-void addCandidate(const RecordTable& table, std::uint32_t number, std::optional<std::uint32_t> position,
-                  SceneCandidates* candidates);
+void addCandidate(const RecordTable& table, std::uint32_t number, const SceneEvidence& evidence,
+                  std::optional<std::uint32_t> position, SceneCandidates* candidates);
 
 /// Where a scene's own data is taken from.
 struct MasterRow {
@@ -59,7 +69,7 @@ void addImpliedRow(const ImpliedScene& implied, const MasterRow& master, const T
 
 /// The text that a row is held against as a whole: the compacted English for rows tagged "en", else the compacted
 /// title.
-std::string_view textOfRow(const SceneRow& row, const TitleTexts& title);
+std::string_view textOfRow(const SceneEvidence& row, const TitleTexts& title);
 
 /// Where a candidate's term stands in the text of the row.
 std::optional<std::size_t> positionInText(const SceneCandidate& candidate, const TitleTexts& title);

@@ -3,33 +3,36 @@
 namespace corvenda {
 namespace {
 
-bool speaksFor(const SceneRow& row, std::string_view sceneKey) { return isTagged(row) && row.key == sceneKey; }
+bool speaksFor(const SceneCandidate& candidate, std::string_view sceneKey) {
+  return candidate.evidence.tagged && keyOf(candidate) == sceneKey;
+}
 
-/// The detail of the highest override that equals the whole text of its row; the first of several of one rank.
-const SceneRow* findExactOverride(const SceneCandidates& candidates, const TitleTexts& title,
-                                  std::string_view sceneKey) {
-  const SceneRow* best = nullptr;
+/// The highest override that equals the whole text of its row; the first of several of one rank.
+const SceneCandidate* findExactOverride(const SceneCandidates& candidates, const TitleTexts& title,
+                                        std::string_view sceneKey) {
+  const SceneCandidate* best = nullptr;
   for (const SceneCandidate& candidate : candidates.rows) {
-    const SceneRow& row = candidate.row;
-    if (!isOverride(row.kind) || !speaksFor(row, sceneKey) || row.term != textOfRow(row, title)) continue;
-    if (best == nullptr || rankOf(row.kind) > rankOf(best->kind)) best = &row;
+    const SceneEvidence& row = candidate.evidence;
+    if (!isOverride(row.kind) || row.term != textOfRow(row, title) || !speaksFor(candidate, sceneKey)) continue;
+    if (best == nullptr || rankOf(row.kind) > rankOf(best->evidence.kind)) best = &candidate;
   }
   return best;
 }
 
 /// The detail row with the highest score, then the longest term; the first of several.
-const SceneRow* findBestDetail(const SceneCandidates& candidates, const TitleTexts& title, std::string_view sceneKey) {
-  const SceneRow* best = nullptr;
+const SceneCandidate* findBestDetail(const SceneCandidates& candidates, const TitleTexts& title,
+                                     std::string_view sceneKey) {
+  const SceneCandidate* best = nullptr;
   double bestScore = -1.0;
   for (const SceneCandidate& candidate : candidates.rows) {
-    const SceneRow& row = candidate.row;
-    if (row.kind != SceneKind::kDetail || !speaksFor(row, sceneKey)) continue;
+    const SceneEvidence& row = candidate.evidence;
+    if (row.kind != SceneKind::kDetail || !speaksFor(candidate, sceneKey)) continue;
     const auto position = positionInText(candidate, title);
     if (!position) continue;
     const double score = detailRowScore(row, *position, textOfRow(row, title));
-    if (score > bestScore || (score == bestScore && row.term.size() > best->term.size())) {
+    if (score > bestScore || (score == bestScore && row.term.size() > best->evidence.term.size())) {
       bestScore = score;
-      best = &row;
+      best = &candidate;
     }
   }
   return best;
@@ -39,9 +42,9 @@ const SceneRow* findBestDetail(const SceneCandidates& candidates, const TitleTex
 
 std::string_view chooseDetail(const SceneCandidates& candidates, const TitleTexts& title, std::string_view sceneKey,
                               std::string_view detail) {
-  const SceneRow* row = findExactOverride(candidates, title, sceneKey);
-  if (row == nullptr) row = findBestDetail(candidates, title, sceneKey);
-  return row == nullptr ? detail : row->detail;
+  const SceneCandidate* candidate = findExactOverride(candidates, title, sceneKey);
+  if (candidate == nullptr) candidate = findBestDetail(candidates, title, sceneKey);
+  return candidate == nullptr ? detail : rowOf(*candidate).detail;
 }
 
 }  // namespace corvenda

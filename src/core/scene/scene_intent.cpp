@@ -42,12 +42,12 @@ void gatherSceneRows(const RecordTable& table, const TitleTexts& title, const Fo
                [&](const FoundRow& found) { return table.rows[found.row].english; });
   const FoundRows inRaw = findSceneRows(table, englishRows, title.compactRaw);
   for (const FoundRow& found : inRaw) {
-    addCandidate(table, found.row, found.position, candidates);
+    addCandidate(table, found.row, sceneEvidenceAt(table, found.row), found.position, candidates);
   }
   for (const FoundRow& found : findSceneRows(table, englishRows, title.compactEnglish)) {
     const bool known = std::binary_search(inRaw.begin(), inRaw.end(), found,
                                           [](const FoundRow& a, const FoundRow& b) { return a.row < b.row; });
-    if (!known) addCandidate(table, found.row, std::nullopt, candidates);
+    if (!known) addCandidate(table, found.row, sceneEvidenceAt(table, found.row), std::nullopt, candidates);
   }
 }
 
@@ -86,10 +86,11 @@ SceneAnswer resolveSceneIntent(const RecordTable& table, const TitleTexts& title
   if (candidates.rows.empty()) return answer;
 
   const SceneCandidate& top = candidates.rows.front();
-  answer.sceneKey = top.row.key;
-  answer.sceneDetail = chooseDetail(candidates, title, answer.sceneKey, top.row.detail);
-  answer.hit = IntentHit{top.row.term, top.row.lang, rankOf(top.row.kind), top.score,
-                         makeSceneEntry(top.row, answer.sceneKey, answer.sceneDetail)};
+  const SceneRow row = rowOf(top);
+  answer.sceneKey = row.key;
+  answer.sceneDetail = chooseDetail(candidates, title, answer.sceneKey, row.detail);
+  answer.hit = IntentHit{top.evidence.term, row.lang, rankOf(top.evidence.kind), top.score,
+                         makeSceneEntry(row, answer.sceneKey, answer.sceneDetail)};
   return answer;
 }
 

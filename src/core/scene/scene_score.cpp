@@ -7,17 +7,17 @@
 
 namespace corvenda {
 
-double sceneRowScore(const SceneRow& row, std::optional<std::size_t> position, std::string_view positionText) {
-  if (!isTagged(row) || !row.priorityIsNumber) return 0.0;
-  const double length = lengthScore(row.term, row.lang == "zh" ? 1.2 : 0.9, 12.0);
+double sceneRowScore(const SceneEvidence& row, std::optional<std::size_t> position, std::string_view positionText) {
+  if (!row.tagged || !row.priorityIsNumber) return 0.0;
+  const double length = lengthScore(row.term, row.chinese ? 1.2 : 0.9, 12.0);
   // A term that is not there (an English row found in the English reading) counts as standing at the very start.
   const double early = earlyScore(10.0, positionText.substr(0, position.value_or(0)));
-  return early + (length + row.priorityNumber);
+  return early + (length + row.priority);
 }
 
-double detailRowScore(const SceneRow& row, std::size_t position, std::string_view text) {
+double detailRowScore(const SceneEvidence& row, std::size_t position, std::string_view text) {
   const double early = earlyScore(8.0, text.substr(0, position));
-  return early + (lengthScore(row.term, row.lang == "zh" ? 0.9 : 0.7, 10.0) + 6.0);
+  return early + (lengthScore(row.term, row.chinese ? 0.9 : 0.7, 10.0) + 6.0);
 }
 
 bool sceneRowBefore(const SceneRowOrder& a, const SceneRowOrder& b) {

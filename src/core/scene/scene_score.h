@@ -13,10 +13,10 @@ namespace corvenda {
 /// Orders candidates of one rank and length, and is reported as "score": early + (length + row priority), added in this
 /// order. 0.0 for a row of fewer than five fields or with a priority that is no number. `position` is where the term
 /// stands in the text that is searched, and the characters before it are counted in `positionText`.
-double sceneRowScore(const SceneRow& row, std::optional<std::size_t> position, std::string_view positionText);
+double sceneRowScore(const SceneEvidence& row, std::optional<std::size_t> position, std::string_view positionText);
 
 /// The score of a "detail" row in the compacted title of its language, where its term stands at `position`.
-double detailRowScore(const SceneRow& row, std::size_t position, std::string_view text);
+double detailRowScore(const SceneEvidence& row, std::size_t position, std::string_view text);
 
 /// What `sceneRowBefore` compares.
 struct SceneRowOrder {
