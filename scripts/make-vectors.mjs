@@ -37,15 +37,29 @@ const goodDocuments = [indexDocument(), shardDocument()];
 const same = (value) => value;
 
 /**
- * The steps of a pack, each of which a vector may change: documents, payload, its digest and the other metadata, the
- * metadata's text, what is stored of the payload, the key, the finished file.
+ * The steps of a pack, each of which a vector may change.
+ * @typedef {object} PackSteps
+ * @property {import('../tools/index.mjs').PayloadDocument[]} [documents]
+ * @property {{ payloadVersion?: number, documentCount?: number }} [payloadOptions]
+ * @property {(payload: Buffer) => Buffer} [payload]
+ * @property {Record<string, any>} [metadata] fields in place of the right ones
+ * @property {(metadata: string) => string} [text]
+ * @property {(payload: Buffer) => Buffer} [store] what is sealed in place of the payload
+ * @property {import('../tools/index.mjs').KeyId} [sealKey] that of the metadata by default
+ * @property {(pack: Buffer) => Buffer} [file]
+ */
+
+/**
+ * @param {string} name
+ * @param {PackSteps} steps
  */
 function makePack(name, steps) {
   const { documents = goodDocuments, payloadOptions, payload = same, metadata, text = same, store = same, sealKey, file = same } = steps;
-  const bytes = payload(buildPayload(documents, payloadOptions));
+  const bytes = payload(Buffer.from(buildPayload(documents, payloadOptions)));
   const fields = { kind: 'patch', keyId: 'test-v1', ...expectedIds, payloadSha256: sha256(bytes).toString('hex'), ...metadata };
+  const keyId = sealKey ?? metadata?.keyId ?? 'test-v1';
   const nonce = sha256(name).subarray(0, 12);
-  return file(sealPack({ metadata: text(buildMetadata(fields)), payload: store(bytes), keyId: sealKey ?? fields.keyId, nonce }));
+  return file(Buffer.from(sealPack({ metadata: text(buildMetadata(fields)), payload: store(bytes), keyId, nonce })));
 }
 
 // --- Single changes -------------------------------------------------------------------------------------------------
@@ -90,6 +104,7 @@ const METADATA = `${PACK} metadata is invalid`;
 const DESCRIPTOR = `${PACK} document descriptor is invalid`;
 const SEAL = `${PACK} authentication or decryption failed`;
 
+/** @type {Record<string, [name: string, message: string | null, comment: string, steps: PackSteps][]>} */
 const packs = {
   none: [
     ['a_patch_is_accepted', null, 'the good recipe', {}],
@@ -104,7 +119,7 @@ const packs = {
     ['a_shard_with_encoding_1_is_not_parsed', null, 'its bytes are no shard',
       document({ type: 'location-shard', encoding: 1 })],
     ['reserved_bytes_of_the_index_are_not_read', null, 'offset 12 of the index', indexBytes(put(12, 1, 2, 3, 4))],
-    ['sections_stand_in_any_order', null, 'facet first', sections(...everySection.toReversed())],
+    ['sections_stand_in_any_order', null, 'facet first', sections(...[...everySection].reverse())],
   ],
   delta: [
     ['a_base_pack_is_no_patch', 'semantic delta pack kind is not patch', 'sound by itself', { metadata: { kind: 'base' } }],
@@ -233,6 +248,19 @@ const foreignDer = 'MC4CAQAwBQYDK2VwBCIEINTuctv5E1hK1bbY8fdp+K06/nwoy/HU++CXqI9E
 const foreignKey = createPrivateKey({ key: Buffer.from(foreignDer, 'base64'), format: 'der', type: 'pkcs8' });
 const bend = (text) => text.replace(/("signature":")(.)/, (_, key, letter) => key + (letter === 'A' ? 'B' : 'A'));
 
+/**
+ * The steps of a manifest.
+ * @typedef {object} ManifestSteps
+ * @property {string} [pack] the vector that it names
+ * @property {Record<string, unknown>} [fields] signed in place of the right ones
+ * @property {number} [size] added to the pack's, and signed
+ * @property {string[] | string} [modules]
+ * @property {import('../tools/index.mjs').SigningKey} [signingKey]
+ * @property {boolean} [pins] the pinned key stands in the manifest, whichever signs it
+ * @property {(manifest: string) => string} [text]
+ */
+
+/** @type {Record<string, [name: string, message: string | null, comment: string, steps: ManifestSteps][]>} */
 const manifests = {
   none: [
     ['a_manifest_vouches_for_its_patch', null, 'the good recipe', {}],
@@ -281,6 +309,10 @@ const manifests = {
   ],
 };
 
+/**
+ * @param {ManifestSteps} steps
+ * @param {Buffer} packBytes
+ */
 function makeManifest({ pack = GOOD_PACK, fields, size = 0, modules = ['scene'], signingKey, pins, text = same }, packBytes) {
   const signed = { ...fields, ...(size && { packBytes: packBytes.length + size }), ...(pins && developmentTrust) };
   return Buffer.from(text(buildManifest({ packBytes, pack: `${pack}.klrx`, ...expectedIds, modules, signingKey, fields: signed })));
