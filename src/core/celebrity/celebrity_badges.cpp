@@ -32,30 +32,43 @@ struct CelebrityHits {
   std::unordered_set<std::string, KeyedHash> seenKeys;
 };
 
-void addHit(const RecordTable& table, std::uint32_t number, CelebrityHits* hits) {
+std::string keyOf(const CelebrityRow& row) { return std::string(row.term).append("\x1F").append(row.id); }
+
+void addHit(const RecordTable& table, std::uint32_t number, CelebrityHits* found) {
   const CelebrityRow row = celebrityRowAt(table, number);
-  if (hits->seenKeys.insert(std::string(row.term).append("\x1F").append(row.id)).second) {
-    hits->hits.push_back({row, &table, number});
-  }
+  // Most titles name one person at the most: keys are made from the second row on.
+  if (found->hits.size() == 1 && found->seenKeys.empty()) found->seenKeys.insert(keyOf(found->hits.front().row));
+  if (found->hits.empty() || found->seenKeys.insert(keyOf(row)).second) found->hits.push_back({row, &table, number});
 }
 
-void addOverlayHits(const RecordTable& table, const TitleTexts& title, CelebrityHits* hits) {
-  std::vector<std::uint32_t> numbers;
-  for (const std::string* text : {&title.compactRaw, &title.compactEnglish}) {
-    for (const FoundRow& found : filterRecords(table, Section::kCelebrity, *text, true)) numbers.push_back(found.row);
+/// The rows whose terms stand in the text, in order.
+std::vector<std::uint32_t> rowsIn(const RecordTable& table, std::string_view text, TermHits* hits) {
+  const TermIndex& index = celebrityIndex(table);
+  findContainedTerms(table, index, text, hits);
+  std::vector<std::uint32_t> rows;
+  for (const TermHit& hit : hits->terms) {
+    forEachRow(index, hit.lastRow, [&](std::uint32_t row) { rows.push_back(row); });
   }
-  std::sort(numbers.begin(), numbers.end());
-  numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
-  for (const std::uint32_t number : numbers) {
-    const std::string_view term = termOf(table, number);
+  std::sort(rows.begin(), rows.end());
+  return rows;
+}
+
+void addOverlayHits(const RecordTable& table, const TitleTexts& title, TermHits* hits, CelebrityHits* found) {
+  std::vector<std::uint32_t> rows = rowsIn(table, title.compactRaw, hits);
+  const std::vector<std::uint32_t> english = rowsIn(table, title.compactEnglish, hits);
+  rows.insert(rows.end(), english.begin(), english.end());
+  std::sort(rows.begin(), rows.end());
+  rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+  for (const std::uint32_t row : rows) {
+    const std::string_view term = termOf(table, row);
     if (term.size() >= kMinOverlayTermBytes || term == title.compactRaw || term == title.compactEnglish) {
-      addHit(table, number, hits);
+      addHit(table, row, found);
     }
   }
 }
 
-void addPackHits(const RecordTable& pack, std::string_view text, CelebrityHits* hits) {
-  for (const FoundRow& found : filterRecords(pack, Section::kCelebrity, text, true)) addHit(pack, found.row, hits);
+void addPackHits(const RecordTable& pack, std::string_view text, TermHits* hits, CelebrityHits* found) {
+  for (const std::uint32_t row : rowsIn(pack, text, hits)) addHit(pack, row, found);
 }
 
 std::vector<std::string_view> fieldsOf(const CelebrityHit& hit) {
@@ -267,14 +280,16 @@ bool isBlankTitle(const TitleTexts& title) { return title.compactRaw.empty() && 
 
 std::vector<CelebrityRow> findCelebrities(const TitleTexts& title, std::span<const RecordTable* const> overlays,
                                           const RecordTable* pack) {
+  TermHits hits;
   CelebrityHits found;
-  for (const RecordTable* table : overlays) addOverlayHits(*table, title, &found);
+  for (const RecordTable* table : overlays) addOverlayHits(*table, title, &hits, &found);
   if (pack != nullptr) {
-    addPackHits(*pack, title.compactRaw, &found);
-    addPackHits(*pack, title.compactEnglish, &found);
+    addPackHits(*pack, title.compactRaw, &hits, &found);
+    addPackHits(*pack, title.compactEnglish, &hits, &found);
   }
+  if (found.hits.empty()) return {};
   // Stable, so that a result doesn't depend on the library's sort.
-  std::stable_sort(found.hits.begin(), found.hits.end(), celebrityRowBefore);
+  if (found.hits.size() > 1) std::stable_sort(found.hits.begin(), found.hits.end(), celebrityRowBefore);
   std::vector<CelebrityRow> people;
   std::unordered_set<std::string_view, KeyedHash> seenIds;
   for (const CelebrityHit& hit : found.hits) {

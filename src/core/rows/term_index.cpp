@@ -34,36 +34,51 @@ std::uint32_t tagOf(std::uint64_t hash) { return static_cast<std::uint32_t>(hash
 
 std::size_t nextPlace(std::size_t place, std::size_t capacity) { return ++place == capacity ? 0 : place; }
 
-std::uint8_t firstByte(std::string_view text) { return static_cast<std::uint8_t>(text.front()); }
+/// The first bytes of a text as a number, the first lowest; zeros after the end of a shorter one.
+std::uint64_t frontOf(std::string_view text) {
+  std::uint64_t front = 0;
+  if (text.size() >= sizeof front) {
+    std::memcpy(&front, text.data(), sizeof front);
+  } else {
+    std::memcpy(&front, text.data(), text.size());
+  }
+  return front;
+}
 
-std::size_t shortPlace(const TermIndex& index, std::string_view text) {
-  std::uint32_t bytes = 0;
-  std::memcpy(&bytes, text.data(), 3);
-  const std::uint64_t mixed = (bytes ^ index.seed.first) * (index.seed.second | 1U);
+std::uint8_t firstByte(std::uint64_t front) { return static_cast<std::uint8_t>(front); }
+
+std::size_t pairOf(std::uint64_t front) { return front & 0xFFFFU; }
+
+std::size_t shortPlace(const TermIndex& index, std::uint64_t front) {
+  const std::uint64_t mixed = ((front & 0xFFFFFFU) ^ index.seed.first) * (index.seed.second | 1U);
   return static_cast<std::size_t>(mixed >> 40U) & (index.shortGate.size() - 1);
 }
 
-std::uint64_t gateHash(const TermIndex& index, std::string_view text) {
-  std::uint32_t front = 0;
-  std::uint16_t back = 0;
-  std::memcpy(&front, text.data(), 4);
-  std::memcpy(&back, text.data() + 4, 2);
-  const std::uint64_t bytes = front | static_cast<std::uint64_t>(back) << 32U;
-  return foldedProduct(bytes ^ index.seed.first, index.seed.second);
+std::uint64_t gateHash(const TermIndex& index, std::uint64_t front) {
+  return foldedProduct((front & 0xFFFFFFFFFFFFU) ^ index.seed.first, index.seed.second);
 }
 
 /// An entry of the gate without its lengths; never 0, which is an empty place.
 std::uint64_t gateTag(std::uint64_t hash) { return (hash << 48U) | std::uint64_t{1} << 48U; }
 
-std::size_t pairOf(std::string_view text) {
-  return firstByte(text) | static_cast<std::size_t>(static_cast<std::uint8_t>(text[1])) << 8U;
+/// The last row of the term that equals `text`, whose hash is known.
+std::optional<std::uint32_t> lookUp(const RecordTable& table, const TermIndex& index, std::string_view text,
+                                    std::uint64_t hash) {
+  const std::size_t capacity = index.slots.size();
+  for (std::size_t place = placeOf(hash, capacity); index.slots[place] != kEmptySlot;
+       place = nextPlace(place, capacity)) {
+    if (index.slots[place] >> 32U != tagOf(hash)) continue;
+    const auto row = static_cast<std::uint32_t>(index.slots[place]);
+    if (termOf(table, row) == text) return row;
+  }
+  return std::nullopt;
 }
 
 // --- Building
 // ---------------------------------------------------------------------------------------------------------
 
 void registerAtGate(TermIndex* index, std::string_view term) {
-  const std::uint64_t hash = gateHash(*index, term);
+  const std::uint64_t hash = gateHash(*index, frontOf(term));
   const std::size_t capacity = index->gate.size();
   std::size_t place = placeOf(hash, capacity);
   while (index->gate[place] != 0 && (index->gate[place] & ~kLengthBits) != gateTag(hash)) {
@@ -74,17 +89,18 @@ void registerAtGate(TermIndex* index, std::string_view term) {
 }
 
 void registerTerm(TermIndex* index, std::string_view term) {
-  std::uint8_t& first = index->firstBytes[firstByte(term)];
+  const std::uint64_t front = frontOf(term);
+  std::uint8_t& first = index->firstBytes[firstByte(front)];
   if (term.size() == 1) {
     first |= kOneByte;
   } else if (term.size() == 2) {
     first |= kTwoBytes;
     if (index->pairs.empty()) index->pairs.assign(65536 / 64, 0);
-    index->pairs[pairOf(term) / 64] |= std::uint64_t{1} << (pairOf(term) % 64);
+    index->pairs[pairOf(front) / 64] |= std::uint64_t{1} << (pairOf(front) % 64);
   } else {
     first |= kThreeBytes;
     const bool gated = term.size() >= kGatePrefix;
-    index->shortGate[shortPlace(*index, term)] |=
+    index->shortGate[shortPlace(*index, front)] |=
         gated ? kSixBytes : static_cast<std::uint8_t>(kThreeBytes << (term.size() - 3));
     if (gated) registerAtGate(index, term);
   }
@@ -161,9 +177,9 @@ void addHit(TermHits* hits, std::uint32_t lastRow, std::size_t position) {
   }
 }
 
-/// The set of lengths from six bytes up that terms beginning like `text` can have.
-std::uint64_t gatedLengths(const TermIndex& index, std::string_view text) {
-  const std::uint64_t hash = gateHash(index, text);
+/// The set of lengths from six bytes up that terms with this front can have.
+std::uint64_t gatedLengths(const TermIndex& index, std::uint64_t front) {
+  const std::uint64_t hash = gateHash(index, front);
   const std::size_t capacity = index.gate.size();
   for (std::size_t place = placeOf(hash, capacity); index.gate[place] != 0; place = nextPlace(place, capacity)) {
     if ((index.gate[place] & ~kLengthBits) == gateTag(hash)) return index.gate[place] & kLengthBits;
@@ -204,13 +220,13 @@ bool addContained(const Searcher& searcher, std::uint32_t lastRow, std::size_t p
 }
 
 bool addIfTerm(const Searcher& searcher, std::string_view text, std::size_t position) {
-  const auto term = findTerm(searcher.table, searcher.index, text);
+  const auto term = lookUp(searcher.table, searcher.index, text, keyedHash(text, searcher.index.seed));
   return term && addContained(searcher, *term, position);
 }
 
 /// Terms of six bytes and more that `text` begins with, longest first.
-bool addGatedTerms(const Searcher& searcher, std::string_view text, std::size_t position) {
-  std::uint64_t lengths = gatedLengths(searcher.index, text);
+bool addGatedTerms(const Searcher& searcher, std::string_view text, std::uint64_t front, std::size_t position) {
+  std::uint64_t lengths = gatedLengths(searcher.index, front);
   if ((lengths & kLongBit) != 0) {
     for (std::size_t limit = text.size();;) {
       const auto term = longestLongTerm(searcher.table, searcher.index, text, limit);
@@ -229,20 +245,23 @@ bool addGatedTerms(const Searcher& searcher, std::string_view text, std::size_t 
   return false;
 }
 
-void addContainedAt(const Searcher& searcher, std::string_view text, std::size_t position) {
+/// `kinds`: of terms that begin with the first byte of `text`.
+void addContainedAt(const Searcher& searcher, std::uint8_t kinds, std::string_view text, std::size_t position) {
   const TermIndex& index = searcher.index;
-  const std::uint8_t kinds = index.firstBytes[firstByte(text)];
-  if (kinds == 0) return;
+  const std::uint64_t front = frontOf(text);
   if ((kinds & kThreeBytes) != 0 && text.size() >= 3) {
-    const std::uint8_t lengths = index.shortGate[shortPlace(index, text)];
-    if ((lengths & kSixBytes) != 0 && text.size() >= kGatePrefix && addGatedTerms(searcher, text, position)) return;
-    for (std::size_t length = 5; length >= 3; --length) {
+    const std::uint8_t lengths = index.shortGate[shortPlace(index, front)];
+    if ((lengths & kSixBytes) != 0 && text.size() >= kGatePrefix && addGatedTerms(searcher, text, front, position)) {
+      return;
+    }
+    constexpr std::uint8_t kUpToFive = kThreeBytes | kThreeBytes << 1U | kThreeBytes << 2U;
+    for (std::size_t length = 5; length >= 3 && (lengths & kUpToFive) != 0; --length) {
       const bool possible = (lengths >> (length - 1) & 1U) != 0 && length <= text.size();
       if (possible && addIfTerm(searcher, text.substr(0, length), position)) return;
     }
   }
   if ((kinds & kTwoBytes) != 0 && text.size() >= 2 &&
-      (index.pairs[pairOf(text) / 64] >> (pairOf(text) % 64) & 1U) != 0 &&
+      (index.pairs[pairOf(front) / 64] >> (pairOf(front) % 64) & 1U) != 0 &&
       addIfTerm(searcher, text.substr(0, 2), position)) {
     return;
   }
@@ -265,11 +284,18 @@ void joinWords(std::string_view text, TermHits* hits) {
 }
 
 /// Whether a term of this length, below that of long ones, may begin like `text`.
-bool mayBeTerm(const TermIndex& index, std::string_view text, std::size_t length, std::uint64_t gated) {
+bool mayBeTerm(const TermIndex& index, std::uint64_t front, std::size_t length, std::uint64_t gated) {
   if (length >= kGatePrefix) return (gated >> (length - kGatePrefix) & 1U) != 0;
-  if (length >= 3) return (index.shortGate[shortPlace(index, text)] >> (length - 1) & 1U) != 0;
-  const std::uint8_t kinds = index.firstBytes[firstByte(text)];
+  if (length >= 3) return (index.shortGate[shortPlace(index, front)] >> (length - 1) & 1U) != 0;
+  const std::uint8_t kinds = index.firstBytes[firstByte(front)];
   return (kinds & (length == 2 ? kTwoBytes : kOneByte)) != 0;
+}
+
+/// The set of lengths from six bytes up for a text that any term may begin like.
+std::uint64_t gatedLengthsIfAny(const TermIndex& index, std::string_view text, std::uint64_t front) {
+  const bool gated = text.size() >= kGatePrefix && (index.firstBytes[firstByte(front)] & kThreeBytes) != 0 &&
+                     (index.shortGate[shortPlace(index, front)] & kSixBytes) != 0;
+  return gated ? gatedLengths(index, front) : 0;
 }
 
 void addRun(const Searcher& searcher, std::uint32_t lastRow, std::size_t position) {
@@ -304,15 +330,17 @@ void addLongRuns(const Searcher& searcher, std::string_view text, std::size_t po
 void addRunsAt(const Searcher& searcher, std::size_t first, std::size_t position) {
   const TermIndex& index = searcher.index;
   const std::string_view text = std::string_view(searcher.hits->words).substr(position);
-  const bool gate = text.size() >= kGatePrefix && (index.firstBytes[firstByte(text)] & kThreeBytes) != 0 &&
-                    (index.shortGate[shortPlace(index, text)] & kSixBytes) != 0;
-  const std::uint64_t gated = gate ? gatedLengths(index, text) : 0;
+  const std::uint64_t front = frontOf(text);
+  if (index.firstBytes[firstByte(front)] == 0) return;
+  const std::uint64_t gated = gatedLengthsIfAny(index, text, front);
   if ((gated & kLongBit) != 0) addLongRuns(searcher, text, position);
   for (std::size_t word = first; word < searcher.hits->ends.size(); ++word) {
     const std::size_t length = searcher.hits->ends[word] - position;
     if (length >= kLongLength) return;
-    if (!mayBeTerm(index, text, length, gated)) continue;
-    if (const auto term = findTerm(searcher.table, index, text.substr(0, length))) addRun(searcher, *term, position);
+    if (!mayBeTerm(index, front, length, gated)) continue;
+    const std::string_view run = text.substr(0, length);
+    const auto term = lookUp(searcher.table, index, run, keyedHash(run, index.seed));
+    if (term) addRun(searcher, *term, position);
   }
 }
 
@@ -343,7 +371,8 @@ void findContainedTerms(const RecordTable& table, const TermIndex& index, std::s
   if (index.slots.empty()) return;
   const Searcher searcher{table, index, hits};
   for (std::size_t position = 0; position < text.size(); ++position) {
-    addContainedAt(searcher, text.substr(position), position);
+    const std::uint8_t kinds = index.firstBytes[static_cast<std::uint8_t>(text[position])];
+    if (kinds != 0) addContainedAt(searcher, kinds, text.substr(position), position);
   }
 }
 
@@ -361,24 +390,16 @@ void findWordRuns(const RecordTable& table, const TermIndex& index, std::string_
 
 std::optional<std::uint32_t> findTerm(const RecordTable& table, const TermIndex& index, std::string_view text) {
   if (index.slots.empty()) return std::nullopt;
-  const std::uint64_t hash = keyedHash(text, index.seed);
-  const std::size_t capacity = index.slots.size();
-  for (std::size_t place = placeOf(hash, capacity); index.slots[place] != kEmptySlot;
-       place = nextPlace(place, capacity)) {
-    if (index.slots[place] >> 32U != tagOf(hash)) continue;
-    const auto row = static_cast<std::uint32_t>(index.slots[place]);
-    if (termOf(table, row) == text) return row;
-  }
-  return std::nullopt;
+  return lookUp(table, index, text, keyedHash(text, index.seed));
 }
 
 std::optional<std::uint32_t> findWholeTerm(const RecordTable& table, const TermIndex& index, std::string_view text) {
-  if (index.slots.empty() || text.empty() || index.firstBytes[firstByte(text)] == 0) return std::nullopt;
-  if (text.size() < kLongLength) {
-    const bool gate = text.size() >= kGatePrefix && (index.shortGate[shortPlace(index, text)] & kSixBytes) != 0;
-    if (!mayBeTerm(index, text, text.size(), gate ? gatedLengths(index, text) : 0)) return std::nullopt;
-  }
-  return findTerm(table, index, text);
+  if (index.slots.empty() || text.empty()) return std::nullopt;
+  const std::uint64_t front = frontOf(text);
+  if (index.firstBytes[firstByte(front)] == 0) return std::nullopt;
+  const bool possible =
+      text.size() >= kLongLength || mayBeTerm(index, front, text.size(), gatedLengthsIfAny(index, text, front));
+  return possible ? findTerm(table, index, text) : std::nullopt;
 }
 
 }  // namespace corvenda
