@@ -23,7 +23,7 @@
 
 namespace corvenda {
 
-// --- Failures -------------------------------------------------------------------------------------------------------
+// --- Failures ------------------------------------------------------------------------------------------------------
 
 enum class ErrorKind { kError, kTypeError, kRangeError };
 
@@ -60,7 +60,7 @@ struct HandleScope {
   napi_handle_scope scope = nullptr;
 };
 
-// --- Reading --------------------------------------------------------------------------------------------------------
+// --- Reading -------------------------------------------------------------------------------------------------------
 
 /// True for an object or a function.
 bool isObjectLike(napi_env env, napi_value value);
@@ -85,7 +85,7 @@ std::uint32_t arrayLength(napi_env env, napi_value array);
 /// The text of a string value, as UTF-8. A lone surrogate becomes U+FFFD.
 std::string readString(napi_env env, napi_value value);
 
-// --- Making ---------------------------------------------------------------------------------------------------------
+// --- Making --------------------------------------------------------------------------------------------------------
 // Null, with an exception pending, if the value can't be made.
 
 /// Bytes that are no UTF-8 become U+FFFD.

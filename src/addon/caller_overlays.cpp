@@ -13,7 +13,7 @@
 namespace corvenda {
 namespace {
 
-// --- Tolerant reading -----------------------------------------------------------------------------------------------
+// --- Tolerant reading ----------------------------------------------------------------------------------------------
 // What fails is absent: a null handle stands for its value, and only here may reading go on.
 
 /// An exception that was pending before is not ours to drop, and nothing could be read past it.
@@ -82,7 +82,7 @@ void forEachProperty(napi_env env, napi_value object, Read read) {
   });
 }
 
-// --- Scenes ---------------------------------------------------------------------------------------------------------
+// --- Scenes --------------------------------------------------------------------------------------------------------
 
 using SceneFields = std::array<std::string, scene_field::kCount>;
 
@@ -175,7 +175,7 @@ void readSceneOverride(const SceneReader& reader, napi_value element, std::strin
   addSceneAliases(reader, element, "en", "en", &fields);
 }
 
-// --- Locations ------------------------------------------------------------------------------------------------------
+// --- Locations -----------------------------------------------------------------------------------------------------
 
 /// The element at a position that the array has, else null.
 napi_value readPosition(napi_env env, napi_value array, std::uint32_t position) {
@@ -212,7 +212,7 @@ void readLocationAliases(napi_env env, napi_value value, std::string_view lang, 
   });
 }
 
-// --- Celebrities ----------------------------------------------------------------------------------------------------
+// --- Celebrities ---------------------------------------------------------------------------------------------------
 
 std::string readTags(napi_env env, napi_value person) {
   std::string joined;

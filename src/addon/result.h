@@ -56,7 +56,7 @@ bool defineElement(napi_env env, napi_value array, std::size_t position, napi_va
 
 napi_value makeArray(napi_env env);
 
-// --- From C++ types to JavaScript values ----------------------------------------------------------------------------
+// --- From C++ types to JavaScript values ---------------------------------------------------------------------------
 
 template <typename Value>
 constexpr bool isText = std::is_convertible_v<const Value&, std::string_view>;

@@ -25,8 +25,7 @@ constexpr CreatorIdentity kCreatorIdentityTable[] = {
 /// The fixed score of a travel scene that no row gave.
 constexpr double kInferredTravelScore = 52;
 
-// --- Gathering
-// --------------------------------------------------------------------------------------------------------
+// --- Gathering -----------------------------------------------------------------------------------------------------
 
 /// Whether a row speaks for the title, whose term stands in the compacted title or, for an English row, is a run of
 /// words of the English reading.
@@ -116,8 +115,7 @@ void gatherCandidates(const BatchLexicon& lexicon, const TitleTexts& title, Batc
   }
 }
 
-// --- Answering
-// --------------------------------------------------------------------------------------------------------
+// --- Answering -----------------------------------------------------------------------------------------------------
 
 /// A travel title with "vlog" is a diary if an override says so somewhere, whatever detail row won before.
 bool isTravelDiary(const SceneCandidates& candidates, const TitleTexts& title) {

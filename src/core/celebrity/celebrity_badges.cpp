@@ -13,7 +13,7 @@ namespace {
 
 using Words = std::span<const std::string_view>;
 
-// --- Finding people -------------------------------------------------------------------------------------------------
+// --- Finding people ------------------------------------------------------------------------------------------------
 
 /// Overlay aliases are the caller's words, unchecked by an editor: a single byte inside a title is no name. A Chinese
 /// character has three bytes and passes. Pack rows have no such limit.
@@ -81,7 +81,7 @@ bool celebrityRowBefore(const CelebrityHit& a, const CelebrityHit& b) {
   return fieldsOf(a) < fieldsOf(b);
 }
 
-// --- What the title says of the person ------------------------------------------------------------------------------
+// --- What the title says of the person -----------------------------------------------------------------------------
 
 constexpr std::string_view kConcertWords[] = {"演唱会", "音乐会"};
 constexpr std::string_view kAirportWords[] = {"机场", "接机", "送机", "候机", "出发", "返程"};
@@ -124,7 +124,7 @@ ActivitySignals readActivitySignals(const TitleTexts& title) {
           containsAny(title.raw, kPosterWords)};
 }
 
-// --- Badges ---------------------------------------------------------------------------------------------------------
+// --- Badges --------------------------------------------------------------------------------------------------------
 
 constexpr std::string_view kActorRoadshow = "演员路演";
 constexpr std::string_view kFilmEvent = "明星影视活动";

@@ -88,8 +88,7 @@ struct Search {
   std::vector<std::string_view> curatedCodes;
 };
 
-// --- Regions
-// ----------------------------------------------------------------------------------------------------------
+// --- Regions -------------------------------------------------------------------------------------------------------
 
 bool hasHint(const Region& region, Search* search) {
   if (region.anyNonAscii && search->title.nonAscii) return true;
@@ -116,8 +115,7 @@ bool regionAllowed(std::string_view section, Search* search) {
   return true;
 }
 
-// --- What a row is looked up by
-// ---------------------------------------------------------------------------------------
+// --- What a row is looked up by ------------------------------------------------------------------------------------
 
 /// The first byte of a character in the compacted title, as a walk by characters meets it.
 std::optional<std::size_t> findCharacter(std::string_view character, Search* search) {
@@ -155,8 +153,7 @@ std::optional<std::size_t> lookupPlace(const PlaceRow& row, Search* search) {
                      : findCharacter(firstCharacter(name), search);
 }
 
-// --- Curated twins
-// ----------------------------------------------------------------------------------------------------
+// --- Curated twins -------------------------------------------------------------------------------------------------
 
 /// Adds the codes of a term's rows in the section "location" itself.
 void addCuratedCodes(const RecordTable& table, const TermIndex& index, std::string_view term,
@@ -184,8 +181,7 @@ bool isCuratedToo(const PlaceRow& row, Search* search) {
   return std::binary_search(search->curatedCodes.begin(), search->curatedCodes.end(), row.code);
 }
 
-// --- Hits
-// -------------------------------------------------------------------------------------------------------------
+// --- Hits ----------------------------------------------------------------------------------------------------------
 
 /// Scores a hit, whose term stands at `position` in the text of the row's language.
 void scoreHit(std::optional<std::size_t> position, const TitleTexts& title, LocationHit* hit) {

@@ -21,8 +21,7 @@ constexpr std::size_t kBytesOfShortRow = 24;
 /// The byte that joins the parts of an identity.
 constexpr char kIdentitySeparator = '\x1F';
 
-// --- The bytes of a row
-// -----------------------------------------------------------------------------------------------
+// --- The bytes of a row --------------------------------------------------------------------------------------------
 
 template <typename Integer>
 Integer loadInteger(const std::uint8_t* bytes) {
@@ -93,8 +92,7 @@ NamedFields namedFields(const RecordTable& table, const RowEntry& entry) {
   return fields;
 }
 
-// --- What is known of a row
-// -------------------------------------------------------------------------------------------
+// --- What is known of a row ----------------------------------------------------------------------------------------
 
 /// Where the language stands among the fields of a section.
 std::size_t languageField(Section section) {
@@ -145,8 +143,7 @@ void appendSized(SecureBytes* bytes, std::string_view text) {
 
 }  // namespace
 
-// --- Making a table
-// ---------------------------------------------------------------------------------------------------
+// --- Making a table ------------------------------------------------------------------------------------------------
 
 void beginSegment(RecordTable* table, std::string_view name, Section section, RowLayout layout,
                   const std::uint8_t* bytes) {
@@ -242,8 +239,7 @@ bool readPayloadTable(SecureBlock payload, RulePack* pack, RecordTable* table, s
   return true;
 }
 
-// --- Reading rows
-// -----------------------------------------------------------------------------------------------------
+// --- Reading rows --------------------------------------------------------------------------------------------------
 
 std::string_view firstFieldOf(const RecordTable& table, std::uint32_t row) {
   const RowEntry& entry = table.rows[row];

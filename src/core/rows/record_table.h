@@ -70,8 +70,7 @@ struct RecordTable {
   std::unique_ptr<TableIndexes> indexes = std::make_unique<TableIndexes>();
 };
 
-// --- Making a table
-// ---------------------------------------------------------------------------------------------------
+// --- Making a table ------------------------------------------------------------------------------------------------
 
 /// Begins a segment; rows that follow belong to it. Offsets count from `bytes`, null for kWritten.
 void beginSegment(RecordTable* table, std::string_view name, Section section, RowLayout layout,
@@ -91,8 +90,7 @@ void finishTable(RecordTable* table);
 bool readPayloadTable(SecureBlock payload, RulePack* pack, RecordTable* table, std::vector<ByteSpan>* unread,
                       DigestBatch* digests, SemanticError* error);
 
-// --- Reading rows
-// -----------------------------------------------------------------------------------------------------
+// --- Reading rows --------------------------------------------------------------------------------------------------
 
 inline const RowSegment& segmentOf(const RecordTable& table, std::uint32_t row) {
   return table.segments[table.rows[row].segment];

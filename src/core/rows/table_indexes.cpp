@@ -9,8 +9,7 @@
 namespace corvenda {
 namespace {
 
-// --- Members of the indexes
-// -------------------------------------------------------------------------------------------
+// --- Members of the indexes ----------------------------------------------------------------------------------------
 
 /// Rows of these sections are looked for in the title's own text, or as words of its English reading.
 bool isTwofold(Section section) {
@@ -35,8 +34,7 @@ bool isCelebrity(const RecordTable& table, std::uint32_t row) { return sectionOf
 bool isFacet(const RecordTable& table, std::uint32_t row) { return sectionOf(table, row) == Section::kFacet; }
 bool isIdentity(const RecordTable& table, std::uint32_t row) { return table.rows[row].identity; }
 
-// --- Repeated rows
-// ----------------------------------------------------------------------------------------------------
+// --- Repeated rows -------------------------------------------------------------------------------------------------
 
 std::string identityKeyAt(const RecordTable& table, std::uint32_t row) {
   TextArena arena;
@@ -86,8 +84,7 @@ void makeIndex(const RecordTable& table, TableIndexes::Made* made, bool (*isMemb
   });
 }
 
-// --- Filtering
-// --------------------------------------------------------------------------------------------------------
+// --- Filtering -----------------------------------------------------------------------------------------------------
 
 void addRows(const RecordTable& table, Section section, const TermIndex& index, const TermHit& hit,
              std::vector<FoundRow>* found) {

@@ -1,9 +1,11 @@
 #include "rows/term_index.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 
+#include "base/prefetch.h"
 #include "rows/record_table.h"
 
 namespace corvenda {
@@ -24,6 +26,9 @@ constexpr std::uint64_t kLengthBits = 2 * kLongBit - 1;
 
 /// At most five eighths full, so that probes stay short.
 std::size_t tableCapacity(std::size_t count) { return count + count * 3 / 5 + 8; }
+
+/// Many terms share a prefix, so that this is never as full as it may be.
+std::size_t gateCapacity(std::size_t terms) { return terms + terms / 4 + 8; }
 
 /// A place in a table of `capacity`, from the hash's upper half; tags are taken from the lower.
 std::size_t placeOf(std::uint64_t hash, std::size_t capacity) {
@@ -74,21 +79,60 @@ std::optional<std::uint32_t> lookUp(const RecordTable& table, const TermIndex& i
   return std::nullopt;
 }
 
-// --- Building
-// ---------------------------------------------------------------------------------------------------------
+// --- Building ------------------------------------------------------------------------------------------------------
 
-void registerAtGate(TermIndex* index, std::string_view term) {
-  const std::uint64_t hash = gateHash(*index, frontOf(term));
-  const std::size_t capacity = index->gate.size();
-  std::size_t place = placeOf(hash, capacity);
-  while (index->gate[place] != 0 && (index->gate[place] & ~kLengthBits) != gateTag(hash)) {
-    place = nextPlace(place, capacity);
+/// Rows that are added together: the places of all of them are asked for before the first is used, because a table of
+/// many terms lies in no cache.
+constexpr std::size_t kTogether = 32;
+
+struct Hashed {
+  std::uint32_t row = 0;
+  std::uint64_t hash = 0;
+};
+
+using Members = bool (*)(const RecordTable& table, std::uint32_t row);
+
+/// Calls `use(hashed)` for each member that `choose` takes, in order; `choose` gives its hash. The place that the hash
+/// has in `slots` is on its way by then.
+template <typename Choose, typename Use>
+void forEachHashed(const RecordTable& table, Members isMember, const SystemVector<std::uint64_t>& slots, Choose choose,
+                   Use use) {
+  std::array<Hashed, kTogether> together;
+  std::size_t count = 0;
+  const auto rowCount = static_cast<std::uint32_t>(table.rows.size());
+  for (std::uint32_t row = 0; row < rowCount; ++row) {
+    if (!isMember(table, row) || !choose(row, &together[count].hash)) continue;
+    prefetch(&slots[placeOf(together[count].hash, slots.size())]);
+    together[count++].row = row;
+    if (count < kTogether) continue;
+    for (const Hashed& hashed : together) use(hashed);
+    count = 0;
   }
-  const std::uint64_t length = term.size() < kLongLength ? std::uint64_t{1} << (term.size() - kGatePrefix) : kLongBit;
-  index->gate[place] |= gateTag(hash) | length;
+  std::for_each_n(together.begin(), count, use);
 }
 
-void registerTerm(TermIndex* index, std::string_view term) {
+/// Adds a row, which comes after all rows that were added before.
+void addRow(const RecordTable& table, const Hashed& added, SystemVector<std::uint32_t>* ring, TermIndex* index) {
+  const std::size_t capacity = index->slots.size();
+  const std::uint64_t slot = static_cast<std::uint64_t>(tagOf(added.hash)) << 32U | added.row;
+  std::size_t place = placeOf(added.hash, capacity);
+  for (; index->slots[place] != kEmptySlot; place = nextPlace(place, capacity)) {
+    const auto last = static_cast<std::uint32_t>(index->slots[place]);
+    if (index->slots[place] >> 32U != tagOf(added.hash) || termOf(table, last) != termOf(table, added.row)) continue;
+    (*ring)[added.row] = (*ring)[last];
+    (*ring)[last] = added.row;
+    index->slots[place] = slot;
+    return;
+  }
+  index->slots[place] = slot;
+  (*ring)[added.row] = added.row;
+}
+
+/// True for one row of each term, the last.
+bool isLastOfTerm(const TermIndex& index, std::uint32_t row) { return (*index.ring)[row] <= row; }
+
+/// Registers what is known of a term's first bytes and of short terms. True if it belongs at the gate, too.
+bool registerFront(TermIndex* index, std::string_view term) {
   const std::uint64_t front = frontOf(term);
   std::uint8_t& first = index->firstBytes[firstByte(front)];
   if (term.size() == 1) {
@@ -98,32 +142,23 @@ void registerTerm(TermIndex* index, std::string_view term) {
     if (index->pairs.empty()) index->pairs.assign(65536 / 64, 0);
     index->pairs[pairOf(front) / 64] |= std::uint64_t{1} << (pairOf(front) % 64);
   } else {
-    first |= kThreeBytes;
     const bool gated = term.size() >= kGatePrefix;
+    first |= kThreeBytes;
     index->shortGate[shortPlace(*index, front)] |=
         gated ? kSixBytes : static_cast<std::uint8_t>(kThreeBytes << (term.size() - 3));
-    if (gated) registerAtGate(index, term);
+    return gated;
   }
+  return false;
 }
 
-/// Adds a row, which comes after all rows that were added before.
-void addRow(const RecordTable& table, std::uint32_t row, SystemVector<std::uint32_t>* ring, TermIndex* index) {
-  const std::string_view term = termOf(table, row);
-  const std::uint64_t hash = keyedHash(term, index->seed);
-  const std::size_t capacity = index->slots.size();
-  const std::uint64_t slot = static_cast<std::uint64_t>(tagOf(hash)) << 32U | row;
+void addAtGate(TermIndex* index, std::string_view term, std::uint64_t hash) {
+  const std::size_t capacity = index->gate.size();
   std::size_t place = placeOf(hash, capacity);
-  for (; index->slots[place] != kEmptySlot; place = nextPlace(place, capacity)) {
-    const auto last = static_cast<std::uint32_t>(index->slots[place]);
-    if (index->slots[place] >> 32U != tagOf(hash) || termOf(table, last) != term) continue;
-    (*ring)[row] = (*ring)[last];
-    (*ring)[last] = row;
-    index->slots[place] = slot;
-    return;
+  while (index->gate[place] != 0 && (index->gate[place] & ~kLengthBits) != gateTag(hash)) {
+    place = nextPlace(place, capacity);
   }
-  index->slots[place] = slot;
-  (*ring)[row] = row;
-  registerTerm(index, term);
+  const std::uint64_t length = term.size() < kLongLength ? std::uint64_t{1} << (term.size() - kGatePrefix) : kLongBit;
+  index->gate[place] |= gateTag(hash) | length;
 }
 
 void collectLongTerms(const RecordTable& table, TermIndex* index) {
@@ -134,8 +169,7 @@ void collectLongTerms(const RecordTable& table, TermIndex* index) {
             [&](std::uint32_t a, std::uint32_t b) { return termOf(table, a) < termOf(table, b); });
 }
 
-// --- Searching
-// --------------------------------------------------------------------------------------------------------
+// --- Searching -----------------------------------------------------------------------------------------------------
 
 /// Up to here a hit is looked for among all, from here on in a table.
 constexpr std::size_t kFewHits = 16;
@@ -350,19 +384,37 @@ void buildTermIndex(const RecordTable& table, bool (*isMember)(const RecordTable
                     SystemVector<std::uint32_t>* ring, TermIndex* index) {
   index->seed = hashSeed();
   index->ring = ring;
-  const auto rowCount = static_cast<std::uint32_t>(table.rows.size());
   std::size_t members = 0;
-  for (std::uint32_t row = 0; row < rowCount; ++row) members += isMember(table, row) ? 1U : 0U;
+  for (std::uint32_t row = 0; row < table.rows.size(); ++row) members += isMember(table, row) ? 1U : 0U;
   if (members == 0) return;
   index->slots.assign(tableCapacity(members), kEmptySlot);
-  index->gate.assign(tableCapacity(members), 0);
+  forEachHashed(
+      table, isMember, index->slots,
+      [&](std::uint32_t row, std::uint64_t* hash) {
+        *hash = keyedHash(termOf(table, row), index->seed);
+        return true;
+      },
+      [&](const Hashed& added) { addRow(table, added, ring, index); });
+
   index->shortGate.assign(std::clamp<std::size_t>(std::bit_ceil(4 * members), 256, 65536), 0);
+  std::size_t gated = 0;
   bool anyLong = false;
-  for (std::uint32_t row = 0; row < rowCount; ++row) {
-    if (!isMember(table, row)) continue;
-    addRow(table, row, ring, index);
-    anyLong |= termOf(table, row).size() >= kLongLength;
+  for (std::uint32_t row = 0; row < table.rows.size(); ++row) {
+    if (!isMember(table, row) || !isLastOfTerm(*index, row)) continue;
+    const std::string_view term = termOf(table, row);
+    gated += registerFront(index, term) ? 1U : 0U;
+    anyLong |= term.size() >= kLongLength;
   }
+  index->gate.assign(gateCapacity(gated), 0);
+  forEachHashed(
+      table, isMember, index->gate,
+      [&](std::uint32_t row, std::uint64_t* hash) {
+        const std::string_view term = termOf(table, row);
+        if (term.size() < kGatePrefix || !isLastOfTerm(*index, row)) return false;
+        *hash = gateHash(*index, frontOf(term));
+        return true;
+      },
+      [&](const Hashed& added) { addAtGate(index, termOf(table, added.row), added.hash); });
   if (anyLong) collectLongTerms(table, index);
 }
 
