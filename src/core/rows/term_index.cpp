@@ -24,11 +24,11 @@ constexpr std::size_t kLongLength = kGatePrefix + 47;
 constexpr std::uint64_t kLongBit = std::uint64_t{1} << 47U;
 constexpr std::uint64_t kLengthBits = 2 * kLongBit - 1;
 
-/// At most five eighths full, so that probes stay short.
-std::size_t tableCapacity(std::size_t count) { return count + count * 3 / 5 + 8; }
+/// At most two thirds full, so that probes stay short.
+std::size_t tableCapacity(std::size_t count) { return count + count / 2 + 8; }
 
 /// Many terms share a prefix, so that this is never as full as it may be.
-std::size_t gateCapacity(std::size_t terms) { return terms + terms / 4 + 8; }
+std::size_t gateCapacity(std::size_t terms) { return terms + terms / 8 + 8; }
 
 /// A place in a table of `capacity`, from the hash's upper half; tags are taken from the lower.
 std::size_t placeOf(std::uint64_t hash, std::size_t capacity) {
