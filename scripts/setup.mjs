@@ -17,27 +17,31 @@ export const buildFolder = join(root, 'build', 'release');
 // npm never publishes a lock file: where there is one, this is a checkout and no published package.
 const isCheckout = existsSync(join(root, 'package-lock.json'));
 
-// Debian's names of what a build needs. Any compiler with C++20, CMake from 3.25, ninja or make will do.
-const buildPackages = ['g++', 'cmake', 'ninja-build', 'libssl-dev', 'libsodium-dev'];
-const testPackages = ['libgtest-dev'];
+// Debian's names of what a build needs: programs, for whoever lacks them (CMake takes other compilers too), and libraries.
+const programs = { 'c++': 'g++', cmake: 'cmake', make: 'ninja-build' };
+const libraries = ['libssl-dev', 'libsodium-dev'];
+const testLibraries = ['libgtest-dev'];
 
 /** A failure that is explained by its message alone: printed without a stack. */
 export class SetupError extends Error {}
 
 const say = (line) => process.stderr.write(`${line}\n`);
 
+/** @param {NodeJS.ErrnoException} error */
+const codeOf = (error) => error.code;
+
 /** Runs a program to its end and gives { ok, out, err }, with what it printed. A program that is not there is not ok. */
 export function ask(program, args, env) {
   const { status, error, stdout, stderr } = spawnSync(
     program, args, { cwd: root, encoding: 'utf8', maxBuffer: 1 << 28, env: { ...process.env, ...env } });
-  return { ok: status === 0, out: stdout ?? '', err: error ? `${error.message}\n` : stderr };
+  return { ok: status === 0, out: stdout ?? '', err: error ? `${program} can't be run: ${codeOf(error)}\n` : stderr };
 }
 
 /** Runs a program to its end, with its output on standard error; a SetupError if it fails. */
 export function run(program, args, env) {
   const { status, error } = spawnSync(program, args, { cwd: root, stdio: ['ignore', 2, 2], env: { ...process.env, ...env } });
   const line = [program, ...args].join(' ').slice(0, 80);
-  if (status !== 0) throw new SetupError(`${line} ${error ? `can't run: ${error.message}` : `failed with status ${status}`}`);
+  if (status !== 0) throw new SetupError(`${line} ${error ? `can't be run: ${codeOf(error)}` : `failed with status ${status}`}`);
 }
 
 /**
@@ -84,7 +88,8 @@ function configure(tests) {
   let result = plain();
   if (!result.ok) result = fresh();
   if (!result.ok) {
-    const names = tests ? [...buildPackages, ...testPackages] : buildPackages;
+    const lacking = Object.keys(programs).filter((program) => !ask(program, ['--version']).ok).map((program) => programs[program]);
+    const names = [...lacking, ...libraries, ...(tests ? testLibraries : [])];
     if (installDebianPackages(names, `${result.err}\n`)) result = fresh();
   }
   if (!result.ok) throw new SetupError(`build/release can't be configured:\n${result.err}`);
