@@ -39,9 +39,11 @@ export function ask(program, args, env) {
 
 /** Runs a program to its end, with its output on standard error; a SetupError if it fails. */
 export function run(program, args, env) {
-  const { status, error } = spawnSync(program, args, { cwd: root, stdio: ['ignore', 2, 2], env: { ...process.env, ...env } });
+  const { status, error } = spawnSync(
+    program, args, { cwd: root, stdio: ['ignore', 2, 2], env: { ...process.env, ...env } });
+  if (status === 0) return;
   const line = [program, ...args].join(' ').slice(0, 80);
-  if (status !== 0) throw new SetupError(`${line} ${error ? `can't be run: ${codeOf(error)}` : `failed with status ${status}`}`);
+  throw new SetupError(`${line} ${error ? `can't be run: ${codeOf(error)}` : `failed with status ${status}`}`);
 }
 
 /**
@@ -54,14 +56,16 @@ export function run(program, args, env) {
  */
 export function installDebianPackages(names, reason) {
   if (!ask('dpkg-query', ['--version']).ok) {
-    throw new SetupError(`${reason}Install what is missing and run this again. Debian calls what is needed ${names.join(' ')}.`);
+    const list = names.join(' ');
+    throw new SetupError(`${reason}Install what is missing and run this again. Debian calls what is needed ${list}.`);
   }
   const present = ask('dpkg-query', ['-W', '-f', '${Package} ${db:Status-Status}\n', ...names]).out;
   const missing = names.filter((name) => !present.split('\n').includes(`${name} installed`));
   if (missing.length === 0) return false;
   const install = ['install', '-y', '--no-install-recommends', ...missing];
   if (process.getuid?.() !== 0) {
-    throw new SetupError(`${reason}Run this command, then this script again:\n  sudo apt-get update && sudo apt-get ${install.join(' ')}`);
+    const line = `sudo apt-get update && sudo apt-get ${install.join(' ')}`;
+    throw new SetupError(`${reason}Run this command, then this script again:\n  ${line}`);
   }
   say(`setup: installing ${missing.join(' ')}`);
   const env = { DEBIAN_FRONTEND: 'noninteractive' };
@@ -81,15 +85,16 @@ function installNodeModules() {
 
 function configure(tests) {
   const args = ['--preset', isCheckout ? 'release' : 'package', `-DBUILD_TESTING=${tests ? 'ON' : 'OFF'}`];
-  // A name for a folder that is configured for the first time; an old one stays with its own.
-  const generator = () => ({ CMAKE_GENERATOR: process.env.CMAKE_GENERATOR ?? (ask('ninja', ['--version']).ok ? 'Ninja' : '') });
-  const plain = () => ask('cmake', args, generator());
-  const fresh = () => ask('cmake', ['--fresh', ...args], generator()); // forgets a compiler or a place that is no more
+  // CMake asks for a generator when a folder is configured for the first time; later the folder stays with its own.
+  const generator = () => process.env.CMAKE_GENERATOR ?? (ask('ninja', ['--version']).ok ? 'Ninja' : '');
+  const plain = () => ask('cmake', args, { CMAKE_GENERATOR: generator() });
+  // Forgets a compiler or a place that is no more.
+  const fresh = () => ask('cmake', ['--fresh', ...args], { CMAKE_GENERATOR: generator() });
   let result = plain();
   if (!result.ok) result = fresh();
   if (!result.ok) {
-    const lacking = Object.keys(programs).filter((program) => !ask(program, ['--version']).ok).map((program) => programs[program]);
-    const names = [...lacking, ...libraries, ...(tests ? testLibraries : [])];
+    const lacking = Object.keys(programs).filter((program) => !ask(program, ['--version']).ok);
+    const names = [...lacking.map((program) => programs[program]), ...libraries, ...(tests ? testLibraries : [])];
     if (installDebianPackages(names, `${result.err}\n`)) result = fresh();
   }
   if (!result.ok) throw new SetupError(`build/release can't be configured:\n${result.err}`);
@@ -98,7 +103,8 @@ function configure(tests) {
 
 /** Fetches what is needed and configures `build/release`, without building. */
 export function prepare({ tests = false } = {}) {
-  if (Number(process.versions.node.split('.')[0]) < 20) throw new SetupError(`Node.js 20 or newer is needed; this is ${process.versions.node}`);
+  const { node } = process.versions;
+  if (Number.parseInt(node, 10) < 20) throw new SetupError(`Node.js 20 or newer is needed; this is ${node}`);
   installNodeModules();
   configure(tests);
 }

@@ -5,7 +5,7 @@ import { buildFolder, command, root, setup } from './setup.mjs';
 
 await command((args) => {
   setup({ tests: true });
-  const { status } = spawnSync(
-    'ctest', ['--test-dir', buildFolder, '--output-on-failure', '--no-tests=error', ...args], { cwd: root, stdio: 'inherit' });
+  const options = ['--test-dir', buildFolder, '--output-on-failure', '--no-tests=error', ...args];
+  const { status } = spawnSync('ctest', options, { cwd: root, stdio: 'inherit' });
   process.exitCode = status ?? 1;
 });

@@ -76,7 +76,8 @@ export function publicPinsOf(signingKey) {
   if (signingKey.asymmetricKeyType !== 'ed25519') {
     throw new RangeError(`the signing key is ${signingKey.asymmetricKeyType ?? 'no key pair'}, not ed25519`);
   }
-  const der = createPublicKey(/** @type {import('node:crypto').KeyObject} */ (signingKey)).export({ format: 'der', type: 'spki' });
+  const key = /** @type {import('node:crypto').KeyObject} */ (signingKey);
+  const der = createPublicKey(key).export({ format: 'der', type: 'spki' });
   return {
     publicKeySha256: createHash('sha256').update(der).digest('hex'),
     publicKeyDerBase64: der.toString('base64'),
