@@ -9,7 +9,7 @@
 namespace corvenda {
 
 /// The bytes that are still to be read. A structure inside another one gets a reader of its own (`takeReader`) and so
-/// can't read past its own end; "nothing behind it" is `size == 0`.
+/// can't read past its own end; "nothing follows" is `size == 0`.
 struct ByteReader {
   const std::uint8_t* data = nullptr;
   std::size_t size = 0;

@@ -1,7 +1,7 @@
-// A hash of byte strings whose values nobody outside the process can foretell.
+// A hash of byte strings whose values nobody outside the process can predict.
 //
-// Terms come from packs and callers, and with a fixed hash thousands of them can be made to fall on one place of a
-// table. The seed is drawn once a process.
+// Terms come from packs and callers. Under a fixed hash, thousands of them could be chosen to collide in one place of a
+// table. The seed is drawn once per process.
 #pragma once
 
 #include <cstdint>
@@ -42,7 +42,7 @@ inline std::uint64_t loadWord(const char* bytes) {
   return word;
 }
 
-/// Up to eight bytes as a number.
+/// Up to eight bytes as a number. Fewer than four lose nothing: three bytes hold the first, the middle and the last.
 inline std::uint64_t loadFew(const char* bytes, std::size_t count) {
   if (count >= 4) {
     std::uint32_t front = 0;
@@ -58,7 +58,8 @@ inline std::uint64_t loadFew(const char* bytes, std::size_t count) {
   return byte(0) | byte(count / 2) << 8 | byte(count - 1) << 16;
 }
 
-/// The hash of `text` under `seed`.
+/// The hash of `text` under `seed`. The constant of the last step is 2^64 divided by the golden ratio: bits without a
+/// pattern, so that a seed of zero would still mix.
 inline std::uint64_t keyedHash(std::string_view text, const HashSeed& seed) {
   const char* bytes = text.data();
   std::size_t left = text.size();

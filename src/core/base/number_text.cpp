@@ -12,7 +12,8 @@ namespace corvenda {
 
 namespace {
 
-/// Powers of ten that a double holds exactly; 10^22 is the last, and fifteen digits are the most that one holds.
+/// Powers of ten, all exact in a double. Fifteen suffice: that many digits make an exact double whatever they are, and
+/// a fraction can't have more of them.
 constexpr double kExactPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                    1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 constexpr std::size_t kExactDigits = 15;
@@ -44,7 +45,7 @@ bool parsePlainDecimal(std::string_view text, double* value) {
 bool parseNumber(std::string_view text, double* value) {
   *value = 0;
   if (text.empty() || parsePlainDecimal(text, value)) return true;
-  // from_chars would not do: it refuses white space, a plus sign and hexadecimal, which the conversion accepts.
+  // from_chars would not do: it rejects leading white space, a plus sign and the "0x" of hexadecimal.
   static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
   const std::string terminated(text);
   char* end = nullptr;
@@ -53,14 +54,16 @@ bool parseNumber(std::string_view text, double* value) {
 }
 
 std::string formatNumber(double value) {
-  // to_chars is defined as printf's "%f" in the C locale, for NaN and infinities too.
+  // to_chars is defined as printf's "%f" in the C locale, also for NaN and infinities. 16 bytes hold the sign, the
+  // first digit, the point, six digits and some room.
   char buffer[std::numeric_limits<double>::max_exponent10 + 16];
   const auto [end, status] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 6);
   return {buffer, end};
 }
 
 double roundToNumberText(double value) {
-  // Below this the product is exact, since weights have 24 significant bits, and so are rounding and division.
+  // A single has 24 significant bits and 10^6 adds 14, so the product is exact. Below this limit it also stays under
+  // 2^53, where rounding is exact; the division then gives the double closest to the six digits, as parsing does.
   constexpr double kExactLimit = 1U << 30U;
   constexpr double kMicro = 1e6;
   const bool single = static_cast<double>(static_cast<float>(value)) == value;

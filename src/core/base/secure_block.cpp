@@ -9,13 +9,13 @@
 namespace corvenda {
 namespace {
 
-/// How much is wiped before its pages go back, and a large page. Wiping brings pages in that were given back before: by
-/// steps, a block of which little was left takes no more memory for its end than a step.
+/// How much is wiped before its pages go back: one large page. Wiping faults pages in again that had been given back
+/// earlier. In larger steps, releasing a mostly empty block would need more memory; in smaller ones, more system calls.
 constexpr std::uintptr_t kWipeStep = std::uintptr_t{2} << 20;
 
 void wipeAndDiscard(std::uint8_t* begin, std::uint8_t* end) {
   while (begin != end) {
-    // The steps end where large pages do, so that none has to be split.
+    // Steps end where large pages do, so that no large page is split.
     const std::uintptr_t toStepEnd = kWipeStep - reinterpret_cast<std::uintptr_t>(begin) % kWipeStep;
     const std::size_t step = std::min<std::size_t>(static_cast<std::size_t>(end - begin), toStepEnd);
     secureWipe(begin, step);

@@ -1,4 +1,4 @@
-// One block of memory for what must not stay behind: file images, decrypted data, and tables that lie beside them.
+// One block of memory whose content must not outlive it: file images, decrypted data, and tables that lie beside them.
 #pragma once
 
 #include <cstddef>
@@ -9,13 +9,13 @@
 
 namespace corvenda {
 
-/// Bytes in memory of their own from the system, one page at least, so that a release wipes them as one and gives them
-/// back at once: an allocator would keep freed blocks in the arenas of whatever thread made them. Move-only; wiped and
-/// given back by scope. An empty block has no memory.
+/// Bytes in pages of their own, straight from the system, so that a release wipes them and returns them at once: an
+/// allocator would keep freed blocks in the arena of the thread that made them. Move-only; wiped and returned by scope.
+/// An empty block has no memory.
 struct SecureBlock {
   std::uint8_t* data = nullptr;   ///< the first byte in use; stays where it is when the block is moved
   std::size_t size = 0;           ///< bytes in use
-  std::uint8_t* pages = nullptr;  ///< what the system gave; the bytes in use are a part of it
+  std::uint8_t* pages = nullptr;  ///< the whole mapping; the bytes in use are a part of it
   std::size_t pagesSize = 0;
 
   SecureBlock() = default;
@@ -24,18 +24,18 @@ struct SecureBlock {
   ~SecureBlock();
 };
 
-/// A block of `size` zeroed bytes. Memory that is never written is never taken, so a caller who knows an upper bound
-/// may ask for that and call `trimBlock` later. Without memory the process ends.
+/// A block of `size` zeroed bytes. Pages that are never written take no memory, so a caller who knows only an upper
+/// bound may allocate that and call `trimBlock` later. If there is no memory, the process ends.
 SecureBlock allocateBlock(std::size_t size);
 
-/// Keeps `size` bytes from `offset` on in use, where they are. All others are wiped, and their whole pages given back.
+/// Keeps the `size` bytes from `offset` on, where they are. All others are wiped, and their whole pages given back.
 void keepRange(SecureBlock* block, std::size_t offset, std::size_t size);
 
-/// Cuts the end off that was never written, so that nothing has to be wiped there: only the first `size` bytes stay.
+/// Keeps the first `size` bytes and cuts off the rest, which was never written and so needs no wiping.
 void trimBlock(SecureBlock* block, std::size_t size);
 
-/// Wipes `size` bytes from `offset` on and gives their whole pages back. The block stays one: the bytes remain in use,
-/// and nobody may read them any more.
+/// Wipes `size` bytes from `offset` on and gives their whole pages back. The block keeps its size and its address, but
+/// those bytes must not be read any more.
 void releaseRange(SecureBlock* block, std::size_t offset, std::size_t size);
 
 inline ByteSpan bytesOf(const SecureBlock& block) { return {block.data, block.size}; }

@@ -9,11 +9,11 @@
 
 namespace corvenda {
 
-/// Zero-fills `size` bytes in a way that no optimiser removes.
+/// Zero-fills `size` bytes; no optimiser may remove it.
 void secureWipe(void* data, std::size_t size);
 
-/// Wipes every block on release, so that a vector wipes its old storage when it grows, too: copies of decrypted bytes
-/// would otherwise stay behind in freed blocks.
+/// Wipes every block on release, also the old storage of a vector that grows: otherwise copies of decrypted bytes would
+/// remain in freed blocks.
 template <typename T>
 struct WipingAllocator {
   using value_type = T;
@@ -33,7 +33,7 @@ struct WipingAllocator {
   }
 };
 
-/// For file images, decrypted data and whatever is cut out of them.
+/// For decrypted data and key material; whole files and payloads lie in a SecureBlock.
 using SecureBytes = std::vector<std::uint8_t, WipingAllocator<std::uint8_t>>;
 
 using ByteSpan = std::span<const std::uint8_t>;

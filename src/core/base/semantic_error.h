@@ -6,7 +6,7 @@
 
 namespace corvenda {
 
-/// Why a core operation failed: the complete text that JavaScript will see, nothing prefixed or wrapped on the way.
+/// Why a core operation failed: the complete text that JavaScript will see, with nothing added on the way.
 /// An operation writes it only when it fails. Callers may pass a null pointer where they don't want the text.
 struct SemanticError {
   std::string message;

@@ -6,7 +6,7 @@
 namespace corvenda {
 namespace {
 
-/// x86-64 and arm64 with 4 KiB pages. Where large pages have another size, a mapping is only less well placed.
+/// The size on x86-64, and on arm64 with 4 KiB pages. Where it differs, a mapping is merely less well aligned.
 constexpr std::size_t kLargePage = std::size_t{2} << 20;
 
 std::size_t pageSize() {
@@ -27,7 +27,7 @@ void unmapRange(std::uint8_t* begin, const std::uint8_t* end) {
   if (begin != end) munmap(begin, static_cast<std::size_t>(end - begin));
 }
 
-/// Maps more than is needed and cuts off what lies before the first place of a large page, and after the end.
+/// Maps more than is needed, then cuts off what lies before the first large-page boundary and after the end.
 std::uint8_t* mapLargePages(std::size_t size) {
   if (size > SIZE_MAX - kLargePage) return nullptr;
   std::uint8_t* const pages = mapAnonymous(size + kLargePage);
@@ -37,7 +37,7 @@ std::uint8_t* mapLargePages(std::size_t size) {
   unmapRange(pages, begin);
   unmapRange(begin + size, pages + size + kLargePage);
 #ifdef MADV_HUGEPAGE
-  madvise(begin, size, MADV_HUGEPAGE);  // a kernel without large pages refuses, and small ones do
+  madvise(begin, size, MADV_HUGEPAGE);  // a kernel without large pages refuses; small ones will do
 #endif
   return begin;
 }

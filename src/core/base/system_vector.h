@@ -13,8 +13,9 @@
 
 namespace corvenda {
 
-/// From this size up a block is the system's own. What the C library keeps of freed blocks stays with the process, a
-/// heap a thread, and a pack that is replaced leaves hundreds of megabytes of them.
+/// Blocks from this size (256 KiB) up are mapped from the system and return to it. The C library keeps freed blocks in
+/// a heap per thread: replacing a large pack would leave hundreds of megabytes there. A smaller limit would map and
+/// unmap what small overlays need for every call.
 constexpr std::size_t kSystemBlockSize = std::size_t{1} << 18U;
 
 template <typename T>
@@ -38,7 +39,7 @@ struct SystemAllocator {
       unmapPages(reinterpret_cast<std::uint8_t*>(block), count * sizeof(T));
     }
   }
-  /// Numbers are left as they are until they are written: who asks for a place for each row need not fill them all.
+  /// Numbers are not initialised: a vector with a place for every row need not be filled where no row uses it.
   template <typename U>
   void construct(U* place) {
     ::new (static_cast<void*>(place)) U;

@@ -10,11 +10,11 @@ struct WorkerThread {
   bool running = false;
 };
 
-/// Runs `work(context)` on a thread of its own, which takes no signals: those are the host's. False if the system gives
-/// no thread; the work is the caller's then. Who started a thread joins it before `context` goes.
+/// Runs `work(context)` on a thread of its own, which takes no signals: those are the host's. False if the system has
+/// no thread to give; then the caller does the work. The caller joins the thread before `context` goes.
 bool startWorker(void (*work)(void*), void* context, WorkerThread* thread);
 
-/// Waits for the work to end. Nothing to do for a thread that is not running.
+/// Waits for the work to end. Does nothing for a thread that is not running.
 void joinWorker(WorkerThread* thread);
 
 }  // namespace corvenda

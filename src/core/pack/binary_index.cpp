@@ -11,7 +11,7 @@ namespace {
 constexpr std::uint16_t kIndexVersion = 3;
 constexpr std::uint16_t kSectionFormat = 1;
 
-/// In the order of `sectionType`, which counts from 1.
+/// By the section type in the file, which counts from 1.
 constexpr std::string_view kSectionNames[] = {"scene", "human", "celebrity", "location", "facet"};
 constexpr std::uint16_t kSectionCount = std::size(kSectionNames);
 

@@ -1,4 +1,4 @@
-// The binary index ("SIX1"): the one document of a pack whose content is read as rows. See docs/format/binary-index.md.
+// The binary index ("SIX1"): the document of a pack that holds its rows. See docs/format/binary-index.md.
 #pragma once
 
 #include <functional>
@@ -10,16 +10,16 @@
 
 namespace corvenda {
 
-/// Takes the rows of a binary index while they are read, in file order.
+/// Receives the rows of a binary index as they are read, in file order.
 struct IndexRowSink {
   /// A section begins: its name, and where its rows lie.
   std::function<void(std::string_view section, const std::uint8_t* body)> beginSection;
   std::function<void(const IndexRowSource& row)> addRow;
 };
 
-/// Parses the document, gives its rows to `sink` (may be null), and stores the index members of `pack` at the very end:
-/// a failed parse leaves them as they were, though the rows before the fault have been given.
-/// Errors begin with "semantic binary index".
+/// Parses the document, passes its rows to `sink` (may be null), and sets the index members of `pack` at the very end:
+/// a failed parse leaves them as they were, though the rows before the fault have been passed on. Errors begin with
+/// "semantic binary index".
 bool parseBinaryIndex(ByteSpan document, RulePack* pack, SemanticError* error, const IndexRowSink* sink);
 
 }  // namespace corvenda

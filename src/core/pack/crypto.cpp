@@ -1,4 +1,4 @@
-// What needs no provider.
+// The parts that need no provider.
 #include "pack/crypto.h"
 
 namespace corvenda {

@@ -29,10 +29,10 @@ std::string digestHex(const Sha256Digest& digest);
 /// The digest of a byte range as 64 lower-case hexadecimal digits; the empty string, with `error` set, if it fails.
 std::string sha256Hex(ByteSpan bytes, SemanticError* error);
 
-/// AES-256-GCM (NIST SP 800-38D), where the bytes are: `bytes` holds the ciphertext, then the plaintext of the same
-/// length. `nonce` 12 bytes, `tag` 16, `key` 32. After a failure of the decryption `bytes` is wiped. A wrong key, tag,
-/// text or additional text are not told apart: "semantic rule-pack authentication or decryption failed". Provider
-/// errors: "native AES provider cannot be opened", "native AES object length is invalid", "native AES key cannot be
+/// AES-256-GCM (NIST SP 800-38D) in place: `bytes` holds the ciphertext before and the plaintext, of the same length,
+/// after. `nonce` has 12 bytes, `tag` 16, `key` 32. If decryption fails, `bytes` is wiped. A wrong key, tag, ciphertext
+/// or additional data give the same error: "semantic rule-pack authentication or decryption failed". Provider errors:
+/// "native AES provider cannot be opened", "native AES object length is invalid", "native AES key cannot be
 /// initialized".
 bool decryptAesGcm(std::span<std::uint8_t> bytes, ByteSpan additionalData, const std::uint8_t* nonce,
                    const std::uint8_t* tag, const std::uint8_t* key, SemanticError* error);

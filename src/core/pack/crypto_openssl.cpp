@@ -1,4 +1,4 @@
-// The provider for platforms with OpenSSL 3, linked statically and hidden.
+// The provider on platforms with OpenSSL 3, which is linked statically with its symbols hidden.
 #include <limits>
 #include <memory>
 
@@ -10,9 +10,9 @@
 namespace corvenda {
 namespace {
 
-/// A library context of our own: the default one would read the machine's OpenSSL configuration at its first use, and
-/// the addon has no configuration. Algorithms are fetched once; fetching costs as much as hashing a small document.
-/// None of it is ever freed, because a worker may still be loading a pack while the process exits.
+/// A library context of our own: the default one would read the machine's OpenSSL configuration at its first use.
+/// Algorithms are fetched once, because fetching costs as much as hashing a small document. Nothing is ever freed,
+/// because a worker may still be loading a pack while the process exits.
 struct Algorithms {
   OSSL_LIB_CTX* context = nullptr;
   EVP_MD* sha256 = nullptr;
@@ -39,7 +39,7 @@ struct FreeCipherContext {
   void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
 };
 
-/// EVP takes lengths as int; a file is at most 128 MiB, so one call does.
+/// EVP takes lengths as int; a file has at most 128 MiB, so one call is enough.
 bool fitsInt(std::size_t size) { return size <= static_cast<std::size_t>(std::numeric_limits<int>::max()); }
 
 /// OpenSSL may decrypt a buffer into itself.
@@ -56,7 +56,7 @@ bool runDecryption(EVP_CIPHER_CTX* context, std::span<std::uint8_t> bytes, ByteS
       EVP_DecryptUpdate(context, bytes.data(), &total, bytes.data(), static_cast<int>(bytes.size())) != 1) {
     return false;
   }
-  // The library takes the tag through a pointer to non-const and does not write to it.
+  // The library takes the tag through a non-const pointer but does not write to it.
   if (EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_AEAD_SET_TAG, static_cast<int>(kGcmTagSize),
                           const_cast<std::uint8_t*>(tag)) != 1) {
     return false;

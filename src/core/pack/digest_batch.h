@@ -1,4 +1,4 @@
-// Digests of large ranges, made while the caller goes on with something else.
+// Digests of large ranges, computed on another thread while the caller goes on.
 #pragma once
 
 #include <vector>
@@ -9,11 +9,11 @@
 namespace corvenda {
 
 struct DigestJob {
-  ByteSpan bytes;  ///< must stay and must not change until the batch is finished
+  ByteSpan bytes;  ///< must stay in place, unchanged, until the batch is finished
   Sha256Digest digest{};
 };
 
-/// Digests that are under way. Stays where it is from the start on; who leaves early waits for the thread by scope.
+/// Digests under way. Can't be moved, because the thread points to it; the destructor waits for the thread.
 struct DigestBatch {
   std::vector<DigestJob> jobs;
   SemanticError error;  ///< of the first job that failed; empty if none did
@@ -25,8 +25,8 @@ struct DigestBatch {
   ~DigestBatch() { joinWorker(&thread); }
 };
 
-/// Begins with the jobs, in their order, on a thread of their own. Where that isn't worth it, or the system gives no
-/// thread, they are done when this returns.
+/// Starts the jobs, in order, on a thread of their own. If there is too little to hash, or the system has no thread to
+/// give, they are done when this returns.
 void startDigests(DigestBatch* batch);
 
 /// Waits for the digests. Errors: those of `sha256`.

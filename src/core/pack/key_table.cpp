@@ -7,7 +7,8 @@
 
 namespace corvenda {
 
-// Neither key stands in one piece anywhere: the pieces are volatile, so what joins them runs here and now.
+// Neither key exists in one piece in the binary. The pieces are volatile, so the compiler can't join them ahead of
+// time.
 bool resolvePackKey(std::string_view keyId, std::uint8_t* key, SemanticError* error) {
   const volatile trust::KeyPieces& pieces = trust::keyPieces;
   if (keyId == "test-v1") {

@@ -8,7 +8,7 @@
 
 namespace corvenda {
 
-/// Writes the 32 bytes of the key into `key`; the caller wipes them as soon as it has decrypted.
+/// Writes the 32 bytes of the key into `key`; the caller wipes them right after decrypting.
 /// Error: "semantic rule-pack key id is unsupported".
 bool resolvePackKey(std::string_view keyId, std::uint8_t* key, SemanticError* error);
 

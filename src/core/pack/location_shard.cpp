@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::uint16_t kShardVersion = 1;
 
-/// A text behind its two length bytes, with the words for either being cut off.
+/// A text after its two length bytes, with a message for either being cut off.
 bool takeSizedText(ByteReader& reader, std::string_view* text, SemanticError* error, const char* lengthMessage,
                    const char* textMessage) {
   std::uint16_t length = 0;
@@ -36,7 +36,7 @@ bool readRecord(ByteReader& reader, ShardRowSource* row, SemanticError* error) {
                      "native location shard country label is truncated")) {
     return false;
   }
-  // The whole record comes first: one that is cut off in its label reports that, not its flag.
+  // The values are checked once the whole record is read: a record cut off in its label reports that, not a bad flag.
   if (row->englishFlag > 1 || row->code.empty() || row->alias.empty()) {
     return fail(error, "native location shard record is invalid");
   }

@@ -1,4 +1,4 @@
-// Location shards ("LDB1"): aliases of places with their location records. See docs/format/location-shard.md.
+// Location shards ("LDB1"): aliases of places, each with its records. See docs/format/location-shard.md.
 #pragma once
 
 #include <functional>
@@ -9,11 +9,11 @@
 
 namespace corvenda {
 
-/// Takes the records of a shard while they are read, in file order.
+/// Receives the records of a shard as they are read, in file order.
 using ShardRowSink = std::function<void(const ShardRowSource& row)>;
 
-/// Gives the records of the document to `sink`; those before a fault have been given when it is met. Errors begin with
-/// "native location shard"; an absent sink is "native location shard magic is invalid".
+/// Passes the records of the document to `sink`; if there is a fault, those before it have been passed on. Errors begin
+/// with "native location shard"; without a sink it is "native location shard magic is invalid".
 bool parseLocationShard(ByteSpan document, const ShardRowSink& sink, SemanticError* error);
 
 }  // namespace corvenda

@@ -9,14 +9,15 @@
 namespace corvenda {
 namespace {
 
-/// A length of 15 in the token goes on in extension bytes, up to the first that is below 255.
+/// A length of 15 in the token continues in extension bytes, up to and including the first below 255.
 constexpr std::uint64_t kExtendedLength = 15;
 constexpr std::uint64_t kMinMatch = 4;
 
-/// Most literal runs and matches fit one or two steps of this many bytes, which compilers make a single load and store.
+/// Most literal runs and matches fit into one or two steps of this size, each a single load and store of a vector
+/// register.
 constexpr std::size_t kStride = 16;
 
-/// How much of the input is decoded before it is given back: two large pages.
+/// How much of the input is decoded before it is given back: 4 MiB, two large pages.
 constexpr std::size_t kReleaseStep = std::size_t{4} << 20;
 
 bool takeLength(ByteReader& input, std::uint64_t tokenLength, std::uint64_t* length) {
@@ -42,8 +43,8 @@ std::size_t readLength(const std::uint8_t*& in, std::size_t tokenLength) {
   return length;
 }
 
-/// Copies in steps of `Stride` bytes and may write up to a step beyond the end. The source lies `Stride` bytes in front
-/// of the target or more, so that no step reads what it writes.
+/// Copies in steps of `Stride` bytes and may write up to one step beyond the end. The source lies at least `Stride`
+/// bytes before the target, so that no step reads what it writes.
 template <std::size_t Stride>
 void copyStrides(std::uint8_t* out, const std::uint8_t* from, const std::uint8_t* end) {
   do {
@@ -53,8 +54,8 @@ void copyStrides(std::uint8_t* out, const std::uint8_t* from, const std::uint8_t
   } while (out < end);
 }
 
-/// The match may overlap the bytes that it makes: what is there is copied, then twice as much, and so on, which gives
-/// the bytes that copying one at a time gives.
+/// A match may overlap its own output. What exists is copied, then twice as much, and so on: the same bytes as copying
+/// one at a time gives.
 void copyMatchExactly(std::uint8_t* out, std::size_t offset, std::size_t length) {
   const std::uint8_t* const from = out - offset;
   while (length > 0) {
@@ -65,7 +66,7 @@ void copyMatchExactly(std::uint8_t* out, std::size_t offset, std::size_t length)
   }
 }
 
-/// With room for one step beyond the end.
+/// The same with room for one step beyond the end.
 void copyMatchWidely(std::uint8_t* out, std::size_t offset, std::size_t length) {
   const std::uint8_t* const end = out + length;
   if (offset >= kStride) return copyStrides<kStride>(out, out - offset, end);
@@ -141,7 +142,7 @@ bool decodeLz4Block(SecureBlock* block, SemanticError* error) {
   if (!measureLz4Block(bytesOf(*block), &decodedSize, error)) return false;
   SecureBlock decoded = allocateBlock(decodedSize);
   Lz4Decoder decoder{bytesOf(*block), {decoded.data, decoded.size}};
-  // The steps end where large pages do, so that the system gets whole ones back and can hand them out for the output.
+  // Steps end where large pages do, so that whole ones go back to the system, which can reuse them for the output.
   std::size_t stepEnd = kReleaseStep - reinterpret_cast<std::uintptr_t>(block->data) % kReleaseStep;
   for (std::size_t released = 0; decoder.inputUsed < block->size; stepEnd += kReleaseStep) {
     decodeLz4Sequences(&decoder, stepEnd);

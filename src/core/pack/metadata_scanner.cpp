@@ -6,8 +6,8 @@
 namespace corvenda {
 namespace {
 
-/// The position behind the first `"key":` followed by `tail`, or npos.
-std::size_t findBehindKey(std::string_view text, std::string_view key, std::string_view tail) {
+/// The position after the first `"key":` followed by `tail`, or npos.
+std::size_t findAfterKey(std::string_view text, std::string_view key, std::string_view tail) {
   std::string pattern;
   pattern.append("\"").append(key).append("\":").append(tail);
   const std::size_t position = text.find(pattern);
@@ -19,7 +19,7 @@ bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
 }  // namespace
 
 bool readJsonStringField(std::string_view text, std::string_view key, std::string* out) {
-  const std::size_t begin = findBehindKey(text, key, "\"");
+  const std::size_t begin = findAfterKey(text, key, "\"");
   if (begin == std::string_view::npos) return false;
   for (std::size_t i = begin; i < text.size(); ++i) {
     if (text[i] == '"') {
@@ -32,7 +32,7 @@ bool readJsonStringField(std::string_view text, std::string_view key, std::strin
 }
 
 bool readJsonUintField(std::string_view text, std::string_view key, std::uint32_t* out) {
-  std::size_t i = findBehindKey(text, key, "");
+  std::size_t i = findAfterKey(text, key, "");
   if (i == std::string_view::npos || i == text.size() || !isDigit(text[i])) return false;
   std::uint64_t value = 0;
   for (; i < text.size() && isDigit(text[i]); ++i) {
@@ -45,7 +45,7 @@ bool readJsonUintField(std::string_view text, std::string_view key, std::uint32_
 }
 
 bool readJsonArrayField(std::string_view text, std::string_view key, std::string* out) {
-  const std::size_t begin = findBehindKey(text, key, "");
+  const std::size_t begin = findAfterKey(text, key, "");
   if (begin == std::string_view::npos || !text.substr(begin).starts_with('[')) return false;
   const std::size_t end = text.find(']', begin);
   if (end == std::string_view::npos) return false;

@@ -1,5 +1,5 @@
-// The scanners that read pack metadata and delta manifests. Deliberately no JSON parser: what is signed and sealed is
-// compact text, and a scanner that accepts one spelling only leaves nothing to interpret.
+// The scanners that read pack metadata and delta manifests. Deliberately not a JSON parser: what is sealed and signed
+// is compact text, and a scanner that accepts a single spelling leaves nothing to interpretation.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@ namespace corvenda {
 /// the end of the text comes first. An empty value is a success.
 bool readJsonStringField(std::string_view text, std::string_view key, std::string* out);
 
-/// Finds the first `"key":` and reads the decimal digits behind it, up to the first other byte: 1.5 reads as 1. False,
+/// Finds the first `"key":` and reads the decimal digits after it, up to the first other byte: 1.5 reads as 1. False,
 /// with `out` unchanged, if no digit follows directly or the value is above 4294967295.
 bool readJsonUintField(std::string_view text, std::string_view key, std::uint32_t* out);
 
@@ -25,7 +25,7 @@ bool readJsonArrayField(std::string_view text, std::string_view key, std::string
 /// True for 1 to `maxLength` bytes that are ASCII letters, digits, "-", "." or "_".
 bool isSafeId(std::string_view text, std::size_t maxLength);
 
-/// The characters of a safe id; an empty text has no other.
+/// True if every byte may stand in a safe id; true for the empty text.
 bool hasOnlySafeIdBytes(std::string_view text);
 
 }  // namespace corvenda

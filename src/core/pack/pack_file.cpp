@@ -10,19 +10,20 @@ namespace {
 
 constexpr std::size_t kMaxPathLength = 4096;
 
-/// How often a path is resolved at most. Each pass but the last two takes a ".." out of the path that stood after a
-/// name which doesn't exist, so that more passes mean a file system that changes all the time.
+/// The most passes in resolving a path. Each but the last two removes a ".." that followed a name which doesn't exist;
+/// a path that needs more is contrived, or the file system keeps changing.
 constexpr int kMaxPasses = 16;
 
-/// How often a file is read at most that changes while it is read.
+/// The most attempts at a file that changes while it is being read. With more, a busy writer would hold up all other
+/// loads for longer.
 constexpr int kMaxReads = 3;
 
 bool isPathText(const std::string& path) {
   return !path.empty() && path.size() <= kMaxPathLength && path.find('\0') == std::string::npos;
 }
 
-/// The path with A to Z lowered, or empty if it holds a unit above 127. Folding more than ASCII would depend on the
-/// file system, so what can't be folded is turned away as a whole.
+/// The path with A to Z lowered, or empty if it holds a unit above 127: folding more than ASCII would depend on the
+/// file system, so such paths are refused.
 fs::path::string_type foldAscii(const fs::path& path) {
   fs::path::string_type folded = path.native();
   for (auto& unit : folded) {
@@ -36,8 +37,8 @@ bool isAscii(const std::string& text) {
   return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) <= 127; });
 }
 
-/// The root without the slash that may stand at its end, if the path continues it to the letter, and with a slash; else
-/// empty. If the path is canonical, so is that root, and with ASCII alone `isInsideApprovedRoot` says yes.
+/// The root without a slash at its end, if the path begins with exactly that text and a slash follows; else empty. If
+/// the path turns out to be canonical, so is this root, and since both are ASCII, `isInsideApprovedRoot` holds.
 std::string rootContinuedBy(const std::string& path, const std::string& root) {
   const std::string bare = root.ends_with('/') ? root.substr(0, root.size() - 1) : root;
   const bool continued = path.size() > bare.size() && path.starts_with(bare) && path[bare.size()] == '/';
@@ -48,7 +49,7 @@ bool isWithin(const FileStatus& status, const SizeLimits& limits) {
   return status.size >= limits.min && status.size <= limits.max;
 }
 
-/// The long way: every part of both paths is resolved. What can't be asked for has the status of no file.
+/// The long way: every part of both paths is resolved. A path that can't be looked up has the status of no file.
 bool resolveLocation(const std::string& packPath, const std::string& allowedRoot, PackLocation* location,
                      SemanticError* error) {
   if (!canonicalizePackPath(packPath, &location->path, error) ||
@@ -56,8 +57,8 @@ bool resolveLocation(const std::string& packPath, const std::string& allowedRoot
       !checkPackRoot(location->path, location->root, error) || !checkPackExtension(location->path, error)) {
     return false;
   }
-  // Nothing of a relative path existed a moment ago. It is not looked for again: it would be a key of the cache that
-  // means something else in each working directory.
+  // A path is still relative only if nothing of it existed a moment ago. It is not looked up again: as a key of the
+  // cache it would mean a different file in each working directory.
   const bool queried = location->path.is_absolute() && queryFileStatus(location->path, &location->status);
   if (!queried) location->status = {};
   return true;
@@ -70,14 +71,14 @@ ReadOutcome failedRead(SemanticError* error, const char* message) {
   return ReadOutcome::kFailed;
 }
 
-/// What the file isn't comes before that it can't be opened.
+/// A file of the wrong kind or size says so, even if it also can't be opened.
 const char* whyNotOpened(const fs::path& path, const SizeLimits& limits, const FileReadMessages& messages) {
   FileStatus status;
   if (!queryLinkStatus(path, &status) || !status.isRegular) return messages.notRegular;
   return isWithin(status, limits) ? messages.open : messages.size;
 }
 
-/// All questions after the opening are put to the open file: its name may lead to another one by now.
+/// Every check after opening is made on the open file: its name may lead to another one by now.
 ReadOutcome readOnce(const fs::path& path, const SizeLimits& limits, const FileReadMessages& messages, FileImage* image,
                      SemanticError* error) {
   OpenFile file;

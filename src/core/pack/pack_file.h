@@ -11,52 +11,54 @@
 
 namespace corvenda {
 
-/// Bytes of a file, both limits included.
+/// Smallest and largest size of a file in bytes.
 struct SizeLimits {
   std::uint64_t min = 0;
   std::uint64_t max = 0;
 };
 
-/// 40 bytes are a header with an empty everything, 128 MiB bound a load.
+/// 40 bytes are the fixed header and the tag with nothing between them. 128 MiB is a limit of the format: it bounds
+/// what a load may read.
 constexpr SizeLimits kPackSize = {40, 134217728};
 
-/// The canonical form of a UTF-8 path: what exists is resolved in the file system, links included, the rest is
-/// normalised as text, and so on until nothing changes, because leaving out "missing/.." can bring a link to light. A
-/// relative path of which nothing exists stays relative. Errors: "semantic rule-pack path is invalid" (not 1 to 4096
-/// bytes, or a NUL), "semantic rule-pack path cannot be canonicalized".
+/// The canonical form of a UTF-8 path: what exists is resolved in the file system, links included, and the rest is
+/// normalised as text. This repeats until nothing changes, because dropping "missing/.." can uncover a link. A relative
+/// path of which nothing exists stays relative. Errors: "semantic rule-pack path is invalid" (not 1 to 4096 bytes, or
+/// with a NUL), "semantic rule-pack path cannot be canonicalized".
 bool canonicalizePackPath(const std::string& path, std::filesystem::path* out, SemanticError* error);
 
 /// True if the canonical `path` lies strictly below the canonical `root`, compared without regard to ASCII case. A path
 /// or root with any non-ASCII byte is never inside; neither is anything inside a root that ends with a separator.
 bool isInsideApprovedRoot(const std::filesystem::path& path, const std::filesystem::path& root);
 
-/// A pack file below its root. The status is that of the moment when it was asked for.
+/// A pack file below its root, and its status at the time of the check.
 struct PackLocation {
   std::filesystem::path path;  ///< canonical and absolute
   std::filesystem::path root;  ///< canonical
   FileStatus status;
 };
 
-/// Confines the path and finds out what lies there, with one question to the system in the common case: a path without
-/// links that continues the text of its root. Errors, in the order of the checks: those of `canonicalizePackPath` for
-/// path and root, those of `checkPackRoot` and `checkPackExtension`, "semantic rule-pack file stat is invalid".
+/// Confines the path to its root and finds out what lies there. In the common case, a path without links that continues
+/// the text of its root, this takes one question to the system. Errors, in the order of the checks: those of
+/// `canonicalizePackPath` for path and root, those of `checkPackRoot` and `checkPackExtension`, "semantic rule-pack
+/// file stat is invalid".
 bool locatePack(const std::string& packPath, const std::string& allowedRoot, PackLocation* location,
                 SemanticError* error);
 
 /// `isInsideApprovedRoot`, or the error "semantic rule-pack path is outside the approved root".
 bool checkPackRoot(const std::filesystem::path& path, const std::filesystem::path& root, SemanticError* error);
 
-/// The extension is ".klrx", with regard to case, or the error is "semantic rule-pack extension is invalid".
+/// Whether the extension is ".klrx", in lower case; if not, the error is "semantic rule-pack extension is invalid".
 bool checkPackExtension(const std::filesystem::path& path, SemanticError* error);
 
-/// What was read of a file, in one piece.
+/// The whole content of a file, and which file it was.
 struct FileImage {
   SecureBlock bytes;
   FileStatus status;               ///< of the very file that was read
-  std::filesystem::path openPath;  ///< where that file lay; not where its name was looked for, if names were exchanged
+  std::filesystem::path openPath;  ///< where that file lay, which its name no longer tells if names were exchanged
 };
 
-/// The words in which reading a file fails; they differ between packs and manifests.
+/// The messages of a failed read; they differ between packs and manifests.
 struct FileReadMessages {
   const char* notRegular;
   const char* size;
@@ -64,9 +66,9 @@ struct FileReadMessages {
   const char* read;
 };
 
-/// Reads a regular file whole whose size is within the limits; `path` is canonical, and a link is not followed. A file
-/// that changes while it is read is read again. It is for the caller to hold `openPath` against a root. After a failure
-/// `image` is as it was.
+/// Reads a whole regular file whose size is within the limits. `path` is canonical; a link is not followed. A file that
+/// changes while it is being read is read again. Checking `openPath` against a root is left to the caller. After a
+/// failure `image` is unchanged.
 bool readFileWhole(const std::filesystem::path& path, const SizeLimits& limits, const FileReadMessages& messages,
                    FileImage* image, SemanticError* error);
 

@@ -19,7 +19,7 @@ constexpr std::uint8_t kLocationShardType = 6;
 constexpr std::uint8_t kSemanticIndexType = 8;
 constexpr std::string_view kSemanticIndexName = "semantic-binary-index-v1";
 
-/// In the order of `documentType`, which counts from 1.
+/// By the document type in the file, which counts from 1.
 constexpr std::string_view kDocumentTypeNames[] = {
     "scene-lexicon", "human-language", "star-manifest",          "star-shard", "location-meta", "location-shard",
     "bundled-patch", "semantic-index", "semantic-facet-lexicon",
@@ -35,8 +35,8 @@ struct Document {
   ByteReader data;
 };
 
-/// Reads one document up to its data. The header is whole before a field is read, so the three messages about single
-/// fields can't be met; they name what would be wrong if the header's size ever changed.
+/// Reads one document. The whole header is there before a field is read, so the three messages about single fields
+/// can't occur; they would if the header's size ever changed.
 bool readDocument(ByteReader& payload, Document* document, SemanticError* error) {
   ByteReader header;
   if (!takeReader(payload, kDocumentHeaderSize, &header)) {
@@ -73,7 +73,7 @@ bool readHeader(ByteReader& payload, std::uint16_t* documentCount, SemanticError
   return true;
 }
 
-/// Reads the documents up to the first that can't be read; those before it are listed in either case.
+/// Lists the documents up to the first that can't be read.
 bool listDocuments(ByteReader& payload, std::uint16_t count, std::vector<Document>* documents, SemanticError* error) {
   documents->reserve(count);
   for (std::uint16_t i = 0; i < count; ++i) {
@@ -86,12 +86,12 @@ bool listDocuments(ByteReader& payload, std::uint16_t count, std::vector<Documen
 
 ByteSpan dataOf(const Document& document) { return {document.data.data, document.data.size}; }
 
-/// Parses the documents that are read at once, up to the first that is malformed, and gives back how many passed.
+/// Parses the binary indexes, up to the first that is malformed. Returns how many documents passed.
 std::size_t parseIndexes(const std::vector<Document>& documents, RulePack* pack, SemanticError* error,
                          const IndexRowSink* sink) {
   for (std::size_t i = 0; i < documents.size(); ++i) {
     if (documents[i].type != kSemanticIndexType) continue;
-    // Fails without a message. Callers tell such a pack from all others by that.
+    // Fails without a message: callers recognise such a pack by that.
     if (documents[i].encoding != kBinaryEncoding || documents[i].name != kSemanticIndexName) return i;
     if (!parseBinaryIndex(dataOf(documents[i]), pack, error, sink)) return i;
   }
@@ -107,7 +107,7 @@ void listDocument(const Document& document, ByteSpan data, PayloadDocuments* doc
   }
 }
 
-/// Compares the digests of the first `count` documents, which are the last jobs of `digests`.
+/// Compares the digests of the first `count` documents. The documents' jobs are the last ones of `digests`.
 bool digestsMatch(const std::vector<Document>& documents, std::size_t count, const DigestBatch& digests,
                   SemanticError* error) {
   const DigestJob* const jobs = digests.jobs.data() + (digests.jobs.size() - documents.size());
@@ -123,9 +123,8 @@ bool digestsMatch(const std::vector<Document>& documents, std::size_t count, con
 
 bool parseRulePackPayload(ByteSpan payload, RulePack* pack, SemanticError* error, PayloadDocuments* others,
                           const IndexRowSink* sink, DigestBatch* digests) {
-  // Digests are made while the indexes are parsed. What is reported is what comes first in the order of the documents:
-  // for each its header, then its content, then its digest. A malformed index with a wrong digest reports the
-  // malformation.
+  // Digests are computed while the indexes are parsed, but faults are reported in the order of the documents: for each
+  // its header, then its content, then its digest. A malformed index with a wrong digest reports the malformation.
   ByteReader reader{payload.data(), payload.size()};
   std::vector<Document> documents;
   std::uint16_t documentCount = 0;

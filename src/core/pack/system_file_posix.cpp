@@ -19,7 +19,8 @@ namespace corvenda {
 namespace {
 
 FileStatus statusOf(const struct stat& stat) {
-  // Nanoseconds in unsigned arithmetic: a year for which they don't fit wraps, and stays a value of its own.
+  // Nanoseconds in unsigned arithmetic: a year too far away for 64 bits wraps to some value, which is enough to
+  // compare.
   const std::uint64_t time =
       static_cast<std::uint64_t>(stat.st_mtim.tv_sec) * 1000000000U + static_cast<std::uint64_t>(stat.st_mtim.tv_nsec);
   return {S_ISREG(stat.st_mode), static_cast<std::uint64_t>(stat.st_size), static_cast<std::int64_t>(time)};
@@ -31,8 +32,8 @@ bool finishQuery(int result, const struct stat& stat, FileStatus* status) {
   return true;
 }
 
-/// True for an absolute path without anything that text alone could leave out: an empty part, "." and "..", a slash at
-/// the end.
+/// True for an absolute path that normalising as text would not change: no empty part, no "." or "..", no slash at the
+/// end.
 bool isNormalText(std::string_view path) {
   if (!path.starts_with('/')) return false;
   while (!path.empty()) {
@@ -44,7 +45,7 @@ bool isNormalText(std::string_view path) {
   return true;
 }
 
-/// The file under a path on which no link lies, for questions alone.
+/// Opens a path that leads over no link, only to query it.
 void openWithoutLinks([[maybe_unused]] const std::string& path, [[maybe_unused]] OpenFile* file) {
 #ifdef SYS_openat2
   struct open_how how {};
@@ -56,7 +57,7 @@ void openWithoutLinks([[maybe_unused]] const std::string& path, [[maybe_unused]]
 
 int descriptorOf(const OpenFile& file) { return static_cast<int>(file.handle); }
 
-/// For a system without /proc: the path resolved once more, if it still leads to the open file.
+/// Without /proc: the path resolved once more, provided that it still leads to the open file.
 bool resolveOpenPath(const OpenFile& file, const fs::path& path, fs::path* openPath) {
   struct stat open {};
   struct stat named {};

@@ -8,7 +8,7 @@
 namespace corvenda {
 
 double earlyScore(double full, std::string_view prefix) {
-  // Characters beyond `full` change nothing, and a prefix may be long.
+  // Characters beyond `full` change nothing, so a long prefix is not counted to its end.
   const auto characters = static_cast<double>(countCharacters(prefix, static_cast<std::uint64_t>(full)));
   return std::max(full - std::min(characters, full), 0.0);
 }

@@ -1,4 +1,4 @@
-// The parts of which all scores of terms are made. Every constant that callers pass is part of the contract.
+// The two parts of every term's score. The constants that callers pass are part of the contract.
 #pragma once
 
 #include <string_view>
@@ -9,7 +9,7 @@ namespace corvenda {
 /// the term, and never below 0.
 double earlyScore(double full, std::string_view prefix);
 
-/// How long a term is: a factor a character, up to a cap.
+/// How long a term is: `factor` for each character, up to `cap`.
 double lengthScore(std::string_view term, double factor, double cap);
 
 }  // namespace corvenda

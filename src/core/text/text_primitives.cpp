@@ -10,8 +10,8 @@ namespace {
 
 constexpr bool isPlainByte(char byte) { return (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9'); }
 
-/// Whether one of eight bytes is below 33 or one of A to Z; bytes from 128 up are neither. The subtraction borrows only
-/// from a byte that is below 33 itself, and the sums stay within their bytes.
+/// Whether any of eight bytes is below 33 or a letter A to Z; bytes from 128 up are neither. All eight are tested at
+/// once: the subtraction borrows only across a byte that is below 33 itself, and the sums never carry into the next.
 bool mayNeedFolding(std::uint64_t bytes) {
   constexpr std::uint64_t kOnes = 0x0101010101010101U;
   constexpr std::uint64_t kTopBits = 0x80 * kOnes;
@@ -40,7 +40,7 @@ void compactTerm(std::string_view text, std::string* compact) {
     }
     for (const std::size_t end = std::min(i + sizeof bytes, text.size()); i < end; ++i) {
       const char byte = text[i];
-      // Written in any case, and kept by going on: cheaper than a branch that titles make at random.
+      // Always written; advancing is what keeps it. Cheaper than a branch that titles make unpredictable.
       *out = byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
       out += static_cast<unsigned char>(byte) < 33 ? 0 : 1;
     }
@@ -70,7 +70,8 @@ std::uint64_t countCharacters(std::string_view text, std::uint64_t enough) {
   for (; text.size() >= 8 && count < enough; text.remove_prefix(8)) {
     std::uint64_t bytes = 0;
     std::memcpy(&bytes, text.data(), 8);
-    // A continuation byte has its top bit set and the next one clear. The product adds up one bit of each byte.
+    // A continuation byte has its top bit set and the next one clear. The multiplication sums those bits into the top
+    // byte.
     const std::uint64_t continuations = (bytes & ~(bytes << 1U) & kTopBits) >> 7U;
     count += 8 - (continuations * 0x0101010101010101U >> 56U);
   }

@@ -1,7 +1,6 @@
 // The byte-level text tests that all resolvers share. Plain functions of their arguments.
 //
-// Text is a byte string that holds UTF-8. Nothing here validates it: a stray byte counts as one character or is left
-// alone.
+// Text is a byte string, usually UTF-8. Nothing here validates it, and any bytes are safe to pass.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +15,7 @@ namespace corvenda {
 /// The term fold of the whole system: drops every byte below 33, lowers A to Z, keeps all else.
 std::string compactTerm(std::string_view text);
 
-/// The same into a string whose memory is used again.
+/// The same into a string whose memory is reused.
 void compactTerm(std::string_view text, std::string* compact);
 
 /// True if every byte is a to z or 0 to 9; true for the empty text.
@@ -31,10 +30,10 @@ bool hasNonAscii(std::string_view text);
 /// Bytes that are not UTF-8 continuation bytes.
 std::uint64_t countCharacters(std::string_view text);
 
-/// The same, or `enough` if there are as many or more: the rest of the text is not looked at.
+/// The same, but counting stops at `enough`.
 std::uint64_t countCharacters(std::string_view text, std::uint64_t enough);
 
-/// For each position the characters of the text before it, in one pass over the text.
+/// For each position, the number of characters before it, in one pass over the text.
 std::vector<std::uint64_t> countCharactersBefore(std::string_view text, const std::vector<std::uint32_t>& positions);
 
 /// Byte position of the first occurrence of `term`; 0 for an empty term, also in an empty text.

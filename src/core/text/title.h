@@ -1,4 +1,4 @@
-// A title in the forms that resolvers ask for.
+// A title in the forms that resolvers need.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace corvenda {
 
-/// A title in its two forms and their folds. The two forms belong to the caller and must outlive it; it may be filled
-/// again and again, for the memory of its folds.
+/// A title in its two readings, and the fold of each. The readings belong to the caller and must outlive it. It may be
+/// filled again and again, which reuses the memory of the folds.
 struct TitleTexts {
   std::string_view raw;        ///< as the library has it
   std::string_view english;    ///< the caller's "normalizedEnglish", words separated by blanks; may be empty
