@@ -1,8 +1,8 @@
 // What rows mean: the positional conventions over their fields, and the typed rows that resolvers read.
 //
-// All numbers in a row are text, converted once when the row is taken in. A row may be longer than its convention, or
-// shorter: `fieldCount` says how long it is, and what a shorter row lacks reads as empty. Readers check the count that
-// they need. A row that they pass over still stands in its place: it can hide a good row with the same key.
+// All numbers in a row are text, converted once when the row is read in. A row may be longer than its convention, or
+// shorter: `fieldCount` says how long it is, and fields that it lacks read as empty. Readers check the count that they
+// need. A row that they skip still counts where it is: it can hide a good row with the same key.
 #pragma once
 
 #include <cstddef>
@@ -50,12 +50,14 @@ enum : std::size_t { kId, kName, kKind, kRegion, kPriority, kPhotoKey, kCount, k
 }
 constexpr char kTagSeparator = '\x1E';
 
-/// What a scene row is evidence of, by its kind field; kOther for every other text and for a row without the field.
+/// What kind of evidence a scene row is, by its kind field; kOther for every other text and for a row without the
+/// field.
 enum class SceneKind : std::uint8_t { kOther, kCategory, kDetail, kCompound, kConflict, kShort };
 
 SceneKind sceneKindFromName(std::string_view name);
 
-/// How strong the evidence is: 500 for "short", then 400, 300, 200, and 100 for "category"; 0 for every other kind.
+/// How strong the evidence is: 500 for "short", 400 "conflict", 300 "compound", 200 "detail", 100 "category"; 0 for
+/// every other kind. Callers see these numbers.
 std::int32_t rankOf(SceneKind kind);
 
 /// True for the three kinds that override plain aliases: "short", "conflict" and "compound".
@@ -66,7 +68,7 @@ enum class LocationSource : std::uint8_t { kCountry, kFamous, kCurated, kDatabas
 
 LocationSource locationSourceFromName(std::string_view name);
 
-/// Database rows count only for titles that no other row speaks for.
+/// Database rows count only for titles in which no other place row matches.
 constexpr bool isDatabase(LocationSource source) {
   return source == LocationSource::kDatabaseNative || source == LocationSource::kDatabaseEnglish;
 }
@@ -126,7 +128,7 @@ struct PlaceRow {
   LocationSource source = LocationSource::kOther;
   bool english = false;         ///< the language field is "en"
   bool weightIsNumber = false;  ///< the whole text is one
-  double weight = 0;            ///< of as much of the text as is a number
+  double weight = 0;            ///< of the front of the text, as far as that is a number
 };
 
 struct CelebrityRow {

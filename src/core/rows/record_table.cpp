@@ -15,7 +15,8 @@
 namespace corvenda {
 namespace {
 
-/// A row with a short term and short fields.
+/// Nearly the shortest row of a real lexicon. A smaller value reserves more address space; with a larger one, tables of
+/// short rows move once while they are read.
 constexpr std::size_t kBytesOfShortRow = 24;
 
 /// The byte that joins the parts of an identity.
@@ -40,7 +41,7 @@ std::string_view takeText(const std::uint8_t** at) {
   return {text, length};
 }
 
-/// The first fields of a row; those that it lacks are empty. The weight of a shard's record is no text there.
+/// The first fields of a row; those that it lacks are empty, as is the weight of a shard's record, which is not text.
 using NamedFields = std::array<std::string_view, kNamedFields>;
 
 template <typename Length>
@@ -60,12 +61,12 @@ void readShardFields(const std::uint8_t* record, std::string_view* fields) {
   fields[location_field::kCountryLabel] = takeText<std::uint16_t>(&at);
 }
 
-/// The record of a row of a shard. Its weight stands in it, so the entry's number is free to say where it is.
+/// The record of a shard's row. Its weight is read from there, so the entry's number is free to hold the position.
 const std::uint8_t* recordOf(const RecordTable& table, const RowEntry& entry) {
   return table.segments[entry.segment].bytes + entry.number[0];
 }
 
-/// Reads the first `count` fields, of which the row has as many.
+/// Reads the first `count` fields; the row has at least as many.
 void readFieldsOf(const RecordTable& table, const RowEntry& entry, std::uint32_t count, std::string_view* fields) {
   const RowSegment& segment = table.segments[entry.segment];
   const std::uint8_t* at = segment.bytes + entry.termAt;
@@ -78,7 +79,7 @@ void readFieldsOf(const RecordTable& table, const RowEntry& entry, std::uint32_t
 
 void setWeight(RowEntry* entry, double weight) { entry->number = std::bit_cast<std::array<std::uint32_t, 2>>(weight); }
 
-/// The number in the third field, or as much of it as is one.
+/// The number at the front of the third field, 0 if there is none.
 double weightOf(const RecordTable& table, const RowEntry& entry) {
   if (table.segments[entry.segment].layout != RowLayout::kShard) return std::bit_cast<double>(entry.number);
   const std::uint8_t* at = recordOf(table, entry);
@@ -94,7 +95,7 @@ NamedFields namedFields(const RecordTable& table, const RowEntry& entry) {
 
 // --- What is known of a row ----------------------------------------------------------------------------------------
 
-/// Where the language stands among the fields of a section.
+/// Which field of a section is the language.
 std::size_t languageField(Section section) {
   return section == Section::kFacet ? std::size_t{facet_field::kLang} : std::size_t{scene_field::kLang};
 }
@@ -194,7 +195,8 @@ void finishTable(RecordTable* table) {
 
 namespace {
 
-/// A shard whose name isn't one of places. Its rows answer for another section, whose readers want all fields as text.
+/// Writes out a row of a shard that is not named as one of places. It belongs to another section, whose readers expect
+/// every field as text.
 void writeShardRow(RecordTable* table, const ShardRowSource& row) {
   const bool english = row.englishFlag == 1;
   const std::string weight = formatNumber(row.weight);
@@ -226,7 +228,7 @@ bool readPayloadTable(SecureBlock payload, RulePack* pack, RecordTable* table, s
                             beginSegment(table, name, *sectionFromName(name), RowLayout::kIndex, body);
                           },
                           [table](const IndexRowSource& row) { addIndexRow(table, row); }};
-  // Address space for most lexicons, so that rows need not move; what is never written takes no memory.
+  // Enough address space for most lexicons, so that entries need not move; what is never written takes no memory.
   table->rows.reserve(payload.size / kBytesOfShortRow);
   table->payload = std::move(payload);
   PayloadDocuments documents;

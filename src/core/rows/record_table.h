@@ -1,8 +1,8 @@
 // The rows of a pack or of a caller's overlay, immutable once made and shared by every call that uses them.
 //
-// A table keeps its rows as bytes, a pack's where they lie in the payload, and for each row 24 bytes that say where it
-// begins and what is asked of it most often: how long it is, its kind and language, its number. Readers get a row as a
-// typed record of views, which live as long as the table.
+// A table leaves its rows as bytes, those of a pack where they lie in the payload. For each row it keeps 20 bytes that
+// say where the row begins and what is needed most often: field count, kind, language and number. Readers receive a row
+// as a typed record of views, which live as long as the table.
 #pragma once
 
 #include <array>
@@ -31,21 +31,21 @@ namespace corvenda {
 /// How the bytes of a row are laid out. All integers are little-endian.
 enum class RowLayout : std::uint8_t {
   kIndex,    ///< as in a binary index: length (16 bits), term, count of the fields (16), each with its length (16)
-  kShard,    ///< as in a location shard: an alias, and apart from it a record
-  kWritten,  ///< as kIndex with lengths of 32 bits: what a caller gives has no limit
+  kShard,    ///< as in a location shard: an alias and, at another place, a record
+  kWritten,  ///< as kIndex but with lengths of 32 bits: a caller's texts have no limit
 };
 
 /// Rows of one section that lie in one document.
 struct RowSegment {
-  std::string name;  ///< of the section, as rows tell it
+  std::string name;  ///< of the section, as results show it
   Section section = Section::kScene;
   RowLayout layout = RowLayout::kIndex;
-  const std::uint8_t* bytes = nullptr;  ///< of kWritten once the table is finished
+  const std::uint8_t* bytes = nullptr;  ///< of kWritten only once the table is finished
 };
 
 /// What is known of a row without reading it: 20 bytes, so that a million rows stay small beside their texts.
 struct RowEntry {
-  std::array<std::uint32_t, 2> number = {};  ///< see weightOf, and bodyOf for rows of a shard
+  std::array<std::uint32_t, 2> number = {};  ///< a double, in halves so as not to pad; of a shard: the record's place
   std::uint32_t termAt = 0;                  ///< the term's length, from the beginning of the segment's bytes
   std::uint16_t segment = 0;                 ///< position in `RecordTable::segments`
   std::uint16_t fieldCount = 0;
@@ -65,28 +65,28 @@ struct RecordTable {
   SecureBytes written;  ///< rows in the layout kWritten
   std::vector<RowSegment> segments;
   SystemVector<RowEntry> rows;  ///< binary index rows first, then those of each location shard, in document order
-  bool hasIdentitySeparator =
-      false;  ///< a term holds the byte that joins identities: rows with different terms may be one
+  /// A term holds the byte that joins identities, so that rows with different terms may have the same identity.
+  bool hasIdentitySeparator = false;
   std::unique_ptr<TableIndexes> indexes = std::make_unique<TableIndexes>();
 };
 
 // --- Making a table ------------------------------------------------------------------------------------------------
 
-/// Begins a segment; rows that follow belong to it. Offsets count from `bytes`, null for kWritten.
+/// Begins a segment, to which the following rows belong. Offsets count from `bytes`, which is null for kWritten.
 void beginSegment(RecordTable* table, std::string_view name, Section section, RowLayout layout,
                   const std::uint8_t* bytes);
 void addIndexRow(RecordTable* table, const IndexRowSource& row);
 void addShardRow(RecordTable* table, const ShardRowSource& row);
 
-/// Appends a row of our own making to a segment of kWritten. Nothing is added once 4 GiB are written.
+/// Appends a row to a segment of kWritten. Offsets have 32 bits: a row that would end beyond 4 GiB is not added.
 void writeRow(RecordTable* table, std::string_view term, std::span<const std::string_view> fields);
 
-/// After the last row: pointers are settled.
+/// Call after the last row: only now do the segments of kWritten know where their bytes lie.
 void finishTable(RecordTable* table);
 
-/// Parses what lies behind the seal of a pack and keeps the payload for the rows. `unread` gets the parts of it that
-/// nothing is taken from. For `digests` see parseRulePackPayload.
-/// Errors: those of the payload, the binary index and the location shards.
+/// Parses the decrypted payload of a pack and keeps it, because the rows lie in it. `unread` receives the parts in
+/// which none does. For `digests` see parseRulePackPayload. Errors: those of the payload, the binary index and the
+/// location shards.
 bool readPayloadTable(SecureBlock payload, RulePack* pack, RecordTable* table, std::vector<ByteSpan>* unread,
                       DigestBatch* digests, SemanticError* error);
 
@@ -98,7 +98,7 @@ inline const RowSegment& segmentOf(const RecordTable& table, std::uint32_t row) 
 
 inline Section sectionOf(const RecordTable& table, std::uint32_t row) { return table.rows[row].section; }
 
-/// Of a finished table.
+/// The term of a row of a finished table.
 inline std::string_view termOf(const RecordTable& table, std::uint32_t row) {
   const RowEntry& entry = table.rows[row];
   const RowSegment& segment = table.segments[entry.segment];
@@ -124,14 +124,14 @@ FacetRow facetRowAt(const RecordTable& table, std::uint32_t row);
 PlaceRow placeRowAt(const RecordTable& table, std::uint32_t row);
 CelebrityRow celebrityRowAt(const RecordTable& table, std::uint32_t row);
 
-/// A row as it is told: all of its fields as text. What the fields mean depends on the section.
+/// A row as look-ups show it: all of its fields as text. What the fields mean depends on the section.
 struct IndexRecord {
   std::string_view section;  ///< "scene", "human", "celebrity", "location", "facet", or a shard's document name
   std::string_view term;     ///< the text that is searched for
   std::vector<std::string_view> fields;
 };
 
-/// Texts that a row implies and doesn't hold. They must outlive the record.
+/// Holds texts of a record that the row's bytes don't contain as such. It must outlive the record.
 using TextArena = std::deque<std::string>;
 
 IndexRecord recordAt(const RecordTable& table, std::uint32_t row, TextArena* arena);

@@ -15,7 +15,7 @@ constexpr std::size_t kSectionCount = 5;
 /// "scene", "human", "celebrity", "location" or "facet"; nothing for another text.
 std::optional<Section> sectionFromName(std::string_view name);
 
-/// The section that answers for rows whose own section has this name; nothing for rows that no call can ask for.
+/// The section to which rows belong whose own section has this name; nothing for rows that no call can reach.
 std::optional<Section> sectionOfRows(std::string_view name);
 
 }  // namespace corvenda

@@ -11,7 +11,7 @@ namespace {
 
 // --- Members of the indexes ----------------------------------------------------------------------------------------
 
-/// Rows of these sections are looked for in the title's own text, or as words of its English reading.
+/// Rows of these sections are looked for either in the title's own text or as words of its English reading.
 bool isTwofold(Section section) {
   return section == Section::kScene || section == Section::kLocation || section == Section::kHuman;
 }
@@ -41,7 +41,7 @@ std::string identityKeyAt(const RecordTable& table, std::uint32_t row) {
   return recordIdentityKey(recordAt(table, row, &arena));
 }
 
-/// Of rows with one term, those whose identity an earlier one has.
+/// Among rows with one term, finds those that repeat an earlier one.
 void collectRepeated(const RecordTable& table, const std::vector<std::uint32_t>& rows,
                      std::vector<std::uint32_t>* repeated) {
   std::vector<std::pair<std::string, std::uint32_t>> keys;
@@ -73,7 +73,7 @@ void makeOnce(TableIndexes::Made* made, Make make) {
   made->done.store(true, std::memory_order_release);
 }
 
-/// `repeated` may be null: only scene rows can be repeated.
+/// `repeated` is null for indexes without scene rows.
 void makeIndex(const RecordTable& table, TableIndexes::Made* made, bool (*isMember)(const RecordTable&, std::uint32_t),
                TermIndex* index, std::vector<std::uint32_t>* repeated) {
   makeOnce(made, [&] {
@@ -109,7 +109,7 @@ void makeMasters(const RecordTable& table, std::unordered_map<std::string_view, 
   for (std::uint32_t row = 0; row < table.rows.size(); ++row) {
     if (!table.rows[row].master) continue;
     const std::string_view key = firstFieldOf(table, row);
-    // The rows of a scene mostly follow one another.
+    // The rows of a scene mostly stand together, so most look-ups are spared.
     if (key == last && !masters->empty()) continue;
     last = masters->emplace(key, row).first->first;
   }

@@ -1,4 +1,4 @@
-// The indexes over the terms of a table, and what is asked of them.
+// The indexes over the terms of a table, and the look-ups in them.
 #pragma once
 
 #include <atomic>
@@ -16,10 +16,10 @@
 
 namespace corvenda {
 
-/// One index for rows that are looked for in the same text, so that a title is walked once for all of them. Each is
-/// made at its first use, by whichever thread comes first.
+/// Rows that are looked for in the same text share an index, so that a title is walked once for all of them. Each index
+/// is made at its first use, by whichever thread comes first.
 struct TableIndexes {
-  /// Whether something is made; asked for every title, so without a call.
+  /// `done` spares each title the call into the standard library that `once` costs.
   struct Made {
     std::atomic<bool> done = false;
     std::once_flag once;
@@ -31,12 +31,12 @@ struct TableIndexes {
   Made facetMade;
   Made identityMade;
   Made mastersMade;
-  TermIndex native;     ///< scene and place rows that aren't English, human phrases that are no plain token
-  TermIndex english;    ///< scene and place rows that are English, human phrases that are a plain token
+  TermIndex native;     ///< scene and place rows that aren't English, human phrases that aren't plain tokens
+  TermIndex english;    ///< scene and place rows that are English, human phrases that are plain tokens
   TermIndex celebrity;  ///< celebrity rows
   TermIndex facet;      ///< facet rows
-  TermIndex identity;   ///< of these, English rows of the dimension "identity"
-  SystemVector<std::uint32_t> ring;  ///< of all but `identity`, which has its own: no row is in two of the others
+  TermIndex identity;   ///< those facet rows that are English and of the dimension "identity"
+  SystemVector<std::uint32_t> ring;           ///< shared by all but `identity`: a row is in at most one of the others
   std::vector<std::uint32_t> repeatedNative;  ///< see isRepeated; ascending
   std::vector<std::uint32_t> repeatedEnglish;
   std::unordered_map<std::string_view, std::uint32_t, KeyedHash> masters;
@@ -48,7 +48,7 @@ const TermIndex& celebrityIndex(const RecordTable& table);
 const TermIndex& facetIndex(const RecordTable& table);
 const TermIndex& identityIndex(const RecordTable& table);
 
-/// Makes them all, so that no later call has to.
+/// Makes all of them, so that no later call has to.
 void makeIndexes(const RecordTable& table);
 
 struct FoundRow {
@@ -57,7 +57,7 @@ struct FoundRow {
 };
 
 /// The rows of the section whose term equals `term` or, with `contains`, is a substring of `term`, in order. Note the
-/// direction: the text that is asked about holds the row's term, not the term the text.
+/// direction: the given text contains the row's term, not the other way round.
 std::vector<FoundRow> filterRecords(const RecordTable& table, Section section, std::string_view term, bool contains);
 
 std::vector<std::uint32_t> positionsOf(const std::vector<FoundRow>& found);
@@ -66,8 +66,8 @@ std::vector<std::uint32_t> positionsOf(const std::vector<FoundRow>& found);
 /// kind "category".
 std::optional<std::uint32_t> findMasterRow(const RecordTable& table, std::string_view sceneKey);
 
-/// True for a scene row whose term and fields an earlier scene row of the table has: for the scene resolvers the two
-/// are one row. To be asked after the index was used that the row is in.
+/// True for a scene row with the term and fields of an earlier scene row of the table: for the scene resolvers the two
+/// are one row. Valid once the index that holds the row has been used.
 bool isRepeated(const RecordTable& table, std::uint32_t row);
 
 }  // namespace corvenda

@@ -11,15 +11,19 @@
 namespace corvenda {
 namespace {
 
-// What `firstBytes` says of a byte, and `shortGate` of three.
+// Flags of `firstBytes` and `shortGate`: how long the terms are that begin with the byte, or the three bytes. The flag
+// for n bytes is bit n - 1. In `firstBytes` kThreeBytes means three or more; in `shortGate` kSixBytes means six or
+// more.
 constexpr std::uint8_t kOneByte = 1;
 constexpr std::uint8_t kTwoBytes = 2;
-constexpr std::uint8_t kThreeBytes = 4;  // and the next two bits for four and five
+constexpr std::uint8_t kThreeBytes = 4;
 constexpr std::uint8_t kSixBytes = 32;
 
-/// The prefix that leads to the set of lengths: two Chinese characters.
+/// The bytes of the prefix that leads to the set of lengths: two Chinese characters. With a shorter prefix more terms
+/// share one, and more lengths have to be tried; with a longer one more terms are too short to have it.
 constexpr std::size_t kGatePrefix = 6;
-/// Lengths from here on share the last bit of the set, and stand in `longTerms`.
+/// An entry of the gate has 64 bits: 16 of tag, one each for the lengths 6 to 52, and kLongBit for all longer ones,
+/// which are found through `longTerms`.
 constexpr std::size_t kLongLength = kGatePrefix + 47;
 constexpr std::uint64_t kLongBit = std::uint64_t{1} << 47U;
 constexpr std::uint64_t kLengthBits = 2 * kLongBit - 1;
@@ -30,7 +34,8 @@ std::size_t tableCapacity(std::size_t count) { return count + count / 2 + 8; }
 /// Many terms share a prefix, so that this is never as full as it may be.
 std::size_t gateCapacity(std::size_t terms) { return terms + terms / 8 + 8; }
 
-/// A place in a table of `capacity`, from the hash's upper half; tags are taken from the lower.
+/// A place in a table of `capacity`, from the upper half of the hash. Tags come from the lower half, so that terms in
+/// one place still differ in them.
 std::size_t placeOf(std::uint64_t hash, std::size_t capacity) {
   return static_cast<std::size_t>(((hash >> 32U) * capacity) >> 32U);
 }
@@ -63,7 +68,7 @@ std::uint64_t gateHash(const TermIndex& index, std::uint64_t front) {
   return foldedProduct((front & 0xFFFFFFFFFFFFU) ^ index.seed.first, index.seed.second);
 }
 
-/// An entry of the gate without its lengths; never 0, which is an empty place.
+/// An entry of the gate without its lengths. The tag's lowest bit is always set: an entry of 0 is an empty place.
 std::uint64_t gateTag(std::uint64_t hash) { return (hash << 48U) | std::uint64_t{1} << 48U; }
 
 /// The last row of the term that equals `text`, whose hash is known.
@@ -171,12 +176,13 @@ void collectLongTerms(const RecordTable& table, TermIndex* index) {
 
 // --- Searching -----------------------------------------------------------------------------------------------------
 
-/// Up to here a hit is looked for among all, from here on in a table.
+/// Up to this many hits are searched one by one, more through a hash table. 16 hits are two cache lines; most titles
+/// have fewer and never pay for the table.
 constexpr std::size_t kFewHits = 16;
 
 std::size_t hitPlace(const TermHits& hits, std::uint32_t row) {
-  const std::uint64_t mixed =
-      row * std::uint64_t{0x9E3779B97F4A7C15U};  // 2^64 / golden ratio: spreads numbers in a row
+  // 2^64 divided by the golden ratio: spreads consecutive numbers evenly.
+  const std::uint64_t mixed = row * std::uint64_t{0x9E3779B97F4A7C15U};
   return static_cast<std::size_t>(mixed >> 32U) & (hits.places.size() - 1);
 }
 
@@ -198,7 +204,7 @@ bool isFound(const TermHits& hits, std::uint32_t lastRow) {
   return false;
 }
 
-/// Adds a term that is not found yet.
+/// Adds a term that was not found before.
 void addHit(TermHits* hits, std::uint32_t lastRow, std::size_t position) {
   hits->terms.push_back({lastRow, static_cast<std::uint32_t>(position)});
   const std::size_t count = hits->terms.size();
@@ -226,13 +232,14 @@ std::optional<std::uint32_t> longestLongTerm(const RecordTable& table, const Ter
                                              std::size_t limit) {
   while (limit >= kLongLength) {
     const std::string_view front = text.substr(0, limit);
-    const auto behind =
+    const auto next =
         std::upper_bound(index.longTerms.begin(), index.longTerms.end(), front,
                          [&](std::string_view key, std::uint32_t row) { return key < termOf(table, row); });
-    if (behind == index.longTerms.begin()) return std::nullopt;
-    const std::string_view term = termOf(table, *(behind - 1));
-    if (front.starts_with(term)) return *(behind - 1);
-    // Every term that `front` begins with is one that this term begins with, too: it ends before the two part.
+    if (next == index.longTerms.begin()) return std::nullopt;
+    const std::string_view term = termOf(table, *(next - 1));
+    if (front.starts_with(term)) return *(next - 1);
+    // Every prefix of `front` that is a term sorts before this one and is a prefix of it too, so it can't be longer
+    // than what the two have in common.
     limit = static_cast<std::size_t>(std::mismatch(front.begin(), front.end(), term.begin(), term.end()).first -
                                      front.begin());
   }
@@ -246,7 +253,7 @@ struct Searcher {
   TermHits* hits;
 };
 
-/// True if the search at this byte is over: the term was found before, and with it all that it begins with.
+/// True if the search at this byte is over: the term was found before, and its prefixes with it.
 bool addContained(const Searcher& searcher, std::uint32_t lastRow, std::size_t position) {
   if (isFound(*searcher.hits, lastRow)) return true;
   addHit(searcher.hits, lastRow, position);
@@ -336,12 +343,12 @@ void addRun(const Searcher& searcher, std::uint32_t lastRow, std::size_t positio
   if (!isFound(*searcher.hits, lastRow)) addHit(searcher.hits, lastRow, position);
 }
 
-/// Long terms that `text`, which begins at a word, begins with and that end where a word does. Nested ones that were
-/// found at an earlier word are passed over in one step.
+/// Adds the long terms with which `text` begins and that end where a word does; `text` begins at a word. A term that
+/// was found at an earlier word is skipped together with those of its prefixes that were tried then.
 void addLongRuns(const Searcher& searcher, std::string_view text, std::size_t position) {
   const std::vector<std::uint32_t>& ends = searcher.hits->ends;
   auto& newRunLimits = searcher.hits->newRunLimits;
-  std::size_t* known = nullptr;  // the limit behind the first of a row of terms that are found
+  std::size_t* known = nullptr;  // stored with the first of several known terms in sequence; lowered to skip them all
   for (std::size_t limit = text.size();;) {
     const auto term = longestLongTerm(searcher.table, searcher.index, text, limit);
     if (known != nullptr) *known = limit;
@@ -360,7 +367,7 @@ void addLongRuns(const Searcher& searcher, std::string_view text, std::size_t po
   }
 }
 
-/// Terms that begin at the word number `first`, which begins at `position`.
+/// Adds the terms that begin at word number `first`, whose first byte is at `position`.
 void addRunsAt(const Searcher& searcher, std::size_t first, std::size_t position) {
   const TermIndex& index = searcher.index;
   const std::string_view text = std::string_view(searcher.hits->words).substr(position);

@@ -1,27 +1,27 @@
-// Finding the rows whose terms stand in a title, at a cost that depends on the title and not on the number of rows.
+// Finding the rows whose terms occur in a title, at a cost that depends on the title and not on the number of rows.
 //
-// The truth that this is held against is a loop over all rows:
+// The truth that this is tested against is a loop over all rows:
 //
 //     for (row : rows) if (containsTerm(text, row.term)) found.push_back(row);
 //
-// The index gives the same rows. At each byte of the text it asks which terms could begin there:
+// The index gives the same rows. At each byte of the text it narrows down which terms could begin there:
 //
-// 1. A byte that begins no term is passed over. What is left in a Chinese text are the first bytes of characters.
-// 2. The first three bytes (a Chinese character in UTF-8) lead to a byte that says whether terms of three, four or five
-//    bytes begin so, or longer ones.
-// 3. For longer ones the first six bytes lead to the set of lengths that such terms have. Entries carry a tag of 16
-// bits,
-//    so that a foreign prefix rarely passes; if one does, it costs a look-up that finds nothing, never a missed row.
-// 4. Each possible length, the longest first, is one look-up in a hash table of eight bytes a term (a tag and a row),
-//    and a term that carries the tag is compared. A term that was found before in this text ends the search at this
-//    byte: what it begins with was found with it. So nested terms cost once what they cost a plain loop.
-// 5. Terms of 53 bytes and more, which titles hardly hold, stand in sorted order, and a binary search finds those that
-//    a text begins with, however many lengths they have.
+// 1. A byte with which no term begins is skipped. In a Chinese text that leaves the first bytes of characters.
+// 2. The first three bytes (one Chinese character in UTF-8) lead to a byte of flags: whether terms of three, four or
+//    five bytes begin with them, or longer ones.
+// 3. For longer terms the first six bytes lead to the set of their lengths. Its entries carry a tag of the prefix's
+//    hash, so that another prefix rarely passes. If one does, it costs a look-up that finds nothing, never a missed
+//    row.
+// 4. Each possible length, the longest first, is one look-up in a hash table of eight bytes a term (a tag and a row);
+//    if the tag matches, the term itself is compared. A term that was already found in this text ends the search at
+//    this byte: its own prefixes were found with it. So a text full of nested terms costs no more than the loop.
+// 5. Terms of 53 bytes and more, rare in titles, are kept in sorted order, where a binary search finds those with which
+//    the text begins, however many lengths they have.
 //
-// A search for runs of whole words is the same search at the beginnings of words in the text without its blanks, for
-// the lengths that end where a word does.
+// A search for runs of whole words is the same search in the text without its blanks: it begins only where a word does,
+// and tries only the lengths that end where a word does.
 //
-// Hashes are seeded (base/keyed_hash.h): who writes the terms can't choose where they fall.
+// Hashes are seeded (base/keyed_hash.h), so whoever writes the terms can't choose where they fall.
 #pragma once
 
 #include <cstddef>
@@ -39,37 +39,38 @@ namespace corvenda {
 
 struct RecordTable;
 
-/// Plain data; built once by `buildTermIndex` and only read afterwards. Rows with equal terms form a ring: each names
-/// the next, the last names the first, and the hash table holds the last.
+/// Plain data; built once by `buildTermIndex` and only read afterwards. Rows with equal terms form a ring: each points
+/// to the next, the last to the first, and the hash table holds the last. So a row is appended, and the first found, in
+/// one step.
 struct TermIndex {
   HashSeed seed = {};
-  SystemVector<std::uint64_t> slots;  ///< 32 bits of tag, 32 of row; kEmptySlot for none
+  SystemVector<std::uint64_t> slots;  ///< 32 bits of tag, 32 of row; or kEmptySlot
   SystemVector<std::uint64_t> gate;  ///< 16 bits of tag, 48 of lengths: bit n for 6 + n bytes, the last for longer ones
-  std::vector<std::uint8_t> shortGate;   ///< by the first three bytes; see kThreeBytes and the others
+  std::vector<std::uint8_t> shortGate;   ///< flags by the first three bytes; see kThreeBytes
   std::vector<std::uint64_t> pairs;      ///< a bit for each term of two bytes; empty if there is none
-  std::uint8_t firstBytes[256] = {};     ///< whether terms of one byte, of two, or longer ones begin so
+  std::uint8_t firstBytes[256] = {};     ///< whether terms of one byte, of two, or longer ones begin with the byte
   std::vector<std::uint32_t> longTerms;  ///< last rows of the terms of 53 bytes and more, by the bytes of the term
   const SystemVector<std::uint32_t>* ring = nullptr;  ///< next row with the same term
-  SystemVector<std::uint32_t> ownRing;                ///< what `ring` is if it isn't shared
+  SystemVector<std::uint32_t> ownRing;                ///< holds `ring` if it isn't shared with other indexes
 };
 
-/// A term that stands in a text.
+/// A term that occurs in a text.
 struct TermHit {
   std::uint32_t lastRow = 0;   ///< see `forEachRow`
-  std::uint32_t position = 0;  ///< first byte of its first occurrence; of a run of words: of its first word
+  std::uint32_t position = 0;  ///< first byte of its first occurrence; for a run, in the text without its blanks
 };
 
-/// What one search has found, each term once. Kept from title to title for its memory.
+/// What one search has found, each term once. Kept from title to title to reuse its memory.
 struct TermHits {
   std::vector<TermHit> terms;
-  std::vector<std::uint32_t> places;  ///< hash table over `terms`, in use once there are many
-  std::string words;                  ///< of a search for runs: the text without its blanks
-  std::vector<std::uint32_t> ends;    ///< and where its words end in it, ascending
-  /// For a long run that was found: the length from which on a shorter one may be new.
+  std::vector<std::uint32_t> places;  ///< hash table over `terms`, used once there are many
+  std::string words;                  ///< for runs: the text without its blanks
+  std::vector<std::uint32_t> ends;    ///< for runs: where words end in `words`, ascending
+  /// For a long term that was found as a run: its prefixes of up to this length may still be new.
   std::unordered_map<std::uint32_t, std::size_t> newRunLimits;
 };
 
-/// Indexes the rows of `table` for which `isMember` says so. The ring has a place for each row of the table.
+/// Indexes the rows of `table` for which `isMember` is true. The ring has a place for each row of the table.
 void buildTermIndex(const RecordTable& table, bool (*isMember)(const RecordTable& table, std::uint32_t row),
                     SystemVector<std::uint32_t>* ring, TermIndex* index);
 
@@ -82,7 +83,7 @@ void findWordRuns(const RecordTable& table, const TermIndex& index, std::string_
 /// The last row of the term that equals `text`.
 std::optional<std::uint32_t> findTerm(const RecordTable& table, const TermIndex& index, std::string_view text);
 
-/// The same for a text that is rarely a term, such as a whole title: its first bytes are looked at before it is hashed.
+/// The same for a text that is rarely a term, such as a whole title: its first bytes are checked before it is hashed.
 std::optional<std::uint32_t> findWholeTerm(const RecordTable& table, const TermIndex& index, std::string_view text);
 
 constexpr std::uint64_t kEmptySlot = ~std::uint64_t{0};

@@ -1,4 +1,4 @@
-// The rows of one table whose terms stand in a title: one walk over each form of the title for all sections.
+// The rows of one table whose terms occur in a title: one walk over each reading for all sections.
 #pragma once
 
 #include <cstdint>
@@ -12,22 +12,23 @@ namespace corvenda {
 
 struct RecordTable;
 
-/// Rows that are looked for in the title's own text, and rows that are looked for as words of its English reading.
-/// Each list is ascending.
+/// Rows that were found in the compacted title, with their positions there, and rows that were found as whole words of
+/// the English reading. Each list is ascending.
 struct TitleRows {
-  std::vector<FoundRow> scenes;  ///< positions of rows that aren't English are in the compacted title
+  std::vector<FoundRow> scenes;  ///< English rows as words, all others in the compacted title
   std::vector<FoundRow> places;  ///< the same
-  std::vector<FoundRow> humans;  ///< phrases that are no plain token in the compacted title, plain ones as words
+  std::vector<FoundRow> humans;  ///< plain tokens as words, all others in the compacted title
 };
 
-/// Kept from title to title for its memory.
+/// Kept from title to title to reuse its memory.
 struct TitleSearch {
   TermHits hits;
 };
 
 void findTitleRows(const RecordTable& table, const TitleTexts& title, TitleSearch* search, TitleRows* rows);
 
-/// The human rows whose phrase equals a compacted text, whether or not it was found above; ascending.
+/// The human rows whose phrase equals one of the title's compacted texts, whether or not `findTitleRows` found them;
+/// ascending.
 std::vector<std::uint32_t> findWholeTitlePhrases(const RecordTable& table, const TitleTexts& title);
 
 }  // namespace corvenda
