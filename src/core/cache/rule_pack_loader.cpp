@@ -67,7 +67,7 @@ bool readMetadata(ByteReader bytes, RulePackMetadata* metadata, SemanticError* e
                      isSafeId(metadata->ruleSetId, kMaxIdLength) && isSafeId(metadata->baseRuleSetId, kMaxIdLength) &&
                      metadata->payloadSha256.size() == kSha256HexLength;
   if (!valid) return fail(error, "semantic rule-pack metadata is invalid");
-  // Absent, or written with a blank: a plain payload, no error.
+  // Optional. Written with a blank it isn't found either: the payload counts as plain.
   readJsonStringField(text, "compression", &metadata->compression);
   if (!metadata->compression.empty() && metadata->compression != "lz4-block-v1") {
     return fail(error, "semantic rule-pack compression is unsupported");
@@ -75,7 +75,7 @@ bool readMetadata(ByteReader bytes, RulePackMetadata* metadata, SemanticError* e
   return true;
 }
 
-/// Decrypts the file image where it lies, and keeps nothing of it but the stored payload.
+/// Decrypts the file image in place, and keeps only the stored payload of it.
 bool decryptPayload(const SealedPack& sealed, const RulePackMetadata& metadata, SecureBlock* file,
                     SemanticError* error) {
   std::uint8_t key[kPackKeySize];
@@ -89,8 +89,7 @@ bool decryptPayload(const SealedPack& sealed, const RulePackMetadata& metadata, 
   return decrypted;
 }
 
-/// The payload's own digest has the first word: what was parsed of a payload that isn't the sealed one is dropped,
-/// whatever it was.
+/// A wrong digest of the payload comes before any other fault: whatever was parsed of it is dropped.
 bool readProvedPayload(LoadedPack* loaded, SemanticError* error) {
   SemanticError fault;
   std::string digest;
@@ -106,14 +105,14 @@ bool slotHolds(const SemanticCacheSlot& slot, const fs::path& path, const FileSt
          slot.lastWriteTime == status.lastWriteTime;
 }
 
-/// What must not be released while the mutex is held, because freeing a million rows takes its time: the slot's old
-/// content, or a load that failed.
+/// What a load leaves over: the slot's old content, or a pack that failed. Declared before the lock, so that it is
+/// freed after unlocking: freeing a million rows takes time.
 struct Released {
   SemanticCacheSlot replaced;
   std::shared_ptr<LoadedPack> failed;
 };
 
-/// Opens the image and fills the slot, under the key of the file that the image was read from.
+/// Opens the image and fills the slot, with the size and time of the file that was read as part of its key.
 bool fillSlot(const fs::path& path, FileImage image, const std::optional<Sha256Digest>& sha256, SemanticCacheSlot* slot,
               Released* released, SemanticError* error) {
   auto opened = std::make_shared<LoadedPack>();
@@ -145,7 +144,7 @@ bool readPayloadRows(SecureBlock payload, LoadedPack* loaded, std::string* diges
 bool openRulePack(SecureBlock file, LoadedPack* loaded, SemanticError* error) {
   SealedPack sealed;
   RulePackMetadata& metadata = loaded->pack.metadata;
-  // The image becomes the payload where it is to stay. Who drops `loaded` after a failure releases it, in his own time.
+  // The image turns into the payload in the place where that stays. After a failure it is released with `loaded`.
   SecureBlock* const image = &loaded->table.payload;
   *image = std::move(file);
   loaded->pack.packBytes = image->size;
@@ -166,7 +165,7 @@ bool RulePackLoader(const std::string& packPath, const std::string& allowedRoot,
   if (!slotHolds(slot, location.path, location.status)) {
     FileImage image;
     if (!readPackFile(location.path, &image, error)) return false;
-    // Names may have been exchanged since they were checked. Where the file lies that was opened has the last word.
+    // Names may have been exchanged since they were checked. What counts is where the opened file lies.
     if (!checkPackRoot(image.openPath, location.root, error)) return false;
     if (!fillSlot(location.path, std::move(image), std::nullopt, &slot, &released, error)) return false;
   }
@@ -180,7 +179,7 @@ bool loadHashedPack(HashedPack pack, SemanticCacheSlot& slot, std::shared_ptr<co
       !checkPackRoot(pack.image.openPath, pack.root, error)) {
     return false;
   }
-  // It came into being while it was looked for (see locatePack).
+  // It appeared only while the path was being resolved (see locatePack).
   if (pack.path.is_relative()) return fail(error, "semantic rule-pack file stat is invalid");
   Released released;
   const std::lock_guard lock(semanticCache().semanticCacheMutex);

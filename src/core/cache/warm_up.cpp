@@ -5,9 +5,7 @@
 namespace corvenda {
 namespace {
 
-/// One load a pack stands for a load of each section in turn ("scene", "human", "facet", "location" of the base,
-/// "scene" and "location" of the overlay). Rows are shared and not copied out by section, so every load behind the
-/// first would only find the slot filled.
+/// One load brings in the rows of all sections; later calls share them.
 bool warmPack(const std::string& packPath, const std::string& allowedRoot, SemanticCacheSlot& slot,
               std::shared_ptr<const LoadedPack>* loaded, SemanticError* error) {
   if (!RulePackLoader(packPath, allowedRoot, slot, loaded, error)) return false;

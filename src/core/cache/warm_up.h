@@ -1,4 +1,4 @@
-// Loading ahead of need: what the first real call would have to wait for, done on a worker thread.
+// Loading ahead of need: does what the first real call would otherwise have to wait for.
 #pragma once
 
 #include <string>
@@ -14,12 +14,11 @@ struct WarmUpRequest {
   std::string overlayAllowedRoot;  ///< not read without an overlay
 };
 
-/// Fills the cache: the base pack, the overlay pack, the location view of both, and the indexes that resolvers search.
-/// Only the cache is touched, so any thread may come here; `semanticCacheMutex` is taken for each load and for the
-/// view.
+/// Loads the base pack and the overlay pack into the cache, and makes the indexes of each that resolvers search. Only
+/// the cache is touched, so any thread may call it; `semanticCacheMutex` is taken for each load.
 ///
-/// What a failed warm-up has loaded so far stays loaded. Errors: those of the loader, one of which has an empty
-/// message, "overlayAllowedRoot is required with overlayPackPath", "semantic rule-pack cache is unavailable".
+/// What was loaded before a failure stays loaded. Errors: those of the loader, one of which has an empty message, and
+/// "overlayAllowedRoot is required with overlayPackPath".
 bool warmUp(const WarmUpRequest& request, SemanticError* error);
 
 }  // namespace corvenda

@@ -10,19 +10,19 @@
 
 namespace corvenda {
 
-/// A phrase that a title holds, of a row with its two fields. One without either hit equals a compacted text of the
-/// title and is none of its words.
+/// A phrase of a title, from a row with at least two fields. If neither flag is set, the phrase was not found as
+/// described here but equals one of the title's compacted texts.
 struct HumanMatch {
   HumanRow row;
-  bool rawHit = false;      ///< not plain, and in the compacted title
-  bool englishHit = false;  ///< plain, and a run of words of the English reading
+  bool rawHit = false;      ///< not a plain token; occurs in the compacted title
+  bool englishHit = false;  ///< a plain token; a run of whole words of the English reading
 };
 
-/// The phrases that a title holds, in the order of their rows. `found` are the human rows of `findTitleRows`.
+/// The phrases of a title, in the order of their rows. `found` are the human rows of `findTitleRows`.
 void matchHumanRows(const RecordTable& table, const TitleTexts& title, const std::vector<FoundRow>& found,
                     std::vector<HumanMatch>* matches);
 
-/// The text for which the row that a phrase implies speaks: the whole title, not the phrase.
+/// The term of the row that a phrase implies: the whole title, not the phrase.
 std::string_view impliedTerm(const HumanMatch& match, const TitleTexts& title);
 
 }  // namespace corvenda

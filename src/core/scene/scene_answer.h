@@ -1,4 +1,4 @@
-// What scene resolution gives: shared by the call for one title and the batch.
+// The result of scene resolution, shared by the call for one title and the batch.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace corvenda {
 
-/// The "entry" of a hit: the data of its scene. All texts, the priority too.
+/// The "entry" of a hit: the data of its scene, all as text, even the priority.
 struct SceneEntry {
   std::string_view key;
   std::string_view defaultDetail;
@@ -35,7 +35,8 @@ struct SceneAnswer {
   std::optional<IntentHit> hit;
 };
 
-/// The scene's data as a row carries it; `detail` stands in for a default detail that the row is too short for.
+/// The scene's data from a row. A row too short for a default detail reports `detail` in its place, and one too short
+/// for the scene's priority its own.
 SceneEntry makeSceneEntry(const SceneRow& row, std::string_view sceneKey, std::string_view detail);
 
 }  // namespace corvenda

@@ -13,8 +13,9 @@ std::string identityOf(const RecordTable& table, std::uint32_t number) {
   return recordIdentityKey(recordAt(table, number, &arena));
 }
 
-/// Rows with different terms are the same only by the byte that joins identities, rows of one table only if the row
-/// says so; what is left to compare are rows of different tables.
+/// Identities need comparing only in two cases: if candidates come from different tables, because within one
+/// `isRepeated` knows, or if a term holds the byte that joins identities, because then even rows with different terms
+/// can have the same identity.
 bool needsIdentities(const RecordTable& table, const SceneCandidates& candidates) {
   return !candidates.seenRows.empty() || table.hasIdentitySeparator ||
          (!candidates.rows.empty() && candidates.rows.back().table != &table);

@@ -1,4 +1,4 @@
-// The rows that speak for a title: gathered, ordered, and the one that is the whole title put first.
+// The rows that match a title: gathered, sorted, and the one that equals the whole title put first.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +27,7 @@ struct SceneCandidate {
   const SceneRow* implied = nullptr;
 };
 
-/// The candidates of one title. Kept from title to title for its memory.
+/// The candidates of one title. Kept from title to title to reuse its memory.
 struct SceneCandidates {
   std::vector<SceneCandidate> rows;
   std::deque<SceneRow> implied;
@@ -48,13 +48,13 @@ void clearCandidates(SceneCandidates* candidates);
 void addCandidate(const RecordTable& table, std::uint32_t number, const SceneEvidence& evidence,
                   std::optional<std::uint32_t> position, SceneCandidates* candidates);
 
-/// Where a scene's own data is taken from.
+/// The row from which a scene's own data is taken.
 struct MasterRow {
   const RecordTable* table = nullptr;
   std::uint32_t number = 0;
 };
 
-/// What a human phrase or an identity implies.
+/// The row that a human phrase or an identity implies.
 struct ImpliedScene {
   std::string_view term;
   std::string_view key;
@@ -63,7 +63,7 @@ struct ImpliedScene {
   bool english = false;
 };
 
-/// Adds the row that is implied: no priority, and the scene's data from its master row.
+/// Adds the implied row, with priority 0 and the scene's data from its master row.
 void addImpliedRow(const ImpliedScene& implied, const MasterRow& master, const TitleTexts& title,
                    SceneCandidates* candidates);
 
@@ -71,14 +71,15 @@ void addImpliedRow(const ImpliedScene& implied, const MasterRow& master, const T
 /// title.
 std::string_view textOfRow(const SceneEvidence& row, const TitleTexts& title);
 
-/// Where a candidate's term stands in the text of the row.
+/// Where a candidate's term occurs in the text of its row.
 std::optional<std::size_t> positionInText(const SceneCandidate& candidate, const TitleTexts& title);
 
-/// Scores the candidates and sorts them by `sceneRowBefore`; candidates that tie in all of it stay in the order in
-/// which they were gathered. Characters before a term are counted in `positionText`.
+/// Scores the candidates and sorts them by `sceneRowBefore`; full ties stay in the order in which they were gathered.
+/// The characters before a term are counted in `positionText`.
 void sortCandidates(SceneCandidates* candidates, std::string_view positionText);
 
-/// Swaps the best row that equals its whole text to the front: highest rank, then longest term.
+/// Among the rows that equal their whole text, swaps the one with the highest rank, then the longest term, to the
+/// front.
 void promoteWholeTitle(SceneCandidates* candidates, const TitleTexts& title);
 
 }  // namespace corvenda

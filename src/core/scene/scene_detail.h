@@ -1,4 +1,4 @@
-// The detail of a scene that a title speaks of.
+// The detail of the scene that a title is about.
 #pragma once
 
 #include <string_view>
@@ -7,8 +7,8 @@
 
 namespace corvenda {
 
-/// The detail for `sceneKey`: that of the highest override that equals the whole text, else that of the best "detail"
-/// row, else `detail`.
+/// The detail for `sceneKey`: that of the highest-ranked override that equals the whole text, else that of the best
+/// "detail" row, else `detail`.
 std::string_view chooseDetail(const SceneCandidates& candidates, const TitleTexts& title, std::string_view sceneKey,
                               std::string_view detail);
 

@@ -14,9 +14,9 @@ namespace {
 
 using FoundRows = std::vector<FoundRow>;
 
-/// The scene rows whose terms stand in `text`, in order. English rows count only as whole words of the English reading
-/// as the caller wrote it: this keeps a short word from firing inside a longer one. So of them only `englishRows` are
-/// looked at, and without an English reading there are none.
+/// The scene rows whose terms occur in `text`, in order. English rows count only if they are whole words of the English
+/// reading as the caller wrote it: this keeps a short word from firing inside a longer one. `englishRows` are those;
+/// they are looked for in `text` all the same.
 FoundRows findSceneRows(const RecordTable& table, const FoundRows& englishRows, std::string_view text) {
   FoundRows found;
   TermHits hits;
@@ -34,7 +34,8 @@ FoundRows findSceneRows(const RecordTable& table, const FoundRows& englishRows, 
   return found;
 }
 
-/// The rows whose terms stand in either folded form of the title, in pack order for each form, each row once.
+/// The rows whose terms occur in the folded title, in pack order, then those that occur only in the folded English
+/// reading.
 void gatherSceneRows(const RecordTable& table, const TitleTexts& title, const FoundRows& titleRows,
                      SceneCandidates* candidates) {
   FoundRows englishRows;
@@ -59,10 +60,10 @@ void gatherHumanRows(const RecordTable& table, const TitleTexts& title, const Fo
   for (const HumanMatch& match : matches) {
     const auto master = findMasterRow(table, match.row.sceneKey);
     if (!master) continue;
-    // A third field, whatever it says, is what allows "en".
+    // A phrase counts as English only if its row has a third field, whatever that says.
     const bool english = match.row.plain && match.row.fieldCount > human_field::kCount;
     const std::string_view term = impliedTerm(match, title);
-    // What counts as English has to be whole words of the reading, here too.
+    // Like every English row it has to be whole words of the reading.
     if (english && !matchesWordRun(title.english, term)) continue;
     addImpliedRow({term, match.row.sceneKey, match.row.detail, SceneKind::kConflict, english}, {&table, *master}, title,
                   candidates);
@@ -78,8 +79,8 @@ SceneAnswer resolveSceneIntent(const RecordTable& table, const TitleTexts& title
   SceneCandidates candidates;
   gatherSceneRows(table, title, rows.scenes, &candidates);
   gatherHumanRows(table, title, rows.humans, &candidates);
-  // Positions are found in the compacted title and counted in the title as written: the prefix is taken from the
-  // spelling with its blanks, so it is shorter than it looks.
+  // Positions are bytes of the compacted title, but the characters before them are counted in the title as written,
+  // blanks included. Odd, but scores depend on it; the batch counts in the compacted title.
   sortCandidates(&candidates, title.raw);
   promoteWholeTitle(&candidates, title);
   SceneAnswer answer;

@@ -7,10 +7,10 @@
 
 namespace corvenda {
 
-/// Which scene `title` speaks of, with which detail, and on the strength of which alias. The answer points into the
-/// title and the table.
+/// Which scene `title` is about, with which detail, and which alias decided. The answer points into the title and the
+/// table.
 ///
-/// The batch (batch/scene_intent_batch.h) gathers by stricter rules. The two differ on purpose, rule by rule.
+/// The batch (batch/scene_intent_batch.h) gathers by stricter rules; where the two differ, it is on purpose.
 SceneAnswer resolveSceneIntent(const RecordTable& table, const TitleTexts& title);
 
 }  // namespace corvenda

@@ -1,4 +1,4 @@
-// The scores and the order of scene rows. Every constant is part of the contract.
+// The scores and the order of scene rows. The constants are part of the contract: callers see the scores.
 #pragma once
 
 #include <cstddef>
@@ -25,8 +25,8 @@ struct SceneRowOrder {
   std::string_view term;
 };
 
-/// The strict order of candidates: higher rank, longer term in bytes, higher score, lesser term in bytes. A score that
-/// is NaN counts as the lowest, so that the order stays strict whatever a pack holds.
+/// The strict order of candidates: higher rank, longer term in bytes, higher score, term in byte order. A score that is
+/// NaN counts as the lowest, so that the order stays strict whatever a pack holds.
 bool sceneRowBefore(const SceneRowOrder& a, const SceneRowOrder& b);
 
 }  // namespace corvenda
