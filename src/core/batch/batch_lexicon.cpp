@@ -5,7 +5,8 @@
 namespace corvenda {
 namespace {
 
-/// A pack that was read twice is one part, unless a getter has replaced its file in between.
+/// A pack is read twice, for scenes and for places. Both reads give one part, unless a getter of the caller replaced
+/// the file in between.
 void addPack(const std::shared_ptr<const LoadedPack>& scenes, const std::shared_ptr<const LoadedPack>& places,
              bool humans, std::vector<BatchPart>* parts) {
   if (scenes == nullptr) return;
@@ -34,8 +35,8 @@ bool openBatchLexicon(const std::string& packPath, const std::string& allowedRoo
     return overlayPath.empty() || RulePackLoader(overlayPath, overlayRoot, cache.overlaySlot, loaded, error);
   };
   if (!loadBase(&lexicon->sceneBase)) return false;
-  // Read while only the base pack's rows are there: a caller's override takes its scene's data from the base pack or
-  // from the caller's own categories, never from the overlay pack.
+  // Before the overlay pack is loaded: an override of the caller takes its scene's data from the base pack or from the
+  // caller's own categories, never from the overlay pack.
   caller.readSceneOverlay(lexicon->sceneBase->table, &lexicon->caller);
   if (!caller.readOverlayPack(&overlayPath, &overlayRoot) || !loadOverlay(&lexicon->sceneOverlay)) return false;
   if (!loadBase(&lexicon->base)) return false;

@@ -1,4 +1,4 @@
-// What a batch resolves against: the packs and the caller's rows, loaded in the order in which a call can see them.
+// What a batch resolves against: the packs and the caller's rows, loaded in an order that callers can observe.
 #pragma once
 
 #include <functional>
@@ -15,18 +15,19 @@
 
 namespace corvenda {
 
-/// The steps in which the caller's own code runs, between the loads: it reads the options of the call, and options can
-/// have getters that do anything, also load another pack or replace a file.
+/// The steps between the loads in which the caller's own code may run: they read options of the call, and an option's
+/// getter can do anything, even load another pack or replace a file.
 struct BatchCaller {
   /// Adds the rows of "sceneOverlay". `base` has the scene rows that an override may take its scene's data from.
   std::function<void(const RecordTable& base, RecordTable* rows)> readSceneOverlay;
-  /// Reads path and root of the overlay pack; an empty path for none. False ends the call, with the caller's own words.
+  /// Reads path and root of the overlay pack; the path is empty if there is none. False ends the call; the caller knows
+  /// why.
   std::function<bool(std::string* path, std::string* root)> readOverlayPack;
   /// Adds the rows of "locationOverlay".
   std::function<void(RecordTable* rows)> readLocationOverlay;
 };
 
-/// A table of the lexicon, and what is asked of it.
+/// A table of the lexicon, and which of its rows are used.
 struct BatchPart {
   const RecordTable* table = nullptr;
   bool scenes = false;
@@ -34,7 +35,7 @@ struct BatchPart {
   bool humans = false;  ///< and identities
 };
 
-/// Immutable once opened, and the call's own: rows are shared with the cache, so they stay whatever is loaded
+/// Immutable once opened. It shares the packs with the cache, so they live to the end of the call, whatever is loaded
 /// meanwhile.
 struct BatchLexicon {
   std::shared_ptr<const LoadedPack> sceneBase;     ///< the base pack as its scene rows were read
@@ -42,11 +43,11 @@ struct BatchLexicon {
   std::shared_ptr<const LoadedPack> sceneOverlay;  ///< the overlay pack as its scene rows were read; may be null
   std::shared_ptr<const LoadedPack> placeOverlay;  ///< as it was after "locationOverlay"; may be null
   RecordTable caller;                              ///< scene and place rows of the caller
-  std::vector<BatchPart> parts;                    ///< in the order in which their rows speak: base, caller, overlay
+  std::vector<BatchPart> parts;                    ///< in the order of their rows: base, caller, overlay
 };
 
-/// Loads the packs and lets the caller read its overlays, in the order in which they can fail.
-/// Errors: those of the loader; none if `readOverlayPack` has ended the call.
+/// Loads the packs and lets the caller read its overlays, in the order in which failures are reported.
+/// Errors: those of the loader; `error` stays empty if `readOverlayPack` ended the call.
 bool openBatchLexicon(const std::string& packPath, const std::string& allowedRoot, const BatchCaller& caller,
                       BatchLexicon* lexicon, SemanticError* error);
 

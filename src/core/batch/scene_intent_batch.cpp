@@ -9,7 +9,7 @@
 namespace corvenda {
 namespace {
 
-/// What an English facet row of the dimension "identity" says of the scene.
+/// The scene and detail that an identity implies: an English facet row of the dimension "identity".
 struct CreatorIdentity {
   std::string_view facetKey;
   std::string_view sceneKey;
@@ -22,7 +22,7 @@ constexpr CreatorIdentity kCreatorIdentityTable[] = {
     {"gaming_creator", "show", "gaming creator"},   {"streamer", "show", "creator spotlight"},
 };
 
-/// The fixed score of a travel scene that no row gave.
+/// The score of a travel scene that no row gave; part of the contract.
 constexpr double kInferredTravelScore = 52;
 
 // --- Gathering -----------------------------------------------------------------------------------------------------
@@ -51,7 +51,7 @@ void gatherSceneRows(const RecordTable& table, const std::vector<FoundRow>& rows
   }
 }
 
-/// Adds what a human phrase implies. True if the phrase is a veto: one that says that the title has no scene.
+/// Adds the row that a human phrase implies. True if the phrase is a veto, which says that the title has no scene.
 bool addHumanRow(const BatchLexicon& lexicon, const HumanMatch& match, const TitleTexts& title,
                  SceneCandidates* candidates) {
   const HumanRow& human = match.row;
@@ -72,7 +72,7 @@ void gatherHumanRows(const BatchLexicon& lexicon, const TitleTexts& title, const
   for (const HumanMatch& match : matches) {
     if (addHumanRow(lexicon, match, title, candidates)) veto = true;
   }
-  // A veto clears all rows, whichever came first. Identities come later and stand.
+  // A veto clears all candidates so far, whatever the order of the phrases. Identities are added later and remain.
   if (veto) candidates->rows.clear();
 }
 
@@ -117,7 +117,8 @@ void gatherCandidates(const BatchLexicon& lexicon, const TitleTexts& title, Batc
 
 // --- Answering -----------------------------------------------------------------------------------------------------
 
-/// A travel title with "vlog" is a diary if an override says so somewhere, whatever detail row won before.
+/// Whether any override found in the title speaks for a travel diary. For titles with "vlog" that beats the detail
+/// chosen before.
 bool isTravelDiary(const SceneCandidates& candidates, const TitleTexts& title) {
   return std::any_of(candidates.rows.begin(), candidates.rows.end(), [&](const SceneCandidate& candidate) {
     if (!isOverride(candidate.evidence.kind) || !candidate.evidence.tagged) return false;
@@ -130,7 +131,7 @@ SceneEntry entryOf(const MasterRow& master, std::string_view sceneKey, std::stri
   return makeSceneEntry(sceneRowAt(*master.table, master.number), sceneKey, detail);
 }
 
-/// The answer for a title without candidates: nothing, or the trip that the title's ending suggests.
+/// The answer for a title without candidates: empty, or the trip that the title's ending suggests.
 SceneAnswer answerFromTravel(const BatchLexicon& lexicon, const TitleTexts& title, const TravelInference& travel) {
   SceneAnswer answer{travel.sceneKey, travel.sceneDetail, {}};
   if (travel.sceneKey.empty()) return answer;
@@ -154,7 +155,7 @@ SceneAnswer answerFromCandidates(const BatchLexicon& lexicon, const TitleTexts& 
   if (answer.sceneKey == "travel" && containsTerm(title.compactRaw, "vlog") && isTravelDiary(candidates, title)) {
     answer.sceneDetail = "travel diary";
   }
-  // The inference beats the rule pack; alias, rank and score stay those of the row that it beat.
+  // A travel inference replaces scene and detail; alias, rank and score stay those of the best row.
   if (!travel.sceneKey.empty()) {
     answer.sceneKey = travel.sceneKey;
     answer.sceneDetail = travel.sceneDetail;

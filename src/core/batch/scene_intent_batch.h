@@ -1,8 +1,8 @@
-// Scene and place of a list of titles: the bulk path, with overlays, creator identities and the travel inference.
+// Scene and place of one title of a batch, with overlays, creator identities and the travel inference.
 //
-// The plan is that of scene/scene_intent.h (gather, sort, promote, choose the detail), the gathering is stricter: rows
-// of kind "short" must be the whole title, rows that are not English are held against the raw title only, and a plain
-// alias of such a row inside an all-ASCII title doesn't count.
+// The steps are those of scene/scene_intent.h: gather, sort, promote, choose the detail. Gathering is stricter: rows of
+// kind "short" must equal the whole title, rows that aren't English are searched in the raw title only, and a plain
+// alias of such a row doesn't count inside an all-ASCII title.
 #pragma once
 
 #include <vector>
@@ -17,7 +17,7 @@
 
 namespace corvenda {
 
-/// What resolving a title needs, kept from title to title for its memory.
+/// What resolving a title needs, kept from title to title to reuse its memory.
 struct BatchScratch {
   TitleSearch search;
   std::vector<TitleRows> rows;  ///< of each part of the lexicon
@@ -27,7 +27,7 @@ struct BatchScratch {
   SceneCandidates candidates;
 };
 
-/// What one title was resolved to. It points into the title and the lexicon.
+/// The answer for one title. It points into the title and the lexicon.
 struct BatchAnswer {
   LocationAnswer location;
   SceneAnswer scene;

@@ -11,7 +11,8 @@ struct TravelInference {
   std::string_view sceneDetail;
 };
 
-/// A place name followed by a word of visiting is a trip. Works on the title unchanged: a trailing blank defeats it.
+/// A title that names a place and ends with a word of visiting is a trip. The title is taken unchanged, so a blank at
+/// its end prevents a match.
 TravelInference inferTravelDetail(bool locationHit, std::string_view raw);
 
 }  // namespace corvenda

@@ -15,8 +15,8 @@ using Words = std::span<const std::string_view>;
 
 // --- Finding people ------------------------------------------------------------------------------------------------
 
-/// Overlay aliases are the caller's words, unchecked by an editor: a single byte inside a title is no name. A Chinese
-/// character has three bytes and passes. Pack rows have no such limit.
+/// No editor has checked a caller's aliases, and a single letter inside a title is hardly a name. A Chinese character
+/// has three bytes and passes. Rows of packs have no such limit.
 constexpr std::size_t kMinOverlayTermBytes = 2;
 
 struct CelebrityHit {
@@ -25,8 +25,8 @@ struct CelebrityHit {
   std::uint32_t number = 0;
 };
 
-/// The rows that matched, each key once. The key is taken before anything else is asked of a row, so an overlay row
-/// with too few fields hides the pack's row with the same key.
+/// The rows that matched, each key once. The key counts even if the row is malformed, so an overlay row with too few
+/// fields hides the pack's row with the same key.
 struct CelebrityHits {
   std::vector<CelebrityHit> hits;
   std::unordered_set<std::string, KeyedHash> seenKeys;
@@ -72,7 +72,7 @@ void addPackHits(const RecordTable& pack, std::string_view text, TermHits* hits,
 }
 
 std::vector<std::string_view> fieldsOf(const CelebrityHit& hit) {
-  TextArena arena;  // rows of this section hold all of their texts
+  TextArena arena;  // stays empty: celebrity rows contain all of their texts
   return recordAt(*hit.table, hit.number, &arena).fields;
 }
 
@@ -93,8 +93,8 @@ constexpr std::string_view kFashionWords[] = {"时装周", "秀场", "时尚活�
 constexpr std::string_view kCityWords[] = {"巡城活动", "快闪活动", "见面活动", "扫街", "商场活动"};
 constexpr std::string_view kPosterWords[] = {"大片", "海报"};
 
-// Searched in the English reading without its blanks, so a keyword with a blank never fires. Those five belong to the
-// lists all the same: their signals come from the Chinese words alone, and callers rely on it.
+// Searched in the English reading without its blanks, so the five keywords with a blank never match: those activities
+// are recognised by their Chinese words alone. Results depend on that; mending it would change badges.
 constexpr std::string_view kConcertWordsEn[] = {"concert"};
 constexpr std::string_view kAirportWordsEn[] = {"airport", "departure", "arrival", "boarding"};
 constexpr std::string_view kRoadshowWordsEn[] = {"roadshow"};
@@ -161,7 +161,7 @@ const KindLabel* findKindLabel(std::string_view kind) {
   return nullptr;
 }
 
-/// The person and the title, read once for all steps below.
+/// What the steps below need to know of the person and the title.
 struct BadgeSubject {
   std::string_view kind;
   std::string_view defaultLabel;
@@ -191,6 +191,7 @@ std::string_view mediumFallbackLabel(std::string_view rawLabel) {
   return rawLabel;
 }
 
+/// Callers see the scores, and the confidence below depends on them: none may change.
 int rawLabelScore(const BadgeSubject& subject, std::string_view rawLabel) {
   if (subject.kind == "adult") return 100;
   if (rawLabel == subject.defaultLabel) return 60;
@@ -201,8 +202,8 @@ int rawLabelScore(const BadgeSubject& subject, std::string_view rawLabel) {
   return 100;
 }
 
-/// The candidates without their reasons. Neither sorted nor merged: a label may stand there twice, and the first need
-/// not be the raw label.
+/// The candidates without their reasons. They are neither sorted nor merged: a label may occur twice, and the first
+/// need not be the raw label.
 std::vector<BadgeCandidate> listCandidates(const BadgeSubject& subject, std::string_view rawLabel) {
   std::vector<BadgeCandidate> candidates;
   const auto add = [&](std::string_view label, int score) { candidates.push_back({std::string(label), score, {}}); };
@@ -210,7 +211,7 @@ std::vector<BadgeCandidate> listCandidates(const BadgeSubject& subject, std::str
   add(rawLabel, rawLabelScore(subject, rawLabel));
   if (rawLabel == kBrandPoster) add(kBrandEvent, 85);
   if (subject.says.brand && subject.says.posterWord) add(kFashionEvent, 84);
-  // Idols alone are given this label, so that what comes next is the entry of their kind.
+  // Only idols are given this label, so the next candidate is always that of their kind.
   if (rawLabel == kIdolFans) add(kFanMeeting, 83);
   const KindLabel* kindLabel = findKindLabel(subject.kind);
   if (kindLabel != nullptr && kindLabel->candidate) add(kindLabel->label, 60);
@@ -232,7 +233,7 @@ constexpr PositionReasons kPositionReasons[] = {
 
 constexpr PositionReasons kAdultReasons = {{}, {"adult", {}, {}}};
 
-/// Reasons go by position, whatever label stands there.
+/// Special reasons belong to positions, whatever label is there.
 void giveReasons(const BadgeSubject& subject, std::string_view rawLabel, std::vector<BadgeCandidate>* candidates) {
   const PositionReasons* special = subject.kind == "adult" ? &kAdultReasons : nullptr;
   for (const PositionReasons& row : kPositionReasons) {
@@ -248,13 +249,13 @@ void giveReasons(const BadgeSubject& subject, std::string_view rawLabel, std::ve
 }
 
 struct ConfidenceRow {
-  int top;     ///< at least
-  int margin;  ///< at least
+  int top;     ///< the least score of the first candidate
+  int margin;  ///< the least lead over the second
   double confidence;
   std::string_view level;
 };
 
-constexpr int kAnyMargin = -100;  // below every difference of two scores
+constexpr int kAnyMargin = -100;  // scores are 54 to 100, so every lead is larger
 
 // clang-format off: one row a line
 constexpr ConfidenceRow kConfidenceRows[] = {

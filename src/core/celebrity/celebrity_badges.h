@@ -11,12 +11,12 @@
 
 namespace corvenda {
 
-/// True if there is no text in which a pack's row could be found: such a title doesn't need the pack.
+/// True if the title has no text in which a pack's row could be found. Such a title doesn't need the pack.
 bool isBlankTitle(const TitleTexts& title);
 
-/// The rows of the people in the title, each person once under the longest alias, the longest alias first. Rows of
-/// `overlays` are looked at first, in this order; `pack` may be null for a blank title. They live as long as the
-/// tables.
+/// The rows of the people in the title, each person once under the longest alias, the longest alias first. Of rows with
+/// the same alias and id the first counts: those of `overlays`, in order, then those of `pack`, which may be null for a
+/// blank title. The rows live as long as the tables.
 std::vector<CelebrityRow> findCelebrities(const TitleTexts& title, std::span<const RecordTable* const> overlays,
                                           const RecordTable* pack);
 
@@ -26,17 +26,17 @@ struct BadgeCandidate {
   std::string_view reason;  ///< a constant
 };
 
-/// Made empty for a title that names nobody.
+/// Stays empty for a title that names nobody.
 struct CelebrityBadge {
   std::string rawLabel;
   std::string mediumFallbackLabel;         ///< a more general activity
   std::string fallbackLabel;               ///< the badge of the person's kind alone
-  std::vector<BadgeCandidate> candidates;  ///< in a fixed order, not by score; two at least
+  std::vector<BadgeCandidate> candidates;  ///< in a fixed order, not by score; at least two
   double confidence = 0;
   std::string_view confidenceLevel;  ///< "high", "medium" or "low"
 };
 
-/// The badge of a person by kind alone.
+/// The badge that a person's kind alone gives.
 std::string defaultCelebrityLabel(std::string_view kind, std::string_view region);
 
 /// `photo`: the title is that of a photo, else of a video.

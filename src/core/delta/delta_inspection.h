@@ -16,7 +16,7 @@ struct DeltaExpectation {
   std::string ruleSetId;      ///< the rule set that it leads to, another one
 };
 
-/// Loads the pack into `baseSlot`, where it stays even if it is not the expected one: it is a sound pack all the same.
+/// Loads the pack into `baseSlot`. A pack that is sound but not the expected one stays there all the same.
 /// Errors: those of the loader, "semantic delta pack kind is not patch", "semantic delta base rule-set id does not
 /// match", "semantic delta rule-set id does not match".
 bool inspectSemanticDelta(const DeltaExpectation& expected, std::shared_ptr<const LoadedPack>* loaded,

@@ -30,7 +30,7 @@ bool readManifestFile(const fs::path& path, const fs::path& root, FileImage* ima
   };
   if (!isInsideApprovedRoot(path, root)) return fail(error, kOutside);
   if (!readFileWhole(path, kManifestSize, kMessages, image, error)) return false;
-  // Names may have been exchanged since: where the file lies that was opened has the last word.
+  // Names may have been exchanged since they were checked. What counts is where the opened file lies.
   return isInsideApprovedRoot(image->openPath, root) || fail(error, kOutside);
 }
 
@@ -57,7 +57,7 @@ std::string fileNameUtf8(const fs::path& path) {
   return {name.begin(), name.end()};
 }
 
-/// Trust comes from the pins alone. Key and hash are two independent pins: neither is computed from the other.
+/// Trust comes from the pins alone. Key and hash are pinned separately: neither is computed from the other.
 bool isExpectedAndPinned(const DeltaManifest& manifest, const fs::path& packPath, const DeltaExpectation& expected) {
   return manifest.baseRuleSetId == expected.baseRuleSetId && manifest.ruleSetId == expected.ruleSetId &&
          manifest.baseRuleSetId != manifest.ruleSetId && manifest.pack == fileNameUtf8(packPath) &&
@@ -66,8 +66,8 @@ bool isExpectedAndPinned(const DeltaManifest& manifest, const fs::path& packPath
          manifest.packSha256.size() == kSha256HexLength;
 }
 
-/// Reads the sealed file, as it lies on disk, and holds it against size and digest. Where it lies is not asked here:
-/// the load does.
+/// Reads the sealed file and compares its size and digest. Whether it lies below the root is checked later, by
+/// loadHashedPack.
 bool readHashedPack(const DeltaManifest& manifest, HashedPack* pack, SemanticError* error) {
   if (!readPackFile(pack->path, &pack->image, error)) return false;
   const bool hashed = sha256(bytesOf(pack->image.bytes), &pack->sha256, nullptr);
@@ -77,7 +77,7 @@ bool readHashedPack(const DeltaManifest& manifest, HashedPack* pack, SemanticErr
   return true;
 }
 
-/// The text that the signature covers, rebuilt from the fields as read: what was verified is what was read.
+/// The text that the signature covers, rebuilt from the fields as read, so that what is verified is what was read.
 std::string buildSignedText(const DeltaManifest& manifest) {
   std::string text;
   text.append("{\"baseRuleSetId\":").append(quoteJsonString(manifest.baseRuleSetId));
@@ -104,13 +104,13 @@ bool checkSignature(const DeltaManifest& manifest, SemanticError* error) {
   return true;
 }
 
-/// Opens the bytes that were hashed. The signature says nothing of their metadata, so these have the last word.
+/// Opens the bytes that were hashed. The manifest states the rule sets, but the pack's own metadata must agree.
 bool checkPackMetadata(const DeltaExpectation& expected, HashedPack pack, SemanticError* error) {
   constexpr std::string_view kMismatch = "semantic delta pack metadata does not match manifest";
   std::shared_ptr<const LoadedPack> loaded;
   SemanticError loadError;
   if (!loadHashedPack(std::move(pack), semanticCache().overlaySlot, &loaded, &loadError)) {
-    // One failure of a load has no words of its own.
+    // One failure of a load has no message of its own.
     return fail(error, loadError.message.empty() ? kMismatch : loadError.message);
   }
   const RulePackMetadata& metadata = loaded->pack.metadata;

@@ -1,4 +1,5 @@
-// Whether a delta may be trusted: its signed manifest, and the pack against it. See docs/format/delta-manifest.md.
+// Whether a delta may be trusted: checks its signed manifest, and the pack against it. See
+// docs/format/delta-manifest.md.
 #pragma once
 
 #include <cstdint>
@@ -9,8 +10,7 @@
 
 namespace corvenda {
 
-/// The fields of a manifest as read, in the order of the file's description. "signatureEncoding" is checked and
-/// not kept.
+/// The fields of a manifest as read. "signatureEncoding" is checked but not kept.
 struct DeltaManifest {
   std::string schema;
   std::uint32_t version = 0;
@@ -26,9 +26,8 @@ struct DeltaManifest {
   std::string signature;  ///< base64
 };
 
-/// Verifies manifest, signature and pack, in an order that is part of the contract: the pack is not opened as a pack
-/// before the signature holds. It is loaded into `overlaySlot` then, and stays there even if its metadata are not the
-/// expected ones.
+/// Verifies manifest, signature and pack, in an order that is part of the contract: the pack is opened only once the
+/// signature holds. It is then loaded into `overlaySlot`, and stays there even if its metadata are not as expected.
 ///
 /// Errors: those of the path checks, of `readPackFile` and of the loader, "semantic delta manifest is outside the
 /// approved root", "… is not a regular file", "… size is invalid", "… cannot be opened", "… cannot be read", "…

@@ -8,7 +8,8 @@
 namespace corvenda {
 namespace {
 
-/// SEQUENCE { SEQUENCE { OID 1.3.101.112 }, BIT STRING of 32 bytes }, up to the key itself (RFC 8410, section 4).
+/// The DER bytes before the key: SEQUENCE { SEQUENCE { OID 1.3.101.112 }, BIT STRING of 32 bytes } (RFC 8410, section
+/// 4).
 constexpr std::uint8_t kEd25519DerPrefix[] = {0x30, 0x2A, 0x30, 0x05, 0x06, 0x03, 0x2B, 0x65, 0x70, 0x03, 0x21, 0x00};
 constexpr std::size_t kEd25519DerSize = sizeof kEd25519DerPrefix + crypto_sign_ed25519_PUBLICKEYBYTES;
 static_assert(kEd25519DerSize == 44);

@@ -21,8 +21,8 @@ std::string facetId(std::string_view dimension, std::string_view facetKey) {
   return std::string(dimension).append(kFacetSeparator).append(facetKey);
 }
 
-/// The weight is no part of the key: of two rows that differ in it alone the first speaks, and if its weight is no
-/// number neither does.
+/// The weight is not part of the key. Of two rows that differ only in weight the first counts, even if its weight is
+/// not a number: then neither gives a hit.
 std::string facetRowKey(const FacetRow& row) {
   return std::string(row.term)
       .append(kFacetSeparator)
@@ -33,7 +33,7 @@ std::string facetRowKey(const FacetRow& row) {
 
 using SeenKeys = std::unordered_set<std::string, KeyedHash>;
 
-/// `index`: the characters of the text before the alias.
+/// `index`: the characters before the alias.
 FacetHit makeHit(const FacetRow& row, std::uint64_t index) {
   FacetHit hit{row.dimension, row.facetKey, row.term, row.lang, index, countCharacters(row.term), 0};
   hit.score = lengthScore(row.term, row.lang == "zh" ? 0.6 : 0.4, kLengthScoreCap) + row.weight;
@@ -72,7 +72,7 @@ std::vector<FacetGroup> groupFacets(const std::vector<FacetHit>& hits) {
 
 SemanticFacets extractSemanticFacets(const RecordTable& table, std::string_view raw, std::string_view english) {
   SemanticFacets facets;
-  // One set for both texts: an alias that stands in both gives one hit, from the raw text.
+  // One set for both texts: an alias that occurs in both gives one hit, from the raw text.
   SeenKeys seenFacetRows;
   scanFacets(table, raw, &seenFacetRows, &facets.hits);
   scanFacets(table, english, &seenFacetRows, &facets.hits);

@@ -1,4 +1,4 @@
-// Which facets a title touches: every alias that stands in it, literally, and the sums per facet.
+// Which facets a title touches: every alias that occurs in it literally, and the sums per facet.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ struct FacetHit {
   std::string_view facetKey;
   std::string_view alias;
   std::string_view type;    ///< the row's language tag
-  std::uint64_t index = 0;  ///< characters in front of the alias, in the text in which it was found
+  std::uint64_t index = 0;  ///< characters before the alias, in the text in which it was found
   std::uint64_t len = 0;    ///< characters of the alias
   double score = 0;
 };
@@ -34,8 +34,8 @@ struct SemanticFacets {
   std::vector<FacetGroup> groups;  ///< in the order in which each facet was first found
 };
 
-/// Looks for the facet rows of `table` in both texts as they stand: nothing is folded, and no blank is skipped. Rows
-/// with fewer than four fields or with a weight that is no number give nothing.
+/// Looks for the facet rows of `table` in both texts as they are: nothing is folded, and no blank is skipped. Rows with
+/// fewer than four fields, or whose weight is not a number, give no hit.
 SemanticFacets extractSemanticFacets(const RecordTable& table, std::string_view raw, std::string_view english);
 
 }  // namespace corvenda

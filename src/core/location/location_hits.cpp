@@ -10,7 +10,7 @@
 namespace corvenda {
 namespace {
 
-/// English words that are never taken as places in English rows, though towns have these names.
+/// Names of towns that are everyday words: English rows with these terms never match.
 constexpr std::string_view kCommonWordTerms[] = {
     "nice", "mobile", "holiday", "wedding", "reading", "orange",  "spring",  "fall",  "normal",
     "home", "office", "coffee",  "list",    "backup",  "project", "version", "final",
@@ -20,13 +20,15 @@ constexpr std::string_view kHintsChina[] = {
     "china", "beijing", "shanghai", "guangzhou", "shenzhen", "hong kong", "macau", "macao", "taiwan",
 };
 
-// Amsterdam is in this list on purpose.
+// Titles with "amsterdam" open the American rows and not the European ones. That is no slip to mend: results depend on
+// it.
 constexpr std::string_view kHintsAmerica[] = {
     "united states", "usa",   "america", "new york", "los angeles",
     "san francisco", "miami", "seattle", "hawaii",   "amsterdam",
 };
 
-// The last three go with the labels "Trip", "Street" and "Opéra", which the choice of codes treats apart.
+// The last three are words of many titles rather than places. They open the European rows all the same; results depend
+// on it.
 constexpr std::string_view kHintsEurope[] = {
     "europe", "france", "paris", "london", "england",   "united kingdom", "germany", "berlin",
     "italy",  "rome",   "spain", "greece", "santorini", "trip",           "street",  "opera",
@@ -50,6 +52,8 @@ constexpr Region kRegions[] = {
     {"location-asia", kHintsAsia, false},
 };
 
+// The parts of a hit's score, all of them part of the contract: source, weight, length of the term and how early it
+// stands. A hit of a better source can still lose to a longer, earlier or heavier one.
 constexpr double kMaxLengthScore = 12.0;
 constexpr double kMaxPositionScore = 8.0;
 constexpr double kWeightFactor = 6.0;
@@ -66,7 +70,7 @@ double baseScore(LocationSource source) {
   return 10.0;
 }
 
-/// The first character of a text, its length decided by the lead byte alone and cut to the text's end.
+/// The first character of a text. Its lead byte alone decides how long it is, up to the end of the text.
 std::string_view firstCharacter(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text.front());
   std::size_t length = 1;
@@ -76,15 +80,15 @@ std::string_view firstCharacter(std::string_view text) {
   return text.substr(0, length);
 }
 
-/// What the search for one title needs, each made once and only when a row asks for it: most titles name no place.
+/// What the search for one title needs. Each part is made once, when the first row needs it: most titles name no place.
 struct Search {
   const RecordTable& base;
   const TitleTexts& title;
   std::string loweredEnglish;
   std::optional<bool> regionAllowed[std::size(kRegions)];
-  std::string_view character;  ///< the one that was looked for last, and its place
+  std::string_view character;  ///< the character that was searched last, and its place
   std::optional<std::size_t> characterPlace;
-  std::string_view curatedTerm;  ///< the one that was looked up last, and its codes; see isCuratedToo
+  std::string_view curatedTerm;  ///< the term that was looked up last, and its codes; see isCuratedToo
   std::vector<std::string_view> curatedCodes;
 };
 
@@ -98,7 +102,7 @@ bool hasHint(const Region& region, Search* search) {
       if (byte >= 'A' && byte <= 'Z') byte = static_cast<char>(byte - 'A' + 'a');
     }
   }
-  // The compacted title holds no blank, so a hint of two words is found there only if the title was written without.
+  // The compacted title has no blanks, so a hint of two words is never found in it, only in the English reading.
   return std::any_of(region.hints.begin(), region.hints.end(), [&](std::string_view hint) {
     return containsTerm(search->title.compactRaw, hint) || containsTerm(search->loweredEnglish, hint);
   });
@@ -117,7 +121,7 @@ bool regionAllowed(std::string_view section, Search* search) {
 
 // --- What a row is looked up by ------------------------------------------------------------------------------------
 
-/// The first byte of a character in the compacted title, as a walk by characters meets it.
+/// Where the character first occurs in the compacted title, walking by whole characters.
 std::optional<std::size_t> findCharacter(std::string_view character, Search* search) {
   if (character == search->character) return search->characterPlace;
   search->character = character;
@@ -131,7 +135,7 @@ std::optional<std::size_t> findCharacter(std::string_view character, Search* sea
   return search->characterPlace;
 }
 
-/// The first byte of a word in the English reading; both are compared by their folds.
+/// Where the word first occurs in the English reading; folds are compared.
 std::optional<std::size_t> findWord(std::string_view word, std::string_view english) {
   const std::string folded = compactTerm(word);
   std::string token;
@@ -144,8 +148,8 @@ std::optional<std::size_t> findWord(std::string_view word, std::string_view engl
   return std::nullopt;
 }
 
-/// Where the title first names what the row is looked up by; nothing if it doesn't. English database rows are looked up
-/// by their alias, all others by their label: a native row by its first character, an English one by its first word.
+/// Where the title first holds the key of the row; nothing if it doesn't. English database rows take their key from the
+/// alias, all others from the label: a native row its first character, an English one its first word.
 std::optional<std::size_t> lookupPlace(const PlaceRow& row, Search* search) {
   const std::string_view name = row.english && isDatabase(row.source) ? row.term : row.label;
   if (name.empty()) return std::nullopt;
@@ -167,10 +171,10 @@ void addCuratedCodes(const RecordTable& table, const TermIndex& index, std::stri
   });
 }
 
-/// True if the base pack's own section "location" has a row with this term and code: it says the same, and it alone
-/// counts. A database row inside that section suppresses itself.
+/// True if the base pack's own section "location" has a row with this term and code: then a database row says nothing
+/// new. A database row inside that section suppresses itself.
 bool isCuratedToo(const PlaceRow& row, Search* search) {
-  // Once a term: one alias can have thousands of rows.
+  // Looked up once per term: one alias can have thousands of rows.
   if (row.term != search->curatedTerm) {
     search->curatedTerm = row.term;
     search->curatedCodes.clear();
@@ -183,7 +187,7 @@ bool isCuratedToo(const PlaceRow& row, Search* search) {
 
 // --- Hits ----------------------------------------------------------------------------------------------------------
 
-/// Scores a hit, whose term stands at `position` in the text of the row's language.
+/// Scores a hit whose term stands at `position` in the text of the row's language.
 void scoreHit(std::optional<std::size_t> position, const TitleTexts& title, LocationHit* hit) {
   const PlaceRow& row = hit->row;
   const std::string_view text = row.english ? title.compactEnglish : title.compactRaw;
@@ -208,7 +212,7 @@ bool isCommonWord(std::string_view term) {
   return std::find(std::begin(kCommonWordTerms), std::end(kCommonWordTerms), term) != std::end(kCommonWordTerms);
 }
 
-/// Tests a row whose term stands in the title, in the text of its language.
+/// Adds a row whose term was found in the title, if it passes all the tests.
 void addHit(const PlaceRow& row, const FoundRow& found, std::size_t part, Search* search,
             std::vector<LocationHit>* hits) {
   if (row.fieldCount < location_field::kCount) return;

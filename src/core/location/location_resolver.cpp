@@ -10,6 +10,7 @@
 namespace corvenda {
 namespace {
 
+/// Results report at most three places of a title.
 constexpr std::size_t kMaxCodes = 3;
 
 /// The hits of one code.
@@ -22,8 +23,8 @@ struct LocationGroup {
   std::map<std::string_view, double> labelScores;  ///< label to the highest score of its hits
 };
 
-/// Stays within bounds and ends for every comparator. The rules below compare scores, and a pack's weights can be NaN,
-/// for which no rule is a strict weak ordering: std::sort may then run out of its range.
+/// A sort that stays within bounds and ends whatever the comparator says. The rules below compare scores, which can be
+/// NaN because weights in a pack can. No such rule is a strict weak ordering, and std::sort may then leave its range.
 template <typename Item, typename Before>
 void mergeSort(std::vector<Item>* items, const Before& before) {
   std::vector<Item> merged;
@@ -79,29 +80,30 @@ std::vector<LocationGroup> groupHits(const std::vector<LocationHit>& hits) {
 
 using Codes = std::vector<std::string_view>;
 
-/// Adds the code unless it is there or three are.
+/// Adds the code unless it is already there or three are.
 void addCode(std::string_view code, Codes* codes) {
   const bool known = std::find(codes->begin(), codes->end(), code) != codes->end();
   if (!known && codes->size() < kMaxCodes) codes->push_back(code);
 }
 
-// How much of the best total another group needs, and how many points at least, to be reported beside it: less if two
-// labels speak for it. Tuned on titles by those who wrote the first lexicon; callers rely on what they select.
+// What share of the best total another group needs, and how many points at least, to be reported beside it. With
+// several labels a smaller share is enough; with one label, that has to have four characters. Smaller values report
+// doubtful places, larger ones lose real ones. They are part of the contract.
 constexpr double kSingleShare = 0.82;
 constexpr double kSingleLeast = 18.0;
 constexpr std::uint64_t kSingleLabelChars = 4;
 constexpr double kSeveralShare = 0.72;
 constexpr double kSeveralLeast = 26.0;
 
-/// Whether a group is strong enough beside the first one.
+/// Whether a group is strong enough to be reported beside the first one.
 bool isStrongGroup(const LocationGroup& group, double top) {
   const double total = group.totalScore;
   if (total >= std::max(top * kSingleShare, kSingleLeast) && group.maxLabelChars >= kSingleLabelChars) return true;
   return total >= std::max(top * kSeveralShare, kSeveralLeast) && group.labelScores.size() >= 2;
 }
 
-/// Groups hold database hits alone: as soon as there is a hit of a country, a famous place or a curated one, the codes
-/// are taken from such hits and nobody asks for groups. So no rule here is about those classes.
+/// Groups consist of database hits only: if there is a single hit of a country, a famous place or a curated one, the
+/// codes are taken from such hits (see selectCodes). So no rule here is about those classes.
 Codes codesFromGroups(const std::vector<LocationGroup>& groups) {
   Codes codes;
   for (const LocationGroup& group : groups) {
@@ -111,8 +113,8 @@ Codes codesFromGroups(const std::vector<LocationGroup>& groups) {
   return codes;
 }
 
-/// The hits that lie inside no longer one. A hit is inside another exactly if the other one's span covers its own and
-/// is not the same span; so with the spans sorted by begin, the longer first, only the farthest end so far matters.
+/// Drops each hit that lies inside another one, that is, whose span the other's covers without being equal to it. With
+/// the spans sorted by begin, longer ones first, only the farthest end so far has to be compared.
 std::vector<LocationHit> dropNestedHits(std::vector<LocationHit> hits) {
   const auto end = [](const LocationHit& hit) { return hit.firstIndex + hit.matchChars; };
   std::stable_sort(hits.begin(), hits.end(), [&](const LocationHit& a, const LocationHit& b) {
@@ -145,7 +147,7 @@ Codes codesFromPlaces(const std::vector<LocationHit>& hits) {
   return codes;
 }
 
-/// One hit of any other class silences the database, and with it all that was chosen by score.
+/// One hit that isn't from a database silences all hits that are, and no score is looked at.
 Codes selectCodes(const std::vector<LocationHit>& hits, const TitleTexts& title) {
   Codes curated;
   for (const LocationHit& hit : hits) {
@@ -156,14 +158,14 @@ Codes selectCodes(const std::vector<LocationHit>& hits, const TitleTexts& title)
   return codesFromGroups(groupHits(hits));
 }
 
-/// The order of hits of one code, countries apart: better score, earlier place, longer label.
+/// The order of the hits of one code: higher score, earlier place, longer label.
 bool hitBefore(const LocationHit& a, const LocationHit& b) {
   if (a.score != b.score) return a.score > b.score;
   if (a.firstIndex != b.firstIndex) return a.firstIndex < b.firstIndex;
   return a.labelChars > b.labelChars;
 }
 
-/// The best hit of the code among countries, or among all else; null if there is none.
+/// The best hit of the code, among countries or among all others; null if there is none.
 const LocationHit* bestHit(const std::vector<LocationHit>& hits, std::string_view code, bool country) {
   const LocationHit* best = nullptr;
   for (const LocationHit& hit : hits) {
@@ -173,7 +175,7 @@ const LocationHit* bestHit(const std::vector<LocationHit>& hits, std::string_vie
   return best;
 }
 
-/// Puts a pure ASCII label into title case: letters at the start or behind a blank. All others stay as they are.
+/// Puts a pure ASCII label into title case: capitals at the start and after blanks. Other labels stay as they are.
 std::string displayLabel(std::string_view label) {
   std::string text(label);
   if (hasNonAscii(text)) return text;
@@ -190,8 +192,7 @@ std::string joinLabels(std::string_view country, const std::string& place) {
   return label.append(" · ").append(place);
 }
 
-/// Hits of the primary code are all that is shown, and among them countries come behind all else: so it takes the best
-/// of either, and no order of the whole list.
+/// Describes the primary code. Only two hits matter: the best that isn't a country and the best that is.
 LocationMeta describe(const std::vector<LocationHit>& hits, std::string_view primaryCode) {
   const LocationHit* placeHit = bestHit(hits, primaryCode, false);
   const LocationHit* countryHit = bestHit(hits, primaryCode, true);

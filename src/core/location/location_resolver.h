@@ -1,5 +1,6 @@
-// The places that a title names. Mostly about saying no: database rows give way to curated ones, a common English word
-// is no town, and a row of a regional table needs the title to show signs of that region.
+// The places that a title names. Most of the work is turning rows down: database rows give way to curated ones, a
+// common English word is not a town, and a row of a regional section counts only if the title shows signs of that
+// region.
 #pragma once
 
 #include <cstdint>
@@ -14,11 +15,11 @@
 
 namespace corvenda {
 
-/// The best hit of the primary code that is no country.
+/// The best hit of the primary code that isn't a country.
 struct PrimaryLocationHit {
   std::string_view label;
   std::string_view source;
-  std::uint64_t index = 0;  ///< characters in front of the term in the compacted text; 9999 if it isn't there
+  std::uint64_t index = 0;  ///< characters before the term in the compacted text; 9999 if it isn't there
   std::uint64_t len = 0;    ///< characters of the label
   double weight = 0;
 };
@@ -39,8 +40,8 @@ struct LocationAnswer {
   std::optional<LocationMeta> meta;
 };
 
-/// `places` are the rows of each table whose terms stand in the title; `base` is the base pack's table. `hits` is kept
-/// from title to title for its memory.
+/// `places` are the rows of each table whose terms occur in the title; `base` is the base pack's table. `hits` is kept
+/// from title to title to reuse its memory.
 LocationAnswer resolveLocation(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title,
                                std::vector<LocationHit>* hits);
 

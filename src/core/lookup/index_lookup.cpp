@@ -17,15 +17,15 @@ struct GenericTerm {
   int penalty;
 };
 
-/// English words so common in titles that they say little.
+/// English words so common in titles that they say little, and what each costs a match. Part of the contract.
 constexpr GenericTerm kGenericEnglishTerms[] = {
     {"life", 26}, {"record", 24}, {"daily", 22}, {"event", 18}, {"show", 18}, {"social", 16},
     {"city", 14}, {"travel", 12}, {"trip", 12},  {"sport", 12}, {"mood", 12}, {"pet", 10},
     {"food", 10}, {"walk", 8},    {"chat", 8},   {"talk", 8},   {"meal", 8},  {"shopping", 8},
 };
 
-/// No Chinese word is penalised. What stands here is two question marks: a title that was damaged on its way. They are
-/// escaped so as not to read as the beginning of a trigraph.
+/// No Chinese word is penalised. The only entry is two question marks, what a title becomes in the wrong encoding. They
+/// are escaped because ?? can begin a trigraph.
 constexpr GenericTerm kGenericOtherTerms[] = {{"\?\?", 26}};
 
 std::string_view fieldOrEmpty(const IndexRecord& record, std::size_t field) {
@@ -95,7 +95,7 @@ std::vector<LookupCandidate> foldCandidates(const std::vector<LookupMatch>& matc
     const std::string_view sceneKey = fields[scene_field::kKey];
     const auto [position, added] = positions.emplace(sceneKey, candidates.size());
     if (added) {
-      // The matches come best first, so the row that opens a candidate has its rank, its length and its label.
+      // The best match of a scene comes first, so it supplies the candidate's rank, length and label.
       candidates.push_back({sceneKey, fields[scene_field::kDetail], match.rank, match.record.term.size(), 0, 0.0, {}});
     }
     LookupCandidate& candidate = candidates[position->second];

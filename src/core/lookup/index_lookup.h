@@ -1,4 +1,4 @@
-// Which rows of a section carry a term: the rows themselves, ranked and scored, and one candidate a scene.
+// Which rows of a section match a term: the rows, ranked and scored, and one candidate for each scene.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace corvenda {
 
-/// A row with its place in the order. The scores follow the convention of scene rows, for rows of every section alike.
+/// A row that matches. Rows of every section are ranked and scored as if they were scene rows.
 struct LookupMatch {
   IndexRecord record;
   std::string_view type;  ///< the kind field, empty for a shorter row
@@ -29,21 +29,20 @@ struct LookupCandidate {
   std::vector<std::string_view> candidateTypes;  ///< each kind once, in the order of the matches
 };
 
-/// What a common word loses: "life" 26, …, "meal" 8 in "en", 0 for a word that is not in the table. In every other
-/// language the only entry is "??", 26.
+/// What a common word costs: in "en" from 8 to 26, 0 for a word that is not in the table. In every other language the
+/// only entry is "??", 26.
 int genericTermPenalty(std::string_view term, std::string_view lang);
 
-/// early + (length + weight), less the penalty; may be negative. `prefix` is the text before the term. Not
-/// `sceneRowScore`: it works with any number of fields (a row without a language counts as "zh"), and a weight that is
-/// no number counts as 0 and leaves the rest of the score.
+/// early + (length + weight), less the penalty; may be negative. `prefix` is the text before the term. Unlike
+/// `sceneRowScore` it accepts any number of fields (a row without a language counts as "zh"), and a weight that is not
+/// a number counts as 0 without voiding the rest.
 double lookupRowScore(const IndexRecord& record, std::string_view prefix);
 
 /// early + length + 6 for a row of kind "detail", else 0. `prefix` is the text before the term.
 double lookupDetailScore(const IndexRecord& record, std::string_view prefix);
 
-/// The rows of the section whose term equals `text` or, with `contains`, stands in it: higher rank first, then the
-/// longer term in bytes, then the lesser first field in bytes. Rows that tie in all three come in the
-/// order of the pack. `arena` must outlive them.
+/// The rows of the section whose term equals `text` or, with `contains`, occurs in it: by higher rank, then longer term
+/// in bytes, then first field in byte order. Full ties stay in the order of the pack. `arena` must outlive the matches.
 std::vector<LookupMatch> lookupRows(const RecordTable& table, Section section, std::string_view text, bool contains,
                                     TextArena* arena);
 

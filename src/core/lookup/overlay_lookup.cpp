@@ -9,8 +9,8 @@
 namespace corvenda {
 namespace {
 
-/// Each field is closed by 0x1E, so that ("ab") and ("a", "b") differ. Not `recordIdentityKey`, which opens each field,
-/// with another byte.
+/// Each field ends with 0x1E, so that ("ab") and ("a", "b") differ. Not the same as `recordIdentityKey`, which puts
+/// 0x1F before each field: rows that hold these bytes may be equal by one key and not by the other.
 std::string overlayRowKey(const IndexRecord& record) {
   std::string key(record.term);
   key += '\x1F';

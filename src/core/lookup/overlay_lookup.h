@@ -1,4 +1,4 @@
-// A base pack as seen through a patch pack: the patch's rows in front, and no row twice.
+// A base pack as seen through a patch pack: the patch's rows come first, and no row appears twice.
 #pragma once
 
 #include <string_view>
@@ -13,8 +13,8 @@ struct OverlayMatch {
   bool fromOverlay = false;
 };
 
-/// The patch's rows, then the base's, each in the order given; a row whose term and fields came before is left out. The
-/// section does not count.
+/// The patch's rows, then the base's, each in the given order. A row with the term and fields of an earlier one is left
+/// out, whatever its section.
 std::vector<OverlayMatch> mergeOverlayRows(std::vector<IndexRecord> overlayRows, std::vector<IndexRecord> baseRows);
 
 /// The rows of the section whose term equals `term` or, with `contains`, is a substring of it. `arena` must outlive

@@ -13,7 +13,7 @@ constexpr std::string_view kAssetContextWordsZh[] = {
     "备份", "导出", "导入", "剪辑", "调色", "成片", "安装包", "压缩包", "数据库", "词库", "脚本", "测试",
 };
 
-// Words are searched as plain substrings: "test" is in "latest" and "data" in "metadata", and that is meant.
+// Words are searched as plain substrings: "test" is found in "latest" and "data" in "metadata", on purpose.
 constexpr std::string_view kAssetContextWordsEn[] = {
     "asset",  "assets", "material", "materials", "project", "file",    "files",    "data",    "dataset", "model",
     "backup", "export", "import",   "edit",      "editing", "deliver", "delivery", "package", "build",   "test",
@@ -50,7 +50,7 @@ constexpr std::string_view kHealthTitleTokens[] = {
     "医院", "门诊", "体检", "复查", "看医生", "拿药", "康复", "理疗", "针灸", "休养",
 };
 
-// Both spellings of AI, because the search does not fold case.
+// AI in both cases, because the search does not fold case.
 constexpr std::string_view kSportDataTokens[] = {
     "数据", "模型", "样本", "算法", "词库", "AI", "ai", "标注", "训练集",
 };
@@ -81,7 +81,7 @@ struct Verdict {
   std::string_view reason;
 };
 
-/// The rule of the scene that the title was given, for titles with workflow context that no hard rule has settled.
+/// The rules of single scenes, for titles with workflow context that no hard rule has decided.
 Verdict judgeByScene(const WorkflowTitle& title) {
   const auto& [raw, english, sceneKey, alias, detail, overrideType] = title;
   if (sceneKey == "home" && (alias == "整理" || alias == "收纳" || detail == "room reset")) {

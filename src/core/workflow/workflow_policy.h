@@ -1,4 +1,4 @@
-// Whether words of asset handling in a title suppress the scene that a life word suggests. Pure: no pack, no cache.
+// Whether words of asset handling in a title suppress the scene that an everyday word suggests. Needs no pack.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ struct WorkflowTitle {
   std::string sceneKey;
   std::string alias;
   std::string detail;
-  std::string overrideType;  ///< not empty while the caller has an override in force
+  std::string overrideType;  ///< not empty while an override of the caller is in force; then nothing is suppressed
 };
 
 struct WorkflowDecision {
