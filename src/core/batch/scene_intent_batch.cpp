@@ -27,8 +27,7 @@ constexpr double kInferredTravelScore = 52;
 
 // --- Gathering -----------------------------------------------------------------------------------------------------
 
-/// Whether a row speaks for the title, whose term stands in the compacted title or, for an English row, is a run of
-/// words of the English reading.
+/// Whether a row whose term was found counts for the title: see the rules at the top of the header.
 bool sceneRowMatches(const SceneEvidence& row, const TitleTexts& title) {
   if (row.kind == SceneKind::kShort) {
     if (row.english && title.nonAscii) return false;

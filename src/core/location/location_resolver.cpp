@@ -86,9 +86,9 @@ void addCode(std::string_view code, Codes* codes) {
   if (!known && codes->size() < kMaxCodes) codes->push_back(code);
 }
 
-// What share of the best total another group needs, and how many points at least, to be reported beside it. With
-// several labels a smaller share is enough; with one label, that has to have four characters. Smaller values report
-// doubtful places, larger ones lose real ones. They are part of the contract.
+// What share of the best total another group needs, and how many points at least, to be reported beside it. With two
+// labels or more a smaller share will do, but more points; with one, its label must have four characters. Smaller
+// values report doubtful places, larger ones lose real ones. They are part of the contract.
 constexpr double kSingleShare = 0.82;
 constexpr double kSingleLeast = 18.0;
 constexpr std::uint64_t kSingleLabelChars = 4;

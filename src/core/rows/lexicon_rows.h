@@ -73,15 +73,15 @@ constexpr bool isDatabase(LocationSource source) {
   return source == LocationSource::kDatabaseNative || source == LocationSource::kDatabaseEnglish;
 }
 
-/// What a scene row weighs, known without reading its fields.
+/// What decides between scene rows, known without reading their fields.
 struct SceneEvidence {
   std::string_view term;
   SceneKind kind = SceneKind::kOther;
-  bool tagged = false;            ///< it has a language field; rows without are passed over by some rules
+  bool tagged = false;            ///< it has a language field; some rules skip rows without one
   bool english = false;           ///< the language is "en"
   bool chinese = false;           ///< the language is "zh"
   bool plain = false;             ///< the term is a plain token
-  bool priorityIsNumber = false;  ///< the whole text of the row's priority is one; an empty text is 0
+  bool priorityIsNumber = false;  ///< the whole text of the row's priority is a number; an empty text is 0
   double priority = 0;
 };
 

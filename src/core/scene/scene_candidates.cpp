@@ -87,7 +87,7 @@ std::optional<std::size_t> positionInText(const SceneCandidate& candidate, const
 }
 
 void sortCandidates(SceneCandidates* candidates, std::string_view positionText) {
-  // Insertion as long as there are few, which is nearly always: the library's sort asks for memory first.
+  // By insertion while there are few, as there nearly always are: the library's stable sort allocates memory first.
   constexpr std::size_t kFew = 24;
   std::vector<SceneCandidate>& rows = candidates->rows;
   for (SceneCandidate& candidate : rows) {

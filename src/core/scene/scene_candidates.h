@@ -16,35 +16,34 @@
 
 namespace corvenda {
 
-/// A row of a table, or one that was implied. Small, because titles can have many: what is told of a row is read of the
-/// few that decide.
+/// A row of a table, or one that a phrase or an identity implies. Small, because a title can have many: the fields are
+/// read only of the few that decide.
 struct SceneCandidate {
   SceneEvidence evidence;
-  double score = 0;                       ///< once sorted
-  std::optional<std::uint32_t> position;  ///< first byte of the term in the compacted title, if it stands there
+  double score = 0;                       ///< set by sortCandidates
+  std::optional<std::uint32_t> position;  ///< first byte of the term in the compacted title, if it occurs there
   std::uint32_t number = 0;               ///< of the row in the table
-  const RecordTable* table = nullptr;     ///< null for a row that was implied
-  const SceneRow* implied = nullptr;
+  const RecordTable* table = nullptr;     ///< null for an implied row
+  const SceneRow* implied = nullptr;      ///< null for a row of a table
 };
 
 /// The candidates of one title. Kept from title to title to reuse its memory.
 struct SceneCandidates {
   std::vector<SceneCandidate> rows;
-  std::deque<SceneRow> implied;
-  /// Identities of all rows taken so far, in use once rows of another table or odd terms make it necessary: within a
-  /// table each row knows whether it repeats another.
+  std::deque<SceneRow> implied;  ///< candidates point to them, so they must not move
+  /// Identities of all rows taken so far. Empty until they have to be compared, see needsIdentities.
   std::unordered_set<std::string, KeyedHash> seenRows;
 };
 
 /// The row of a candidate.
 SceneRow rowOf(const SceneCandidate& candidate);
 
-/// Its scene key.
+/// The scene key of a candidate, without reading the other fields.
 std::string_view keyOf(const SceneCandidate& candidate);
 
 void clearCandidates(SceneCandidates* candidates);
 
-/// Adds a row of `table` unless a candidate is the same row: same term, same fields.
+/// Adds a row of `table` unless a candidate has the same term and the same fields.
 void addCandidate(const RecordTable& table, std::uint32_t number, const SceneEvidence& evidence,
                   std::optional<std::uint32_t> position, SceneCandidates* candidates);
 
@@ -67,8 +66,8 @@ struct ImpliedScene {
 void addImpliedRow(const ImpliedScene& implied, const MasterRow& master, const TitleTexts& title,
                    SceneCandidates* candidates);
 
-/// The text that a row is held against as a whole: the compacted English for rows tagged "en", else the compacted
-/// title.
+/// The text with which a row is compared as a whole: the compacted English reading for rows tagged "en", else the
+/// compacted title.
 std::string_view textOfRow(const SceneEvidence& row, const TitleTexts& title);
 
 /// Where a candidate's term occurs in the text of its row.

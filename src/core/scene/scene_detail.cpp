@@ -7,7 +7,7 @@ bool speaksFor(const SceneCandidate& candidate, std::string_view sceneKey) {
   return candidate.evidence.tagged && keyOf(candidate) == sceneKey;
 }
 
-/// The highest override that equals the whole text of its row; the first of several of one rank.
+/// The override of the highest rank that equals the whole text of its row; the first of several.
 const SceneCandidate* findExactOverride(const SceneCandidates& candidates, const TitleTexts& title,
                                         std::string_view sceneKey) {
   const SceneCandidate* best = nullptr;

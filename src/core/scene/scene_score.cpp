@@ -10,7 +10,7 @@ namespace corvenda {
 double sceneRowScore(const SceneEvidence& row, std::optional<std::size_t> position, std::string_view positionText) {
   if (!row.tagged || !row.priorityIsNumber) return 0.0;
   const double length = lengthScore(row.term, row.chinese ? 1.2 : 0.9, 12.0);
-  // A term that is not there (an English row found in the English reading) counts as standing at the very start.
+  // A term that isn't in the title itself (an English row, found in the reading) counts as if it stood at the start.
   const double early = earlyScore(10.0, positionText.substr(0, position.value_or(0)));
   return early + (length + row.priority);
 }

@@ -10,12 +10,12 @@
 
 namespace corvenda {
 
-/// Orders candidates of one rank and length, and is reported as "score": early + (length + row priority), added in this
-/// order. 0.0 for a row of fewer than five fields or with a priority that is no number. `position` is where the term
-/// stands in the text that is searched, and the characters before it are counted in `positionText`.
+/// Orders candidates of the same rank and length, and is reported as "score": early + (length + row priority), added in
+/// this order. 0.0 for a row with fewer than five fields or whose priority is not a number. `position` is where the
+/// term was found; the characters before it are counted in `positionText`.
 double sceneRowScore(const SceneEvidence& row, std::optional<std::size_t> position, std::string_view positionText);
 
-/// The score of a "detail" row in the compacted title of its language, where its term stands at `position`.
+/// The score of a "detail" row whose term stands at `position` in `text`, the compacted text of its language.
 double detailRowScore(const SceneEvidence& row, std::size_t position, std::string_view text);
 
 /// What `sceneRowBefore` compares.
