@@ -13,12 +13,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 namespace corvenda {
 
-/// A property that must hold for every input; in effect whatever NDEBUG says.
+/// A property that must hold for every input; checked whether or not NDEBUG is set.
 inline void mustHold(bool holds) {
   if (!holds) std::abort();
 }
 
-/// The bytes in a block, which goes on after them for some of its last page.
+/// The bytes in a block, whose last page may continue after them.
 inline SecureBlock blockOf(ByteSpan bytes) {
   SecureBlock block = allocateBlock(bytes.size());
   std::copy(bytes.begin(), bytes.end(), block.data);

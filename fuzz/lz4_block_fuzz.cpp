@@ -1,4 +1,4 @@
-// The LZ4 decoder beside the plainest one: an index into the input, and every byte copied by itself.
+// The LZ4 decoder compared with the plainest possible one: an index into the input, and bytes copied one at a time.
 #include <string>
 
 #include "fuzz_target.h"
@@ -53,8 +53,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   mustHold(error.message == message);
   if (!message.empty()) return 0;
   mustHold(decodedSize == plain.output.size());
-  // Vectors of just these sizes, so that sanitizers see a step too far; in one go, and in as many as there are
-  // sequences.
+  // Vectors of exactly these sizes, so that sanitizers see a step too far. Decoded at once, and one sequence at a time.
   for (const std::size_t step : {size, std::size_t{1}}) {
     std::vector<std::uint8_t> output(decodedSize);
     Lz4Decoder decoder{{data, size}, output};

@@ -36,7 +36,7 @@ const seeds = {
     index: compressLz4Block(index),
     runs: compressLz4Block(Buffer.from(`${'a'.repeat(300)}${'abc'.repeat(100)}the end`)),
     literals: compressLz4Block(Buffer.from(Array.from({ length: 300 }, (_, i) => (i * i) & 255))),
-    // Ends behind a match, which no encoder does.
+    // Ends right after a match, which no encoder does.
     match: Buffer.from([0x1f, 0x61, 1, 0, 255, 3, 0x02, 9, 0]),
   },
   metadata: {

@@ -1,4 +1,4 @@
-// The metadata scanners, on a text alone and behind the header of a pack.
+// The metadata scanners, on a text by itself and on the metadata of a pack.
 #include "cache/rule_pack_loader.h"
 #include "fuzz_target.h"
 #include "pack/metadata_scanner.h"
@@ -27,7 +27,7 @@ void scan(std::string_view text) {
 }
 
 /// A pack of one byte of ciphertext that no key opens: the metadata are all that can be refused before the seal.
-void openBehindHeader(std::string_view text) {
+void openAsMetadata(std::string_view text) {
   if (text.empty() || text.size() > 0xFFFF) return;
   std::string image("KLRX\1\0", 6);
   image += static_cast<char>(text.size() & 0xFF);
@@ -47,6 +47,6 @@ void openBehindHeader(std::string_view text) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   scan(text);
-  openBehindHeader(text);
+  openAsMetadata(text);
   return 0;
 }

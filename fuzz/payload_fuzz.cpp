@@ -1,5 +1,5 @@
-// The payload with all that is parsed in it: documents, indexes, shards. Changed data would end at its digest, so each
-// input is also read with the digests put right.
+// The payload and everything parsed in it: documents, indexes, shards. Changed data would already fail at its digest,
+// so each input is also read with its digests corrected.
 #include <algorithm>
 #include <utility>
 
@@ -34,7 +34,7 @@ void putDigestsRight(std::vector<std::uint8_t>& payload) {
   }
 }
 
-/// Each row can be read as what it is, and answers to its own term.
+/// Each row can be read as its type and is found by its own term.
 void askForRow(const RecordTable& table, std::uint32_t row) {
   TextArena arena;
   const IndexRecord record = recordAt(table, row, &arena);
@@ -61,7 +61,7 @@ void check(const LoadedPack& loaded) {
   for (std::uint32_t row = 0; row < loaded.table.rows.size(); ++row) askForRow(loaded.table, row);
 }
 
-/// In a block, whose last page goes on after the bytes; what lies there must not be read.
+/// In a block whose last page continues after the bytes: the rest must not be read.
 void read(ByteSpan payload) {
   constexpr std::size_t kBeyond = 64;
   SecureBlock block = allocateBlock(payload.size() + kBeyond);

@@ -10,11 +10,11 @@
 
 namespace {
 
-/// Longer seeds are cut at this many lengths, evenly.
+/// Longer seeds are cut at this many lengths, evenly spread, so that a replay takes a moment.
 constexpr std::size_t kCuts = 256;
 
 void run(const std::vector<char>& bytes, std::size_t size) {
-  // A copy of exactly this size, so that a sanitizer sees a read behind its end.
+  // A copy of exactly this size, so that a sanitizer sees a read past its end.
   const std::vector<std::uint8_t> exact(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
   LLVMFuzzerTestOneInput(exact.data(), exact.size());
 }

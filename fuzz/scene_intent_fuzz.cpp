@@ -1,5 +1,5 @@
 // The scene of one title, alone and in a batch, over a small lexicon. The input is the title, a line feed, and its
-// English reading. What the indexes find is held against the loops that they stand for.
+// English reading. What the indexes find is compared with the plain loops that they replace.
 #include "batch/scene_intent_batch.h"
 #include "fuzz_target.h"
 #include "scene/scene_intent.h"

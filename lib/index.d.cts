@@ -135,7 +135,7 @@ export interface SemanticDeltaInfo extends Omit<RulePackInfo, 'schema' | 'kind'>
 }
 
 /**
- * Opens a patch pack and holds it against the two expected rule-set ids, byte for byte.
+ * Opens a patch pack and compares it with the two expected rule-set ids, byte for byte.
  * @throws {TypeError} as `inspectRulePack`
  * @throws {RangeError} the two ids are equal; no file is touched
  * @throws {Error} the pack was refused, is no patch, or joins other rule sets
@@ -161,7 +161,7 @@ export interface DeltaManifestResult {
 
 /**
  * Decides whether a patch pack may be trusted: the manifest is signed with the pinned Ed25519 key, names this very file
- * with its size and digest, and joins the two expected rule sets. The pack is opened only after the signature held.
+ * with its size and digest, and joins the two expected rule sets. The pack is opened only if the signature holds.
  * @throws {TypeError} as `inspectRulePack`
  * @throws {Error} the first check that failed
  */
@@ -180,7 +180,7 @@ export interface LookupQuery {
 
 export interface LookupOptions extends PackOptions, LookupQuery {}
 
-/** A row that was found, with the scores that a scene row would get. */
+/** A row that was found, scored as if it were a scene row. */
 export interface LookupMatch {
   /** The row's own section; for `location` possibly a name that begins with `location-`. */
   section: string;
@@ -334,7 +334,7 @@ export interface FacetHit {
   alias: string;
   /** Language tag of the row: `zh` or another value. */
   type: string;
-  /** Characters (code points) in front of the alias, in the text in which it was found. */
+  /** Characters (code points) before the alias, in the text in which it was found. */
   index: number;
   /** Characters of the alias. */
   len: number;
@@ -398,7 +398,7 @@ export interface IntentHit {
   entry: SceneEntry;
 }
 
-/** `intentHit` is null, and both strings are empty, for a title that speaks of no scene. */
+/** For a title without a scene `intentHit` is null and both strings are empty. */
 export type SceneIntent =
   | { sceneKey: string; sceneDetail: string; intentHit: IntentHit }
   | { sceneKey: ''; sceneDetail: ''; intentHit: null };
@@ -406,8 +406,8 @@ export type SceneIntent =
 export type SceneIntentResult = { ok: true; sceneContract: 'native-scene-v1' } & SceneIntent;
 
 /**
- * Which scene one title speaks of, with which detail, and on the strength of which alias. For more than a few titles
- * use `resolveSceneIntentBatch`, whose matching is stricter.
+ * Which scene one title is about, with which detail, and which alias decided. For more than a few titles use
+ * `resolveSceneIntentBatch`, whose matching is stricter.
  * @throws {TypeError} as `inspectRulePack`; `normalizedEnglish` that is no string
  * @throws {Error} the pack was refused
  */
@@ -492,7 +492,7 @@ export interface LocationMeta {
     /** The row's label, not its term. */
     alias: string;
     code: string;
-    /** Characters in front of the term; 9999 if it stands nowhere literally. */
+    /** Characters before the term; 9999 if it occurs nowhere literally. */
     index: number;
     label: string;
     /** Characters of the label. */

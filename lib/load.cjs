@@ -4,7 +4,7 @@
 
 const tried = [];
 
-/** Remembers why one place did not serve, for the message that ends the search. */
+/** Remembers why loading from one place failed, for the message at the end of the search. */
 function failed(path, error) {
   const missing = error.code === 'MODULE_NOT_FOUND';
   tried.push({ path, error, reason: missing ? 'not there' : error.message.trim().split('\n').join('\n    ') });

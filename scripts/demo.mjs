@@ -36,7 +36,7 @@ function klrx(...args) {
 const sources = (folder, extension) =>
   readdirSync(join(root, folder)).filter((name) => name.endsWith(extension)).sort().map((name) => join(folder, name));
 
-// What a patch looks like: one new scene. Its rows stand in front of the base pack's in a look-up through both.
+// What a patch looks like: one new scene. In a look-up through both packs its rows come before those of the base.
 const patchLexicon = {
   categories: [{
     key: 'skate', label: '滑板', archiveLabel: 'Skate', archiveCode: 'SKT', icon: 'skateboard', defaultDetail: 'street skating',
@@ -111,7 +111,7 @@ async function main(args) {
   }
   setup();
   sealPacks();
-  // Not before: setup fetches what this uses.
+  // Imported only now, because setup installs what it uses.
   const { renderReport } = await import('./demo_report.mjs');
   const addon = createRequire(import.meta.url)('../lib/index.cjs');
   const [home, open] = titleFiles.map(readTitles);

@@ -1,5 +1,5 @@
-// `npm run lint`: what can be said of the sources without running them: form, faults, types. Ends at the first that fails.
-// The tools of the C++ sources are installed on Debian as root, and named everywhere else.
+// `npm run lint`: checks the sources without running them: format, faults, types. Ends at the first check that fails. As
+// root on Debian it installs the tools for C++; everywhere else it says what to install.
 import { execFileSync } from 'node:child_process';
 import { availableParallelism } from 'node:os';
 import { ask, buildFolder, command, installDebianPackages, prepare, root, run, SetupError } from './setup.mjs';
@@ -10,7 +10,7 @@ const say = (line) => process.stderr.write(`lint: ${line}\n`);
 
 await command(() => {
   prepare({ tests: true });
-  // Both agree with the sources in this version alone.
+  // Other versions format differently and find other faults.
   const tools = ['clang-format-14', 'clang-tidy-14'];
   if (!tools.every((tool) => ask(tool, ['--version']).ok)) {
     installDebianPackages(tools, `${tools.join(' and ')} are needed.\n`);

@@ -257,8 +257,8 @@ function makePlaces(dataFolder, { shortNames, exclude }, everydayWords) {
     const table = tableOf(row, lang);
     const weight = Number(row.weight);
     if (!isUsable[lang]({ ...row, weight }, table)) continue;
-    // The code of the country: a title that names a town and its country names one place, and twenty towns of one name
-    // in as many provinces are no twenty candidates.
+    // The code of the country: a title that names a town and its country then names one place, and twenty towns of the
+    // same name in as many provinces are one candidate.
     const code = row.code.slice(0, 2);
     const id = `${compactTerm(row.alias)}\t${code}`;
     const known = tables[table].get(id);

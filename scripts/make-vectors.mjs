@@ -16,7 +16,7 @@ import {
 
 export const vectorFolder = fileURLToPath(new URL('../vectors', import.meta.url));
 
-/** The rule sets that every vector is asked about. */
+/** The rule sets that are expected of every vector. */
 export const expectedIds = Object.freeze({ baseRuleSetId: 'vectors-1', ruleSetId: 'vectors-2' });
 
 const sha256 = (bytes) => createHash('sha256').update(bytes).digest();

@@ -1,5 +1,6 @@
-// Makes this folder ready: fetches the npm packages of a checkout, then configures and builds the addon. What the machine
-// lacks is installed on Debian as root, and named everywhere else. Steps that find their work done take a second together.
+// Makes this folder ready: installs the npm packages of a checkout, then configures and builds the addon. As root on
+// Debian it installs what the machine lacks; everywhere else it says what to install. If all is done already, it takes
+// about a second.
 //
 //   node scripts/setup.mjs [--tests]
 //
@@ -120,7 +121,7 @@ export function setup({ tests = false } = {}) {
   run('cmake', ['--build', buildFolder, '--parallel', String(availableParallelism()), ...target]);
 }
 
-/** Runs `main` as a command: a SetupError is told in its own words and ends with status 1. */
+/** Runs `main` as a command: a SetupError prints its message alone and ends with status 1. */
 export async function command(main) {
   try {
     await main(process.argv.slice(2));

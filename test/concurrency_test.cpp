@@ -24,7 +24,7 @@ TEST(Concurrency, LoadsFiltersViewsAndWarmUpsAtOnce) {
   const auto path = [&](const std::string& tag) { return root + "/" + tag + ".klrx"; };
   std::atomic<int> good = 0;
 
-  // Two packs take turns in one slot, so that tables are replaced while other threads still read them.
+  // Two packs alternate in one slot, so that tables are replaced while other threads still read them.
   const auto work = [&](int number) {
     for (int round = 0; round < kRounds; ++round) {
       const std::string tag = (number + round / 3) % 2 == 0 ? "a" : "b";
@@ -45,7 +45,7 @@ TEST(Concurrency, LoadsFiltersViewsAndWarmUpsAtOnce) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(good, kThreads * kRounds);
 
-  // The addon asks for the root first, so that this is never met there.
+  // The addon requires the root earlier, so that this failure can't be reached from there.
   SemanticError error;
   EXPECT_FALSE(warmUp({path("a"), root, path("o"), ""}, &error));
   EXPECT_EQ(error.message, "overlayAllowedRoot is required with overlayPackPath");

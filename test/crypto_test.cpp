@@ -1,5 +1,5 @@
 // Digest, cipher and keys against published vectors: FIPS 180-4 examples, and test cases 13 and 16 (additional data, a
-// text of no whole number of blocks) of the GCM paper by McGrew and Viega, which NIST SP 800-38D refers to.
+// text that doesn't fill its last block) of the GCM paper by McGrew and Viega, which NIST SP 800-38D refers to.
 #include "pack/crypto.h"
 
 #include <algorithm>
@@ -72,7 +72,7 @@ TEST(DigestBatch, InOrderOnEitherThread) {
   }
   DigestBatch left;
   left.jobs = {{large}};
-  startDigests(&left);  // and nobody waits but the scope
+  startDigests(&left);  // and only the destructor waits
 }
 
 TEST(KeyTable, NoKeyUnderAnyOtherName) {

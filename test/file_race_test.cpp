@@ -1,5 +1,5 @@
-// Files and names that change between two steps of a load. Each change happens inside a call of the C library, which
-// this program puts its own functions in front of, so that it comes at its step each time.
+// Files and names that change between two steps of a load. This program wraps functions of the C library and makes each
+// change inside such a call, so that it always happens at the same step.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -20,7 +20,7 @@
 
 namespace {
 
-/// What happens before the next file is opened, and before anything is read of it; each once.
+/// What happens before the next file is opened, and before anything is read from it; each once.
 std::function<void()> beforeOpen;
 std::function<void()> beforeRead;
 

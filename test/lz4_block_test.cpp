@@ -1,5 +1,5 @@
-// A block of many megabytes, which is decoded and given back in steps. What a block may hold is tested through packs,
-// and against a plain decoder on arbitrary bytes in fuzz/.
+// A block of many megabytes, which is decoded and released in steps. The format itself is tested through packs, and
+// against a plain decoder on arbitrary bytes in fuzz/.
 #include "pack/lz4_block.h"
 
 #include <algorithm>
@@ -36,7 +36,7 @@ TEST(Lz4Block, OfManySteps) {
   std::mt19937 random(1);
   std::vector<std::uint8_t> input;
   std::vector<std::uint8_t> decoded;
-  // The third run of literals covers two steps by itself.
+  // The third run of literals spans two steps by itself.
   for (const std::size_t literals : {std::size_t{1}, std::size_t{3000000}, std::size_t{9000000}, std::size_t{70}}) {
     addSequence(&random, literals, 1, 4, &input, &decoded);
     for (std::size_t i = 0; i < 100000; ++i) {

@@ -1,4 +1,5 @@
-// What the addon can't be brought to do with a manifest: quote what no field may hold, verify with a key it didn't pin.
+// What can't be reached through the addon: quoting bytes that no field may hold, verifying with a key that isn't
+// pinned.
 #include <gtest/gtest.h>
 
 #include "delta/signed_text.h"
@@ -11,7 +12,7 @@ TEST(Manifest, QuoteJsonString) {
   EXPECT_EQ(quoteJsonString("\\\"\n\r\t" + verbatim), R"("\\\"\n\r\t)" + verbatim + '"');
 }
 
-// RFC 8032, section 7.1, test 2; the key behind the prefix of RFC 8410, section 4.
+// RFC 8032, section 7.1, test 2; the key follows the prefix of RFC 8410, section 4.
 TEST(Manifest, VerifyEd25519) {
   std::vector<std::uint8_t> key;
   std::vector<std::uint8_t> signature;

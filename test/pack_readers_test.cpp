@@ -1,4 +1,4 @@
-// The readers behind the seal, met directly: truncation at every length, limits, scanners.
+// The readers of decrypted data, called directly: truncation at every length, limits, scanners.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Bytes as a vector of exactly that size: a read behind its end is one behind the allocation, and sanitizers see it.
+/// Bytes as a vector of exactly that size: sanitizers see a read past its end.
 std::vector<std::uint8_t> bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
 
 std::string le(std::uint64_t value, int size) {
@@ -29,7 +29,7 @@ std::string le(std::uint64_t value, int size) {
 
 std::string sized(std::string_view text) { return le(text.size(), 2).append(text); }
 
-/// The reserved bytes hold what nobody may read.
+/// The reserved bytes are not 0, and nobody may read them.
 std::string section(unsigned type, std::uint64_t terms, const std::string& body = "") {
   return le(0xFF00 | type, 2) + le(1, 2) + le(terms, 4) + le(body.size(), 4) + le(0xDEADBEEF, 4) + body;
 }
@@ -87,7 +87,7 @@ TEST(BinaryIndex, TruncatedAnywhere) {
     RulePack pack;
     SemanticError error;
     ASSERT_FALSE(parseBinaryIndex(bytesOf(kIndex.substr(0, size)), &pack, &error, nullptr)) << size;
-    // Every section declares its length, so a cut is met at a section's header, never inside a term.
+    // Every section declares its length, so a cut shows at a section's header, never inside a term.
     std::size_t at = 16;
     const auto end = [&] { return at + 16 + static_cast<unsigned char>(kIndex[at + 8]); };
     while (at + 16 <= size && end() <= size) at = end();
@@ -131,7 +131,7 @@ TEST(Payload, TruncatedAnywhere) {
     SemanticError error;
     ASSERT_FALSE(parsePayload(kPayload.substr(0, size), &pack, &error)) << size;
     std::size_t at = 8;
-    const auto byte = [&](std::size_t behind) { return static_cast<unsigned char>(kPayload[at + behind]); };
+    const auto byte = [&](std::size_t offset) { return static_cast<unsigned char>(kPayload[at + offset]); };
     while (at + 40 <= size && at + 40 + byte(2) + byte(4) <= size) at += 40U + byte(2) + byte(4);
     EXPECT_EQ(error.message, size < 8         ? "semantic rule-pack payload magic is invalid"
                              : at + 40 > size ? "semantic rule-pack document header is truncated"
@@ -222,7 +222,7 @@ TEST(PackFile, ReadsOnlyRegularFilesWithinTheLimits) {
       {folder / "link", "semantic rule-pack file is not a regular file"},
       {write("39", 39), "semantic rule-pack file size is invalid"},
       {write("too-large", 134217729), "semantic rule-pack file size is invalid"},
-      // Such a file says that it holds a page, and gives less.
+      // Such a file claims to have a page and delivers less.
       {"/sys/kernel/mm/transparent_hugepage/enabled", "semantic rule-pack file cannot be read"},
   };
   for (const auto& [path, message] : rows) {
@@ -236,7 +236,7 @@ TEST(PackFile, ReadsOnlyRegularFilesWithinTheLimits) {
   fs::remove_all(folder);
 }
 
-/// What `locatePack` comes to where every path is resolved part by part.
+/// What `locatePack` must give, with every path resolved part by part.
 std::string locateLongWay(const std::string& path, const std::string& root) {
   PackLocation location;
   SemanticError error;

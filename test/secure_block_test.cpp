@@ -1,4 +1,4 @@
-// Memory from the system: what is wiped, what is given back, who owns it.
+// Memory from the system: what is wiped, what is given back, which block owns it.
 #include "base/secure_block.h"
 
 #include <sys/mman.h>
@@ -21,7 +21,7 @@ bool isAll(const std::uint8_t* bytes, std::size_t size, std::uint8_t value) {
 constexpr std::size_t kMany = std::size_t{64} << 20;
 constexpr std::size_t kFew = std::size_t{5} << 20;
 
-/// How many bytes of what was mapped here take memory; none if nothing is mapped.
+/// How many bytes of the mapping are resident; 0 if nothing is mapped.
 std::size_t resident(const std::uint8_t* pages) {
   const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   std::vector<unsigned char> present(kMany / page);

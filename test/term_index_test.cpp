@@ -1,4 +1,4 @@
-// The index held against the loop over all rows that it stands for.
+// The index compared with the loop over all rows that it replaces.
 #include "rows/term_index.h"
 
 #include <algorithm>
@@ -14,7 +14,7 @@ namespace {
 
 using Numbers = std::vector<std::uint32_t>;
 
-/// Terms as facet rows: all of them are in one index, whatever they are.
+/// Terms as facet rows, which are all in one index, whatever they are.
 RecordTable tableOf(const std::vector<std::string>& terms) {
   std::vector<TestRow> rows;
   for (const std::string& term : terms) {
@@ -45,10 +45,10 @@ Numbers rowsOf(const RecordTable& table, const TermHits& hits) {
   return rows;
 }
 
-/// Compares all searches in one text; gives the number of rows found.
+/// Compares all searches in one text. Returns the number of rows found.
 std::size_t compareAll(const RecordTable& table, const std::string& text) {
   const TermIndex& index = facetIndex(table);
-  // Used again and again, as a batch does.
+  // Reused for every text, as in a batch.
   static TermHits* const hits = new TermHits;
   findContainedTerms(table, index, text, hits);
   for (const TermHit& hit : hits->terms) EXPECT_EQ(text.find(termOf(table, hit.lastRow)), hit.position) << text;
@@ -66,7 +66,7 @@ std::size_t compareAll(const RecordTable& table, const std::string& text) {
 }
 
 TEST(TermIndex, EveryLengthAroundItsLimits) {
-  // Terms of one to five bytes, of six to 52, and longer ones go different ways.
+  // Terms of one to five bytes, of six to 52, and longer ones are found in different ways.
   std::string text;
   for (int i = 0; i < 300; ++i) text += static_cast<char>('a' + (i * i + i / 7) % 26);
   std::vector<std::string> terms = {"é", "\xFF", "\x80\xFF", std::string("\0", 1), " ", "zzz", "zzzz"};

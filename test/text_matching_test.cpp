@@ -1,4 +1,4 @@
-// The text tests and the order of rows. Scores are held by the titles of scene_intent.test.mjs.
+// The text primitives and the order of rows. Scores are covered by the titles of scene_intent.test.mjs.
 #include "text/text_primitives.h"
 
 #include <cmath>
@@ -69,7 +69,8 @@ TEST(TextMatching, CharactersBeforePositions) {
 }
 
 TEST(SceneScore, OrderOfRows) {
-  // Each row goes before the next: by rank, length, score (no number is 0), term, and NaN last.
+  // Each row precedes the next: by rank, length, score (a priority that is not a number scores 0), term; NaN comes
+  // last.
   std::vector<TestRow> rows;
   for (const auto& [term, priority, kind] :
        std::initializer_list<std::array<const char*, 3>>{{"bb", "0", "short"},
@@ -100,7 +101,7 @@ TEST(NumberText, ConvertsLikeTheCLibrary) {
   const std::pair<std::string, double> others[] = {{"1 ", 1}, {"3,5", 3}, {"abc", 0}, {{"1\0", 2}, 1}, {"\t", 0}};
   for (const auto& [text, expected] : others) EXPECT_TRUE(!parseNumber(text, &value) && value == expected) << text;
   EXPECT_TRUE(parseNumber("nan(1)", &value) && std::isnan(value));
-  // Both ways to convert meet at fifteen digits.
+  // The two ways of conversion meet at fifteen digits.
   for (const char* text : {"0.1", ".5", "5.", "123456789012345", "1234567890123456", "0.000000000000001",
                            "0.0000000000000001", "9007199254740993", "179769313486231.5", "1.7976931348623157"}) {
     EXPECT_TRUE(parseNumber(text, &value)) << text;
@@ -116,7 +117,7 @@ TEST(NumberText, PrintsLikePercentF) {
     char expected[400];
     std::snprintf(expected, sizeof expected, "%f", value);
     EXPECT_EQ(formatNumber(value), expected);
-    // As it is printed, so it is rounded, whichever way is taken.
+    // Rounding agrees with printing, whichever way is taken.
     const auto single = static_cast<double>(static_cast<float>(value));
     EXPECT_EQ(formatNumber(roundToNumberText(single)), formatNumber(single));
     double parsed = 0;

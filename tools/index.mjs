@@ -1,4 +1,4 @@
-// Making rule packs: the builders behind the command `klrx`, for programs and tests that make packs of their own.
+// Making rule packs: the builders that the command `klrx` uses, for programs and tests that make packs of their own.
 // The formats are described at the head of each module.
 
 export { buildBinaryIndex, INDEX_DOCUMENT_NAME, SECTION_NAMES } from './lib/binary_index.mjs';

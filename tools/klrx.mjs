@@ -3,8 +3,8 @@
 
 import { run } from './commands/run.mjs';
 
-// Whoever reads the output may stop early, as `head` does. The rest has no reader then, but the work goes on to its own
-// end and status.
+// Whoever reads the output may stop early, as `head` does. The rest is then lost, but the work and its exit status go on
+// as usual.
 for (const stream of [process.stdout, process.stderr]) {
   stream.on('error', (error) => {
     if (error.code !== 'EPIPE') throw error;

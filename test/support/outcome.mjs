@@ -1,4 +1,4 @@
-// What a call comes to, in a form that a table can hold.
+// The outcome of a call, in a form that fits into a table.
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 
@@ -14,7 +14,7 @@ export function thrownBy(call) {
 /** Each required option is read in this order, must be a string and must not be empty. */
 export function assertRequiredOptions(name, required, good) {
   for (const [i, key] of required.entries()) {
-    // Those before are good and those behind are wrong: the first that fails is told.
+    // Options before this one are good and those after it are wrong too: the first that fails is reported.
     const options = { ...good, ...Object.fromEntries(required.slice(i).map((later) => [later, 7])) };
     assert.equal(thrownBy(() => addon[name](options)), `TypeError: semantic native option is missing: ${key}`);
     assert.equal(thrownBy(() => addon[name]({ ...options, [key]: '' })), `TypeError: semantic native option is empty: ${key}`);

@@ -1,5 +1,6 @@
 // Loads packs, then looks for texts in this process's own memory: prints "found" or "gone" for each. Input, as JSON:
-// { binary, root, paths, texts: [[code of the first character, the rest], …] }; in two pieces, lest the question be found.
+// { binary, root, paths, texts: [[code of the first character, the rest], …] }; in two pieces, so that the input itself is
+// not found.
 const { openSync, readFileSync, readSync } = require('node:fs');
 
 const { binary, root, paths, texts } = JSON.parse(readFileSync(0, 'utf8'));
@@ -7,7 +8,7 @@ const { inspectRulePack } = require(binary);
 for (const packPath of paths) {
   try {
     inspectRulePack({ packPath, allowedRoot: root });
-  } catch { /* packs that are refused must leave nothing behind either */ }
+  } catch { /* packs that are refused must leave nothing in memory either */ }
 }
 
 const needles = texts.map(([first, rest]) => ({ first, rest: Buffer.from(`\0${rest}`).subarray(1), found: false }));

@@ -1,4 +1,5 @@
-// Packs for tests. A bad pack is the good recipe with one step changed and sealed again: the fault is met at its own layer.
+// Packs for tests. A bad pack is the good recipe with one step changed and sealed again, so that only the layer with the
+// fault can refuse it.
 import { createHash } from 'node:crypto';
 import { mkdirSync, mkdtempSync, realpathSync, rmSync, utimesSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
@@ -6,7 +7,7 @@ import { dirname, join } from 'node:path';
 
 import { buildBinaryIndex, buildMetadata, buildPayload, sealPack } from '../../tools/index.mjs';
 
-/** A fresh directory below which the test's packs lie; removed when the test process ends. */
+/** A fresh directory for the test's packs; removed when the test process ends. */
 export const root = realpathSync(mkdtempSync(join(tmpdir(), 'corvenda-test-')));
 process.on('exit', () => rmSync(root, { recursive: true, force: true }));
 
@@ -14,7 +15,7 @@ export const sha256Hex = (bytes) => createHash('sha256').update(bytes).digest('h
 
 let serial = 0;
 
-/** Writes bytes under the root and gives the path. Without a name, each file gets one of its own. */
+/** Writes bytes to a file below the root and returns its path. Without a name, each file has a new one. */
 export function writeFile(bytes, name = `pack-${++serial}.klrx`) {
   const path = join(root, name);
   mkdirSync(dirname(path), { recursive: true });
@@ -43,7 +44,7 @@ export const metadataFields = (payload, changed = {}) => ({
 
 /**
  * The bytes of a pack: good, but for what the recipe changes. `documents` or the whole `payload`; `metadata` changes
- * single fields, `metadataText` the whole text; `stored` is what gets sealed in place of the payload.
+ * single fields, `metadataText` the whole text; `stored` is sealed in place of the payload.
  */
 export function packBytes({ sections, documents, payload, metadata, metadataText, stored, keyId } = {}) {
   const bytes = payload ?? buildPayload(documents ?? [indexDocument(sections)]);
@@ -52,7 +53,7 @@ export function packBytes({ sections, documents, payload, metadata, metadataText
   return sealPack({ metadata: metadataText ?? buildMetadata(fields), payload: stored ?? bytes, keyId: sealedWith });
 }
 
-/** `packBytes` written to a file of its own; gives the options that name it. */
+/** Writes `packBytes` to a file of its own and returns the options that name it. */
 export const writePack = (recipe = {}, name) => ({ packPath: writeFile(packBytes(recipe), name), allowedRoot: root });
 
 /** A scene row as the index holds it: [term, 11 fields]. */

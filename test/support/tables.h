@@ -14,7 +14,7 @@ struct TestRow {
   std::vector<std::string> fields;
 };
 
-/// Sections that no call can ask for are left out, as a load leaves them out.
+/// Rows of sections that no call can reach are left out, as in a load.
 inline RecordTable makeTable(const std::vector<TestRow>& rows) {
   RecordTable table;
   for (const TestRow& row : rows) {

@@ -1,4 +1,4 @@
-// The packs of the core's tests, whose packer is no C++: node write_packs.mjs DIRECTORY
+// Writes the packs of the core's tests, because the packer is JavaScript: node write_packs.mjs DIRECTORY
 import { writeFileSync } from 'node:fs';
 import { packBytes } from './packs.mjs';
 

@@ -71,7 +71,7 @@ function readTrust(path) {
   return trust;
 }
 
-/** Reads and compiles all sources; prints every finding before it gives up. */
+/** Reads and compiles all sources; prints every finding before giving up. */
 function compileSources(paths, kind, io) {
   const lexicons = [];
   const places = [];

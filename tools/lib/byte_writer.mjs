@@ -41,7 +41,7 @@ export class ByteWriter {
     return this;
   }
 
-  /** The same at a place that was written before: for lengths that are known only afterwards. */
+  /** The same at an earlier position: for lengths that are known only afterwards. */
   putUint(offset, value, size, what) {
     if (!Number.isInteger(value) || value < 0 || value > LIMITS[size]) {
       throw new RangeError(`${what} is ${value}; its ${size} bytes hold 0 to ${LIMITS[size]}`);

@@ -4,7 +4,7 @@ import { parseArgs } from 'node:util';
 import { readText, realPathOf } from './files.mjs';
 
 /**
- * What a command needs from outside; it comes in as a parameter, so that tests can put their own in its place.
+ * What a command needs from outside. It is a parameter so that tests can pass their own.
  * @typedef {object} Io
  * @property {(text: string) => unknown} out standard output
  * @property {(text: string) => unknown} err standard error
@@ -34,7 +34,7 @@ export const misuse = (message) => new Refusal(WRONG_USAGE, message);
 export const no = (message) => new Refusal(ANSWER_IS_NO, message);
 
 /**
- * A step whose failure is the answer, told with the file it speaks of.
+ * A step whose failure is the answer, reported with the file that it is about.
  * @template T
  * @param {string} path
  * @param {() => T} step

@@ -1,5 +1,5 @@
-// JSON (RFC 8259) that remembers where everything stood. `JSON.parse` gives values without places, and a lexicon editor
-// needs the place of a wrong one.
+// JSON (RFC 8259) with the position of every value. `JSON.parse` gives values without positions, and whoever edits a
+// lexicon needs to know where a wrong one is.
 
 import { parseTree, printParseErrorCode } from 'jsonc-parser';
 
@@ -67,7 +67,7 @@ export function parseJson(text) {
   try {
     tree = parseTree(text, errors, { disallowComments: true });
   } catch (error) {
-    if (!(error instanceof RangeError)) throw error; // the parser is recursive, and its stack is full
+    if (!(error instanceof RangeError)) throw error; // the parser is recursive: this one says that the stack is full
     throw new JsonSyntaxError('values are nested too deep', 0);
   }
   if (errors.length > 0 || !tree) throw new JsonSyntaxError(describe(text, errors[0]), errors[0].offset);

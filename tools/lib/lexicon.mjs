@@ -1,6 +1,6 @@
 // Lexicon sources: JSON documents that become the rows of a binary index. The scene and celebrity parts have the shapes of
 // the options "sceneOverlay" and "celebrityOverlay" of the addon and give the rows that those options give, so that what an
-// application passes at run time can be compiled as it is. What the addon drops without a word is a finding here.
+// application passes at run time can be compiled as it is. What the addon drops silently is a finding here.
 //
 // The fields of a row, by section:
 //   scene      key, detail, row priority, kind, lang, label, archive label, archive code, icon, default detail, priority
@@ -17,10 +17,11 @@ import { compactTerm, formatFixed } from './text.mjs';
 const MAX_FIELD_BYTES = 0xffff;
 const TAG_SEPARATOR = '\x1e';
 
-// What C's string-to-double conversion takes whole, without the forms (hex, inf, nan) that are surely a slip in a lexicon.
+// Numbers that C's string-to-double conversion accepts in full, except for forms (hex, inf, nan) that are surely a mistake
+// in a lexicon.
 const NUMBER_TEXT = /^[+-]?(?:[0-9]+\.?[0-9]*|\.[0-9]+)(?:[eE][+-]?[0-9]+)?$/;
 
-// A reader takes (reading, node) and gives a value, or undefined after a finding.
+// A reader takes (reading, node) and returns a value, or undefined after a finding.
 
 function describe(node) {
   return node.type === 'array' || node.type === 'object' ? `an ${node.type}` : node.type === 'null' ? 'null' : `a ${node.type}`;
@@ -207,7 +208,7 @@ function readObject(reading, node, { required = [], properties }) {
   }
   const missing = required.filter((name) => !Object.hasOwn(nodes, name));
   for (const name of missing) reading.error(node, `the property "${name}" is missing`);
-  // A required property with a wrong value has had its finding; its object would only cause more of them.
+  // A required property with a wrong value already has its finding; the object would only cause more of them.
   return required.every((name) => values[name] !== undefined) ? { values, nodes, node, reading } : undefined;
 }
 
@@ -319,7 +320,7 @@ function layOut(lexicons, reportUnknownScene) {
 /**
  * Compiles lexicon sources into the sections of a binary index.
  *
- * The rows of all sources stand as if the sources were one document with their lists joined: first all categories, then the
+ * The rows are ordered as if all sources were one document with their lists joined: first all categories, then the
  * short, the compound and the conflict overrides. Aliases are folded with `compactTerm`; numbers are printed as by "%f".
  *
  * @param {import('./findings.mjs').Source[]} sources

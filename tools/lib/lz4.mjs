@@ -21,6 +21,6 @@ export function compressLz4Block(bytes) {
   } catch (cause) {
     throw new Error('compression needs the package lz4-napi, which cannot be loaded: npm install lz4-napi', { cause });
   }
-  // The encoder puts the uncompressed length in front, in four bytes that are no part of the block.
+  // The encoder begins with the uncompressed length, in four bytes that are not part of the block.
   return encoder.compressSync(Buffer.from(bytes.buffer, bytes.byteOffset, bytes.byteLength)).subarray(4);
 }

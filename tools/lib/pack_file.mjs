@@ -3,7 +3,7 @@
 //   magic "KLRX", u16 format version 1, u16 metadata length, 12 bytes nonce, u32 ciphertext length,
 //   metadata (JSON, in clear), ciphertext (the stored payload under AES-256-GCM), 16 bytes tag
 //
-// The metadata bytes are the cipher's additional data; the 24 bytes in front of them are not authenticated.
+// The metadata bytes are the cipher's additional data; the 24 bytes before them are not authenticated.
 
 import { createCipheriv, createHash, randomBytes } from 'node:crypto';
 import { ByteWriter, toBytes } from './byte_writer.mjs';
@@ -126,8 +126,8 @@ export function buildPack({
 }
 
 /**
- * The metadata that a pack file shows in clear. Nothing is authenticated here: this is for reading the ids of a pack that
- * one has made, not for trusting one that was received.
+ * The metadata that a pack file shows in clear. Nothing is authenticated here: use it to read the ids of a pack that you
+ * made, not to trust one that you received.
  *
  * @param {Uint8Array} bytes a .klrx file
  * @returns {Record<string, unknown>}

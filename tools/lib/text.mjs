@@ -1,8 +1,8 @@
-// How text and numbers stand in rows: folded terms, and numbers as the C library prints them.
+// How text and numbers are written in rows: folded terms, and numbers as the C library prints them.
 
 /**
  * The term fold of the whole system: every byte below 33 is dropped (control bytes and the blank), "A" to "Z" become lower
- * case, all else is kept. It is no Unicode fold: "É" and a full-width letter stay as they are.
+ * case, all else is kept. It is not a Unicode fold: "É" and a full-width letter stay as they are.
  * @param {string} text
  * @returns {string}
  */
