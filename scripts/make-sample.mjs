@@ -91,7 +91,7 @@ function pickTerms(terms, take, kin) {
   const of = (lang) => terms.filter((row) => row.lang === lang).map((row) => row.term);
   const long = of('zh').filter((term) => characters(term) >= 3);
   const tag = (lang, list) => list.map((term) => [lang, term]);
-  // Presets name a thing with capitals ("Pawn Shop / Pawnbroker"); what stands in small letters is only related to it.
+  // Presets name a thing with capitals ("Pawn Shop / Pawnbroker"); what is written in small letters is only related to it.
   const presetNames = of('en').filter((term) => /^[A-Z]/.test(term)).flatMap((term) => term.split(' / '));
   switch (take) {
     case 'dishes': return tag('zh', of('zh'));
@@ -171,7 +171,7 @@ function makePeople(dataFolder, { excludeKinds, exclude }) {
   const taken = new Set(curated.flatMap((p) => [p.name, ...Object.values(p.aliases ?? {}).flat()]).map(compactTerm));
   const ids = new Set(curated.map((person) => person.id));
   const excluded = new Set(exclude.map(compactTerm));
-  // Names are looked for as plain substrings of a text without blanks: a short one would stand inside other words.
+  // Names are looked for as plain substrings of a text without blanks: a short one would occur inside other words.
   const usable = (name) => /^[A-Z][A-Za-z.'-]*( [A-Za-z.'-]+)+$/.test(name) && compactTerm(name).length >= 10 && !excluded.has(compactTerm(name));
   const celebrities = [];
   for (const row of readTable(join(dataFolder, 'people.tsv'))) {

@@ -5,7 +5,7 @@ import { resolve } from 'node:path';
 
 const require = createRequire(import.meta.url);
 const named = process.env.CORVENDA_TEST_BINARY;
-// Tests and their processes change folders: from here on the name has to stand by itself.
+// Tests and their processes change folders, so the path is made absolute here.
 if (named) process.env.CORVENDA_TEST_BINARY = resolve(named);
 
 export const addon = require(process.env.CORVENDA_TEST_BINARY || '../../lib/index.cjs');

@@ -348,7 +348,7 @@ export function compileLexicons(sources, { kind = 'base', complete = true } = {}
     }
   });
   const rows = layOut(lexicons, ({ values, nodes, reading }) => {
-    if (!complete || lexicons.length < sources.length) return; // the scene may stand in a source that could not be read
+    if (!complete || lexicons.length < sources.length) return; // the scene may be in a source that could not be read
     const report = kind === 'patch' ? reading.warning : reading.error;
     report(nodes.sceneKey, `no category with an alias has the key ${JSON.stringify(values.sceneKey)}`);
   });

@@ -26,7 +26,7 @@ struct FacetGroup {
   std::string_view facetKey;
   std::uint32_t count = 0;
   double score = 0;
-  std::uint64_t firstIndex = 0;  ///< smallest `index`, though the hits may stand in different texts
+  std::uint64_t firstIndex = 0;  ///< smallest `index`, though the hits may be in different texts
 };
 
 struct SemanticFacets {

@@ -15,7 +15,7 @@ namespace corvenda {
 /// The place rows of one table. A batch has up to three such tables: base pack, caller and overlay pack, in this order.
 struct PlaceRows {
   const RecordTable* table = nullptr;
-  const std::vector<FoundRow>* rows = nullptr;  ///< whose terms stand in the title, ascending
+  const std::vector<FoundRow>* rows = nullptr;  ///< whose terms occur in the title, ascending
 };
 
 struct LocationHit {

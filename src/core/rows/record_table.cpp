@@ -180,7 +180,7 @@ void writeRow(RecordTable* table, std::string_view term, std::span<const std::st
   entry.termAt = static_cast<std::uint32_t>(bytes.size());
   appendSized<std::uint32_t>(&bytes, term);
   entry.fieldCount = static_cast<std::uint16_t>(fields.size());
-  bytes.resize(bytes.size() + 4);  // the count stands in the entry
+  bytes.resize(bytes.size() + 4);  // a place for the count, which is kept in the entry
   for (const std::string_view field : fields) appendSized<std::uint32_t>(&bytes, field);
   NamedFields named;
   std::copy_n(fields.begin(), std::min(fields.size(), named.size()), named.begin());
