@@ -4,7 +4,6 @@ import { writeFileSync } from 'node:fs';
 import { arch, cpus, platform, release } from 'node:os';
 import { parseArgs } from 'node:util';
 
-import { fitText } from '../scripts/text_width.mjs';
 import { readRows, tasksOf } from './lib/goals.mjs';
 import { median } from './lib/measure.mjs';
 import { drawPlot } from './lib/plot.mjs';
@@ -63,7 +62,7 @@ const cellsOf = ({ what, unit, goal, atLeast, figure, met, remark }) => [what, u
   goal === undefined ? '' : `${atLeast ? '≥' : '≤'} ${goal}`, met === undefined ? '' : met ? 'yes' : 'no', remark];
 
 function renderTable(rows) {
-  const line = (cells) => cells.map((cell, i) => (WIDTHS[i] ? fitText(cell, WIDTHS[i]) : cell)).join(' ').trimEnd();
+  const line = (cells) => cells.map((cell, i) => cell.padEnd(WIDTHS[i])).join(' ').trimEnd();
   return [HEADING, ...rows.map(cellsOf)].map(line).join('\n');
 }
 
