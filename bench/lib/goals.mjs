@@ -36,9 +36,9 @@ const row = (what, unit, goal, task, figure, { atLeast = false, remark } = {}) =
 });
 const digits = (number, count = 2) => number.toFixed(count);
 
-function batchRemark({ ours, rival, low, high, all, termsPerTitle, againstRatio }) {
+function batchRemark({ ours, rival, low, high, all, termsPerTitle, againstRatio, ties }) {
   const times = `${digits(ours.cpu)} : ${digits(rival.cpu)} us a title, quartiles ${digits(low)}-${digits(high)}, process ${digits(all)}`;
-  return `${times}, ${digits(termsPerTitle, 1)} terms a title${againstRatio ? `; ${digits(againstRatio.ratio, 3)} of the other binary` : ''}`;
+  return `${times}, ${digits(termsPerTitle, 1)} terms a title${againstRatio ? `; ${digits(againstRatio, 3)} of the other binary, ${ties} ties` : ''}`;
 }
 const batchRow = (what, goal, task) => row(what, 'x rival', goal, task, ({ ratio }) => ratio, { remark: batchRemark });
 

@@ -11,19 +11,19 @@ const PEOPLE_SECTIONS = [...SCENE_SECTIONS, 'celebrity'];
 const repeated = (titles) => Array.from({ length: TITLES }, (_, i) => titles[i % titles.length]);
 
 /**
- * `size` is a number of rows a section, or "real". Gives { pack, cases, rows, terms } for the benchmark of scenes and
- * places or, with `people`, of celebrities.
+ * `size` is a number of rows a section, or "real". Gives { pack, cases, makeRows, terms } for the benchmark of
+ * scenes and places or, with `people`, of celebrities; rows can be walked once.
  */
 export function lexiconOf({ size, shared, data, people = false }) {
   if (size === 'real') {
     const { packPath, allowedRoot, rowCount, titles, writtenTerms, sections, shards } = realPack(data);
     const terms = people ? writtenTerms.celebrity : writtenTerms.scene;
-    return { pack: { packPath, allowedRoot }, rowCount, cases: repeated(titles), rows: { sections, shards }, terms };
+    return { pack: { packPath, allowedRoot }, rowCount, cases: repeated(titles), makeRows: () => ({ sections, shards }), terms };
   }
   const { packPath, allowedRoot, rowCount, terms } = generatedPack(size, { shared });
   const sections = people ? PEOPLE_SECTIONS : SCENE_SECTIONS;
   return {
-    pack: { packPath, allowedRoot }, rowCount, rows: lexiconRows(terms),
+    pack: { packPath, allowedRoot }, rowCount, makeRows: () => lexiconRows(terms),
     cases: makeTitles(terms, sections, { count: TITLES, seed: people ? 6 : 5 }),
     terms: [...new Set((people ? ['celebrity'] : sections).flatMap((name) => terms[name].map(rivalTerm)))],
   };
