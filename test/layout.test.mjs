@@ -19,7 +19,8 @@ const generated = 'trust_table.h';
 const sources = readdirSync(source, { recursive: true, withFileTypes: true })
   .filter((entry) => entry.isFile() && /\.(?:h|cpp)$/.test(entry.name))
   .map((entry) => relative(source, join(entry.parentPath, entry.name)).replaceAll('\\', '/'));
-const includes = (file, pattern) => [...readFileSync(join(source, file), 'utf8').matchAll(pattern)].map((match) => match[1]);
+const includes = (file, pattern) =>
+  [...readFileSync(join(source, file), 'utf8').matchAll(pattern)].map((match) => match[1]);
 
 test('no include runs upwards', () => {
   assert.deepEqual([...new Set(sources.map((file) => file.split('/')[0]))].sort(), ['addon', 'core']);
@@ -33,8 +34,8 @@ test('no include runs upwards', () => {
 });
 
 test('the core knows no JavaScript value', () => {
-  const system = /^#include <([^>]+)>/gm;
-  const knowing = sources.filter((file) => includes(file, system).some((name) => /^(?:napi|node_api|js_native_api)/.test(name)));
+  const system = /^#include <((?:napi|node_api|js_native_api)[^>]*)>/gm;
+  const knowing = sources.filter((file) => includes(file, system).length > 0);
   assert.ok(knowing.length > 0);
   assert.deepEqual(knowing.filter((file) => !file.startsWith('addon/')), []);
 });

@@ -12,44 +12,50 @@ import { root as folder } from './support/packs.mjs';
 const root = dirname(dirname(fileURLToPath(import.meta.url)));
 const installed = join(folder, 'node_modules/corvenda-semantic');
 const target = `${process.platform}-${process.arch}`;
-const places = ['build/release/corvenda_semantic.node', 'build/debug/corvenda_semantic.node', `prebuilds/${target}.node`];
-const binary = [process.env.CORVENDA_TEST_BINARY, ...places].filter(Boolean).map((path) => resolve(root, path)).find(existsSync);
+const places = [...['release', 'debug'].map((preset) => `build/${preset}/corvenda_semantic.node`),
+  `prebuilds/${target}.node`];
+const binary = [process.env.CORVENDA_TEST_BINARY, ...places].filter(Boolean)
+  .map((path) => resolve(root, path)).find(existsSync);
 const read = (path) => readFileSync(join(root, path), 'utf8');
 const { LD_PRELOAD, ...env } = process.env; // npm, the compiler and nm run without a sanitizer's runtime
-const run = (program, args, options) => execFileSync(program, args, { cwd: root, encoding: 'utf8', env, stdio: 'pipe', ...options });
-const runModule = (code) => run(process.execPath, ['--input-type=module', '-e', code], { cwd: folder, env: process.env });
+const run = (program, args, options) =>
+  execFileSync(program, args, { cwd: root, encoding: 'utf8', env, stdio: 'pipe', ...options });
+const runModule = (code) =>
+  run(process.execPath, ['--input-type=module', '-e', code], { cwd: folder, env: process.env });
 function put(place, content) {
   mkdirSync(dirname(join(installed, place)), { recursive: true });
   writeFileSync(join(installed, place), content);
 }
 
-test('the twelve functions in order, and types that name them', () => {
+test('types that name the functions in order', () => {
   const declared = (path) => Array.from(read(path).matchAll(/^export (?:function|const) (\w+)/gm), ([, name]) => name);
-  assert.equal(Object.keys(addon).join(' '), 'getSemanticInfo inspectRulePack inspectSemanticDelta verifySemanticDeltaManifest ' +
-    'lookupBinaryIndex lookupBinaryIndexOverlay evaluateWorkflowPolicy extractSemanticFacets resolveSceneIntent ' +
-    'resolveSceneIntentBatch resolveCelebrityBadgeBatch warmSemanticRulePack');
   assert.deepEqual(declared('lib/index.d.cts'), Object.keys(addon).filter((name) => typeof addon[name] === 'function'));
 });
 
-test('the tarball holds what package.json names and nothing of the work on it; each place of the binary serves both formats', () => {
+test('the tarball holds what package.json names and nothing of the work on it; both formats find the binary', () => {
   mkdirSync(installed, { recursive: true });
-  const [{ filename, files }] = JSON.parse(run('npm', ['pack', '--json', '--silent', '--pack-destination', folder]));
-  run(process.execPath, ['node_modules/typescript/bin/tsc', '-p', 'test/types']); // packing has made the types of the tools
+  const packed = run('npm', ['pack', '--json', '--silent', '--pack-destination', folder]);
+  const [{ filename, files }] = JSON.parse(packed);
+  run(process.execPath, ['node_modules/typescript/bin/tsc', '-p', 'test/types']); // packing has made the tools' types
   run('tar', ['-xzf', join(folder, filename), '-C', installed, '--strip-components=1']);
   const { exports, main, types, bin, scripts, dependencies } = JSON.parse(read('package.json'));
-  for (const name of Object.keys(dependencies)) symlinkSync(join(root, 'node_modules', name), join(folder, 'node_modules', name));
+  for (const name of Object.keys(dependencies)) {
+    symlinkSync(join(root, 'node_modules', name), join(folder, 'node_modules', name));
+  }
   const named = JSON.stringify([exports, main, types, `./${bin.klrx}`]).match(/\.\/[^"]+\.\w+/g);
   const missing = [...named, 'LICENSE', 'lib/load.cjs', 'scripts/setup.mjs', 'CMakeLists.txt']
     .filter((path) => !existsSync(join(installed, path)));
   const work = /^(?:test|bench|fuzz|vectors|build|node_modules|\.ci)\/|\.(?:gyp|pem|klrx)$/;
   assert.deepEqual([missing, files.filter(({ path }) => work.test(path))], [[], []]);
-  assert.deepEqual(Object.keys(scripts).filter((name) => /^(?:pre|post)?install$|^prepare$/.test(name)), []); // nothing runs by itself
+  const unasked = Object.keys(scripts).filter((name) => /^(?:pre|post)?install$|^prepare$/.test(name));
+  assert.deepEqual(unasked, [], 'nothing runs by itself');
   assert.doesNotMatch(read('package-lock.json'), /"resolved"/);
 
   const [, example, output] = /```js\n(.*?)```\n\n```\n(.*?)```/s.exec(read('README.md'));
   const lexicons = readdirSync(join(root, 'sample/lexicon')).map((name) => join(root, 'sample/lexicon', name));
-  mkdirSync(join(folder, 'build/demo'), { recursive: true });
-  run(process.execPath, [join(installed, bin.klrx), 'build', ...lexicons, '--out', join(folder, 'build/demo/sample.klrx')]);
+  const sample = join(folder, 'build/demo/sample.klrx');
+  mkdirSync(dirname(sample), { recursive: true });
+  run(process.execPath, [join(installed, bin.klrx), 'build', ...lexicons, '--out', sample]);
   for (const place of places) {
     put(place, readFileSync(binary));
     assert.equal(runModule(example), output, place);
@@ -62,7 +68,7 @@ test('the tarball holds what package.json names and nothing of the work on it; e
   put(places[1], 'no library');
   assert.throws(() => runModule('import "corvenda-semantic"'), ({ stderr }) => {
     const lines = stderr.slice(stderr.indexOf('Error: ')).split('\n').slice(0, 9);
-    assert.match(lines.splice(3, 1)[0], /^ {2}build\/debug\/corvenda_semantic\.node: .*(?:too short|invalid ELF|not a mach-o)/);
+    assert.match(lines.splice(3, 1)[0], /^ {2}build\/debug\/corvenda_semantic\.node: .*(?:too short|ELF|mach-o)/);
     return assert.deepEqual(lines, [
       `Error: corvenda-semantic: the native module could not be loaded (${target}, Node.js ${process.versions.node})`,
       `Tried, in ${installed}:`, `  ${places[0]}: not there`, `  ${places[2]}: not there`,
@@ -72,14 +78,27 @@ test('the tarball holds what package.json names and nothing of the work on it; e
   });
 });
 
-// The host exports an OpenSSL and a uv of its own: an open symbol would be bound to it without a word, and one shown here
-// could take the place of another addon's. A sanitizer's runtime takes the versions off the names of the C library.
-test('the binary shows two entry points, needs Node-API and the system, and stays loaded', { skip: process.platform !== 'linux' }, () => {
-  const symbols = (option) => run('nm', ['-D', option, binary]).trim().split('\n').map((line) => line.split(/\s+/).at(-1)).sort();
+// The host exports an OpenSSL and a uv of its own: an open symbol would be bound to it without a word, and one shown
+// here could take the place of another addon's. A sanitizer's runtime takes the versions off the C library's names.
+const skip = process.platform !== 'linux';
+test('the binary shows two entry points, needs Node-API and the system, and stays loaded', { skip }, () => {
+  const symbols = (option) =>
+    run('nm', ['-D', option, binary]).trim().split('\n').map((line) => line.split(/\s+/).at(-1)).sort();
   assert.deepEqual(symbols('--defined-only'), ['napi_register_module_v1', 'node_api_module_get_api_version_v1']);
   const system = process.env.CORVENDA_TEST_SANITIZED
     ? /^(?!_ZNK?(?:2v8|4node)|uv_|(?:EVP|OPENSSL|CRYPTO|BIO|SSL|ERR|RAND|SHA\d+|AES|ED25519|OSSL|sodium|crypto)_)/
     : /@(?:GLIBC|GLIBCXX|CXXABI|GCC)_|^(?:napi_|node_api_)|^(?:_ITM_\w+|__gmon_start__)$/;
   assert.deepEqual(symbols('--undefined-only').filter((name) => !system.test(name)), []);
   assert.match(run('readelf', ['-d', binary]), /NODELETE/);
+});
+
+test('no pack key stands in one piece in the binary', () => {
+  const bytes = readFileSync(binary);
+  const { packKeys } = JSON.parse(read('trust/development.json'));
+  const { block, values } = packKeys['test-v1'];
+  const [one, two] = packKeys['release-v1'].tables;
+  const release = Buffer.from(one, 'hex').map((byte, i) => byte ^ Buffer.from(two, 'hex')[i]).toString('hex');
+  const holds = (hex) => bytes.includes(Buffer.from(hex, 'hex'));
+  assert.deepEqual([block, ...values, one, two].map(holds), [true, true, true, true, true], 'the pieces are there');
+  assert.deepEqual([values.join(''), block + values[0], release].map(holds), [false, false, false]);
 });

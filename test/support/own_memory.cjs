@@ -1,6 +1,5 @@
 // Loads packs, then looks for texts in this process's own memory: prints "found" or "gone" for each. Input, as JSON:
-// { binary, root, paths, texts: [[code of the first character, the rest], …] }; in two pieces, so that the input itself is
-// not found.
+// { binary, root, paths, texts: [[code of the first character, the rest], …] }; in two pieces, lest it finds itself.
 const { openSync, readFileSync, readSync } = require('node:fs');
 
 const { binary, root, paths, texts } = JSON.parse(readFileSync(0, 'utf8'));

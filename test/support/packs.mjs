@@ -1,7 +1,7 @@
-// Packs for tests. A bad pack is the good recipe with one step changed and sealed again, so that only the layer with the
-// fault can refuse it.
+// Packs for tests. A bad pack is the good recipe with one step changed and sealed again, so that the fault is met at
+// its own layer.
 import { createHash } from 'node:crypto';
-import { mkdirSync, mkdtempSync, realpathSync, rmSync, utimesSync, writeFileSync } from 'node:fs';
+import { mkdirSync, mkdtempSync, readFileSync, realpathSync, rmSync, utimesSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 
@@ -23,7 +23,7 @@ export function writeFile(bytes, name = `pack-${++serial}.klrx`) {
   return path;
 }
 
-/** Overwrites a file and sets its time: to a status query, another file of the same length and `time` looks the same. */
+/** Overwrites a file and sets its time: to a status query, other bytes of the same length and `time` look the same. */
 export function writeAt(path, bytes, time = 1_000_000_000) {
   writeFileSync(path, bytes);
   utimesSync(path, time, time);
@@ -56,8 +56,25 @@ export function packBytes({ sections, documents, payload, metadata, metadataText
 /** Writes `packBytes` to a file of its own and returns the options that name it. */
 export const writePack = (recipe = {}, name) => ({ packPath: writeFile(packBytes(recipe), name), allowedRoot: root });
 
-/** A scene row as the index holds it: [term, 11 fields]. */
-export const sceneRow = (term, key, kind, { lang = 'zh', detail = '', priority = '1', weight = priority } = {}) => [
-  term, key, detail, kind === 'category' || kind === 'detail' ? weight : '0', kind, lang,
-  `${key} label`, `${key} archive`, `${key}-code`, `${key}-icon`, `${key} default`, priority,
-];
+/** A pack under a fixed last-write time, so that `spoil` can change its file unnoticed by the cache. */
+export function writeStamped(recipe) {
+  const path = writeFile('');
+  writeAt(path, packBytes(recipe));
+  return path;
+}
+
+/** Overwrites a file with as many other bytes and the same time: only a slot that holds the pack knows its rows. */
+export const spoil = (path, time) => writeAt(path, Buffer.alloc(readFileSync(path).length), time);
+
+/**
+ * Scene rows as the index holds them, [term, 11 fields], from "lang:term key kind detail priority, …". The language is
+ * "zh" by default, the kind "category", the detail empty and the priority 1; "-" is an empty text, "_" a blank.
+ */
+export const sceneRows = (text) => text.split(', ').map((row) => {
+  const [, lang = 'zh', rest] = /^(?:([a-z]+):)?(.*)$/s.exec(row);
+  const [term, key, kind = 'category', detail = '', priority = '1'] =
+    rest.split(' ').map((field) => (field === '-' ? '' : field.replaceAll('_', ' ')));
+  const weight = kind === 'category' || kind === 'detail' ? priority : '0';
+  const scene = [`${key} label`, `${key} archive`, `${key}-code`, `${key}-icon`, `${key} default`, priority];
+  return [term, key, detail, weight, kind, lang, ...scene];
+});
