@@ -1,13 +1,12 @@
 // inspectSemanticDelta and verifySemanticDeltaManifest: the expected pack, the pinned key, the signed text, and the
-// order in which they are asked.
+// order in which they are asked. vectors/ holds a manifest for each fault.
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
-import { generateKeyPairSync } from 'node:crypto';
 import { readFileSync } from 'node:fs';
 import { basename, join } from 'node:path';
 import { test } from 'node:test';
 
-import { buildManifest, developmentTrust, manifestText, signDetached } from '../tools/index.mjs';
+import { buildManifest, manifestText, signDetached } from '../tools/index.mjs';
 import { addon } from './support/addon.mjs';
 import { assertSame, thrownBy } from './support/outcome.mjs';
 import {
@@ -28,7 +27,7 @@ let goodManifest = '{"signature":""}';
 for (let i = 0; !/\+.*\/|\/.*\+/.test(JSON.parse(goodManifest).signature); ++i) {
   goodManifest = buildManifest({ packPath, modules: [i] });
 }
-const { modules, signature } = JSON.parse(goodManifest);
+const { signature } = JSON.parse(goodManifest);
 const [OK, CONTRACT] = ['no error', 'delta manifest contract is invalid'];
 const IDENTITY = 'delta manifest trust or identity check failed';
 const SIGNATURE = 'delta manifest Ed25519 signature verification failed';
@@ -61,8 +60,7 @@ test('inspectSemanticDelta: failures in order', () => {
     ['ids are UTF-8, where lone surrogates are one character', { baseRuleSetId: '\ud800', ruleSetId: '\udfff' }, equal],
     ['the kind, whatever the ids', { ...writePack(), ruleSetId: 'x' }, 'Error: semantic delta pack kind is not patch'],
     ['the base', { baseRuleSetId: 'Rules-1', ruleSetId: 'x' }, 'Error: semantic delta base rule-set id does not match'],
-    ['the id', { ruleSetId: 'Rules-2' }, 'Error: semantic delta rule-set id does not match'],
-    ['a load that fails without words', writePack(wordless()), 'Error: '],
+    ['the id, to the letter', { ruleSetId: 'Rules-2' }, 'Error: semantic delta rule-set id does not match'],
   ]) assert.equal(thrownBy(() => addon.inspectSemanticDelta({ ...good, ...changed })), expected, name);
 });
 
@@ -93,7 +91,6 @@ test('verifySemanticDeltaManifest: paths, files, fields, signature and pack, in 
   const manifestPath = writeManifest(goodManifest);
   const long = 'x'.repeat(4097);
   const inner = { manifestPath: writeFile(goodManifest, 'inner/manifest.json'), allowedRoot: join(root, 'inner') };
-  const signingKey = generateKeyPairSync('ed25519').privateKey;
   const raw = Buffer.from(signature, 'base64');
   const signedAs = (text, file) => altered('signature', `"${text.toString('base64')}"`, file);
   const nested = signDetached(manifestText({ ...JSON.parse(goodManifest), modules: '[["a"]' }));
@@ -109,24 +106,13 @@ test('verifySemanticDeltaManifest: paths, files, fields, signature and pack, in 
     ['an unreadable one', 'delta manifest cannot be read', '',
       { manifestPath: '/sys/kernel/uevent_seqnum', allowedRoot: '/sys' }],
     ['an empty one', 'delta manifest size is invalid', ''],
-    ['one of one byte', CONTRACT, ' '],
     ['one of 131072 bytes', OK, goodManifest.padEnd(131072)],
     ['one of 131073 bytes', 'delta manifest size is invalid', goodManifest.padEnd(131073)],
-    ['another order of keys, an extra one', OK, `{"extra":["x"],"signature":"${signature}",${goodManifest.slice(1)}`],
     ['no braces, bytes that are no text', OK, Buffer.from(`${goodManifest.slice(1, -1)}\0\xff`, 'latin1')],
-    ['the first of two keys counts', DIGEST, goodManifest.replace('{', '{"packBytes":1,')],
-    ['also if it is no array', CONTRACT, goodManifest.replace('{', '{"modules":"x",')],
     ['an array without an end', CONTRACT, `${goodManifest.replace(/"modules":[^,]*,/, '').slice(0, -1)},"modules":[}`],
-    ['another encoding', CONTRACT, altered('signatureEncoding', '"hex"')],
     ['equal ids', IDENTITY, buildManifest({ packPath, ruleSetId: 'rules-1' }), { ruleSetId: 'rules-1' }],
-    ['a key of one\'s own', IDENTITY, buildManifest({ packPath, signingKey })],
-    ['one that claims to be pinned', SIGNATURE, buildManifest({ packPath, signingKey, fields: developmentTrust })],
     // The signature covers the text rebuilt from the fields.
-    ['leading zeros are signed without', OK, altered('packBytes', `000${bytes.length}`)],
-    ['a blank and other bytes inside the brackets', OK, buildManifest({ packPath, modules: '[ "\\"\n\x01]' })],
-    ['a blank that was not signed', SIGNATURE, altered('modules', `[ ${modules}]`)],
     ['a nested array is cut at its first bracket', OK, signedAs(nested, altered('modules', '[["a"],"b"]'))],
-    ['one bit', SIGNATURE, signedAs(Buffer.from(raw.with(40, raw[40] ^ 1)))],
     ['63 bytes', SIGNATURE, signedAs(raw.subarray(1))],
     ['65 bytes', SIGNATURE, signedAs(Buffer.from([...raw, 0]))],
     ['no padding', SIGNATURE, signedAs(signature.slice(0, -2))],
@@ -138,11 +124,9 @@ test('verifySemanticDeltaManifest: paths, files, fields, signature and pack, in 
     ['a wrong one outside it', DIGEST, '', { ...inner, packPath: writeFile('x'.repeat(40), 'other/patch.klrx') }],
     ['a directory', 'rule-pack file is not a regular file', ...of(Buffer.alloc(40), join(root, 'inner'))],
     ['39 bytes', 'rule-pack file size is invalid', ...of(Buffer.alloc(39))],
-    ['no pack', 'rule-pack magic is invalid', ...of(Buffer.alloc(40))],
     ['another extension', 'rule-pack extension is invalid', ...of(bytes, writeFile(bytes, 'patch.zip'))],
     ['a load that fails without words', METADATA, ...of(packBytes(wordless(patch().metadata)))],
-    ...[{ kind: 'base' }, { baseRuleSetId: 'x' }, { ruleSetId: 'x' }].map((other) =>
-      [`other metadata: ${Object.keys(other)}`, METADATA, ...of(packBytes(patch(other)))]),
+    ['a patch to another rule set', METADATA, ...of(packBytes(patch({ ruleSetId: 'x' })))],
   ]) assert.equal(verify(text, changed), expected, name);
 
   // A process without a file descriptor left can't open files, which holds for the superuser too.
@@ -159,8 +143,8 @@ test('verifySemanticDeltaManifest: paths, files, fields, signature and pack, in 
 test('the rows in use are those that were signed', () => {
   const rows = (term) => ({ ...patch(), sections: { scene: [[term, 'x']] } });
   const path = writeStamped(rows('forged'));
-  const uses = (term) => addon.lookupBinaryIndexOverlay({ basePackPath: packPath, overlayPackPath: path, allowedRoot: root,
-    section: 'scene', term }).matches.length === 1;
+  const lookup = { basePackPath: packPath, overlayPackPath: path, allowedRoot: root, section: 'scene' };
+  const uses = (term) => addon.lookupBinaryIndexOverlay({ ...lookup, term }).matches.length === 1;
   assert.ok(uses('forged'));
   writeAt(path, packBytes(rows('signed')));
   assert.ok(uses('forged'), 'equal size and time');

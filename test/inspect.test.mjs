@@ -1,5 +1,5 @@
-// The way into a pack, layer by layer: path, file, header, metadata, seal, digest, payload, index. Every bad pack is
-// the good recipe with one step changed and sealed again, so that only its own layer can refuse it.
+// The way into a pack, layer by layer: path, file, header, metadata, seal, digest, payload, index. vectors/ holds a
+// pack for each fault; here stand limits, what several layers could refuse, and what no file can show by itself.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { chmodSync, mkdirSync, symlinkSync, truncateSync } from 'node:fs';
@@ -129,43 +129,31 @@ test('paths: confinement, extension, kind and size of the file', () => {
   assert.equal(said, 'semantic rule-pack file cannot be opened\n');
 });
 
-test('header, metadata, seal and digest', () => {
-  const metadata = (changed, rest) => packBytes({ payload: good, metadata: changed, ...rest });
+test('header and metadata', () => {
+  const metadata = (changed) => packBytes({ payload: good, metadata: changed });
   const goodText = buildMetadata(metadataFields(good));
   const text = (from, to) => packBytes({ payload: good, metadataText: goodText.replace(from, to) });
-  const flip = (at, bytes = goodPack) => bytes.with((at + bytes.length) % bytes.length, bytes.at(at) ^ 1);
   const [length] = goodPack.subarray(20);
-  const metadataLength = goodPack.readUInt16LE(6);
+  const zip = metadata({ compression: 'zip' });
   refuse('semantic rule-pack ', {
-    'magic is invalid': [patched(3, 0x78)],
     // The last has no ciphertext either.
-    'fixed header is invalid': [patched(4, 0, 0), patched(4, 2, 0), patched(4, 1, 1), patched(6, ...Array(18).fill(0))],
-    'length fields are invalid': [
-      patched(20, 0, 0, 0, 0).subarray(0, 40 + metadataLength), patched(20, 255, 255, 255, 255), patched(6, 255, 255),
-      patched(20, length + 1), patched(20, length - 1), Buffer.from([...goodPack, 0]), goodPack.subarray(0, -1),
-    ],
+    'fixed header is invalid': [patched(4, 0, 0), patched(4, 1, 1), patched(6, ...Array(18).fill(0))],
+    'length fields are invalid': [patched(6, 255, 255), patched(20, length + 1), patched(20, length - 1)],
     'metadata is invalid': [
       ...['schema', 'kind', 'keyId', 'ruleSetId', 'baseRuleSetId', 'payloadSha256', 'version'].flatMap((key) =>
         [metadata({ [key]: undefined }), text(`"${key}":`, `"${key}": `)]),
       ...['', 'a'.repeat(97), 'é'].flatMap((id) => [metadata({ ruleSetId: id }), metadata({ baseRuleSetId: id })]),
-      ...[{ schema: 'corvenda.semantic-rule-pack.v2' }, { kind: 'Base' }, { kind: 'overlay' }, { keyId: 'test-v2' },
-        { version: 0 }, { version: 2 }, { payloadSha256: 'a'.repeat(63) }, { payloadSha256: 'a'.repeat(65) },
-        { compression: 'zip', version: 2 }].map((changed) => metadata(changed)),
+      ...[{ kind: 'overlay' }, { version: 0 }, { payloadSha256: 'a'.repeat(65) }, { compression: 'zip', version: 2 }]
+        .map(metadata),
       text('{', '{"version":"1",'), // and a good one after it
     ],
     ok: [
       text('{', '{"note":"\\"kind\\":","kind":"base",'), text(/[{}]/g, ' '),
-      text(/$/, ' '.repeat(65535 - metadataLength)),
+      text(/$/, ' '.repeat(65535 - goodText.length)),
       ...['""', '1', ' "zip"', '"z\\u0069p"'].map((value) => text('{', `{"compression":${value},`)),
     ],
-    'compression is unsupported':
-      [metadata({ compression: 'LZ4-block-v1' }), flip(-1, metadata({ compression: 'zip' }))],
-    'authentication or decryption failed': [
-      ...[8, goodPack.indexOf('rules-1'), -17, -16, -1].map((at) => flip(at)), metadata({}, { keyId: 'release-v1' }),
-    ],
-    'payload digest is invalid': [
-      metadata({ payloadSha256: sha256Hex(good).toUpperCase() }), metadata({}, { stored: 'SRP2' }),
-    ],
+    // Before the seal, which is broken in the second.
+    'compression is unsupported': [metadata({ compression: 'LZ4-block-v1' }), zip.with(zip.length - 1, zip.at(-1) ^ 1)],
   });
 });
 
@@ -198,18 +186,13 @@ test('payload', () => {
   const index = (changed) => payload([{ ...indexDocument(), ...changed }]);
   const sha256 = Buffer.alloc(32);
   refuse('semantic rule-pack ', {
-    'payload magic is invalid': ['SRP1\x01\0\x01', 'SRP2\x01\0\x01\0'].map((bytes) =>
-      packBytes({ payload: Buffer.from(bytes) })),
-    'payload header is invalid': [{ payloadVersion: 2 }, { documentCount: 0 }, { documentCount: 513 }].map((options) =>
-      one({}, options)),
-    'document header is truncated': [one({}, { documentCount: 2 })],
-    'document descriptor is invalid': [{ type: 0 }, { type: 10 }, { encoding: 0 }, { encoding: 3 }, { name: '' },
-      { name: 'n'.repeat(129) }, { data: '' }].map((changed) => one(changed)),
+    'payload magic is invalid': [packBytes({ payload: Buffer.from('SRP1\x01\0\x01') })],
+    'payload header is invalid': [one({}, { documentCount: 513 })],
+    'document descriptor is invalid': [one({ type: 0 }), one({ encoding: 0 }), one({ name: '' })],
     'document bounds are invalid': [one({ name: 'a b', dataLength: 2 }), one({ dataLength: 0xffffffff })],
     'document name is invalid': [one({ name: 'a/b', sha256 })],
     'document digest is invalid': [index({ sha256 })],
-    'payload has trailing bytes': [payload([document(1), document(2)], { documentCount: 1 })],
-    ok: [one({ name: 'n'.repeat(128) }), payload([document(6)])], // a shard with encoding 1 is not parsed
+    ok: [one({ name: 'n'.repeat(128) })],
   });
   // A large payload is parsed while its digest is made, which still has the first word.
   const large = document(2, { data: Buffer.alloc(5 << 20) });
@@ -235,7 +218,6 @@ test('binary index', () => {
   const sections = (...list) => index({ sections: list, addMissing: false });
   const rows = [{ term: 'ab', fields: ['x'] }];
   const scene = (changed) => index({ sections: [{ type: 'scene', rows, ...changed }] });
-  const types = (...list) => sections(...list.map((type) => ({ type })));
   const body = (...bytes) => {
     const made = buildBinaryIndex();
     made.writeUInt32LE(1, 20);
@@ -244,16 +226,15 @@ test('binary index', () => {
   };
   refuse('semantic binary index ', {
     'magic is invalid': [raw(buildBinaryIndex().subarray(0, 15)), raw(Buffer.from('SIX2'.padEnd(16, '\0')))],
-    'header is invalid':
-      [{ version: 2 }, { sectionCount: 4 }, { sectionCount: 6 }, { sourceDocumentCount: 0 }].map(index),
+    'header is invalid': [index({ version: 2 }), index({ sectionCount: 4 }), index({ sectionCount: 6 })],
     'section header is truncated': [raw(buildBinaryIndex().subarray(0, -1))],
     'section header is invalid': [scene({ bodyLength: 0xffffffff }), sections({ type: 6, sectionFormat: 2 })],
-    'section type is invalid': [types(0), types(6), sections({ type: 1 }, { type: 1, rows: [{ term: '' }] })],
+    'section type is invalid': [sections({ type: 0 }), sections({ type: 6 }),
+      sections({ type: 1 }, { type: 1, rows: [{ term: '' }] })],
     'term is invalid': [scene({ termCount: 0xffffffff }), body(0, 0, 0, 0), body(1), body(3, 0, 97, 98)],
     'field header is invalid': [body(1, 0, 97), body(1, 0, 97, 0)],
     'field is invalid': [body(1, 0, 97, 1, 0, 0), body(1, 0, 97, 1, 0, 2, 0, 98), body(1, 0, 97, 0xff, 0xff, 0, 0)],
     'section has trailing bytes': [body(1, 0, 97, 0, 0, 0), scene({ termCount: 0 })],
-    'has trailing bytes': [types(1, 2, 3, 4, 5, 1)],
-    ok: [body(1, 0, 97, 0, 0), body(1, 0, 97, 1, 0, 0, 0), types(5, 4, 3, 2, 1)],
+    ok: [body(1, 0, 97, 0, 0), body(1, 0, 97, 1, 0, 0, 0)],
   });
 });
