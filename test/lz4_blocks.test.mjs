@@ -52,19 +52,6 @@ test('blocks by hand', () => {
   assert.equal(thrownBy(() => inspect(bytes('a'), bytes('\x20ab'))), DIGEST);
 });
 
-test('matches that overlap what they make are like bytes copied one by one', () => {
-  let [block, expected] = ['', ''];
-  for (let offset = 1; offset <= 40; offset += 1) {
-    for (const length of [4, 5, 18, 19, 20, 31, 33, 64, 100, 272, 273, 274, 1000]) {
-      const literals = String.fromCharCode(...Array.from({ length: offset }, (_, i) => 33 + (i * 7 + length) % 90));
-      block += sequence(literals, offset, length);
-      expected += literals;
-      for (let i = 0; i < length; i += 1) expected += expected.at(-offset);
-    }
-  }
-  assert.equal(thrownBy(() => inspect(bytes(expected), bytes(block))), DECODED);
-});
-
 test('a block cut off anywhere', () => {
   const block = `${sequence('0123456789abcdef', 16, 6)}${sequence('wxyz', 5, 277)}\x20pq`;
   // What each length from 1 on is: whole (.), or cut in its Literals, its Offset or the length of its Match.
