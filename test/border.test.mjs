@@ -36,9 +36,9 @@ const reads = {
   warmSemanticRulePack: '!packPath !allowedRoot ?overlayPackPath overlayAllowedRoot',
 };
 const values = {
-  ...pack, ...title, ...ids, ...overlay(patch), manifestPath: writeFile(buildManifest(pack)), basePackPath: pack.packPath,
-  section: 'scene', term: '火锅', mode: 'exact', cases: [title], sceneOverlay: {}, locationOverlay: {},
-  celebrityOverlay: [], sceneKey: 'food', alias: 'a', detail: 'd', overrideType: 'o',
+  ...pack, ...title, ...ids, ...overlay(patch), basePackPath: pack.packPath,
+  manifestPath: writeFile(buildManifest(pack)), section: 'scene', term: '火锅', mode: 'exact',
+  cases: [title], sceneOverlay: {}, locationOverlay: {}, celebrityOverlay: [], sceneKey: 'food', alias: 'a', detail: 'd', overrideType: 'o',
 };
 const functions = Object.entries(reads).map(([name, list]) => {
   const options = list.split(' ').map((word) => ({ mark: word.match(/^\W?/)[0], key: word.match(/\w+/)[0] }));
@@ -128,18 +128,16 @@ test('what a getter or a trap throws is what the caller sees', () => {
 test("the caller's code may call the addon for other packs, and change the list of cases", () => {
   const told = ({ sceneKey, locationCodes, celebrityHits }) =>
     (celebrityHits ? celebrityHits.map(({ id }) => id).join() : `${sceneKey}, ${locationCodes}`);
-  const expected = { resolveSceneIntentBatch: 'food a, JP a,JP c', resolveCelebrityBadgeBatch: 'lin a' };
+  const expected = { resolveSceneIntentBatch: 'food a, JP a,JP c', resolveCelebrityBadgeBatch: 'lin a,lin c' };
   for (const { name, options, good } of batches) {
-    const answers = (cases, more) => addon[name]({ ...good, cases, ...more }).results.map(told);
-    const answer = answers([title])[0];
-    const disturb = () => answers([title], { ...other, ...overlay(otherPatch) });
-    for (const { key } of options.slice(3).filter((option) => option.key !== 'locationOverlay')) {
+    const disturb = () => addon[name]({ ...good, ...other, ...overlay(otherPatch) });
+    for (const { key } of options.slice(3)) {
       const disturbing = Object.defineProperty({ ...good }, key, { get() { disturb(); return good[key]; } });
-      assert.equal(told(addon[name](disturbing).results[0]), answer, `${name} ${key}`);
+      assert.equal(told(addon[name](disturbing).results[0]), expected[name], `${name} ${key}`);
     }
     const cases = [{ get raw() { disturb(); cases.push(title); return title.raw; } }, title];
     const { count, results } = addon[name]({ ...good, cases });
-    assert.deepEqual([count, results.map(told)], [3, Array(3).fill(answer)]);
+    assert.deepEqual([count, results.map(told)], [3, Array(3).fill(expected[name])]);
   }
 });
 
