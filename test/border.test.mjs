@@ -37,8 +37,9 @@ const reads = {
 };
 const values = {
   ...pack, ...title, ...ids, ...overlay(patch), basePackPath: pack.packPath,
-  manifestPath: writeFile(buildManifest(pack)), section: 'scene', term: '火锅', mode: 'exact',
-  cases: [title], sceneOverlay: {}, locationOverlay: {}, celebrityOverlay: [], sceneKey: 'food', alias: 'a', detail: 'd', overrideType: 'o',
+  manifestPath: writeFile(buildManifest(pack)), section: 'scene', term: '火锅', mode: 'exact', sceneKey: 'food',
+  alias: 'a', detail: 'd', overrideType: 'o', cases: [title],
+  sceneOverlay: {}, locationOverlay: {}, celebrityOverlay: [],
 };
 const functions = Object.entries(reads).map(([name, list]) => {
   const options = list.split(' ').map((word) => ({ mark: word.match(/^\W?/)[0], key: word.match(/\w+/)[0] }));
