@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace corvenda {
@@ -35,6 +36,9 @@ struct WipingAllocator {
 
 /// For decrypted data and key material; whole files and payloads lie in a SecureBlock.
 using SecureBytes = std::vector<std::uint8_t, WipingAllocator<std::uint8_t>>;
+
+/// For text that is cut out of decrypted data.
+using SecureText = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
 
 using ByteSpan = std::span<const std::uint8_t>;
 

@@ -19,6 +19,9 @@ namespace {
 /// short rows move once while they are read.
 constexpr std::size_t kBytesOfShortRow = 24;
 
+/// Where a system counts address space as memory, a large payload must not ask for more ahead than 80 MB.
+constexpr std::size_t kMostRowsAhead = 4000000;
+
 /// The byte that joins the parts of an identity.
 constexpr char kIdentitySeparator = '\x1F';
 
@@ -229,12 +232,14 @@ bool readPayloadTable(SecureBlock payload, RulePack* pack, RecordTable* table, s
                           },
                           [table](const IndexRowSource& row) { addIndexRow(table, row); }};
   // Enough address space for most lexicons, so that entries need not move; what is never written takes no memory.
-  table->rows.reserve(payload.size / kBytesOfShortRow);
+  table->rows.reserve(std::min(payload.size / kBytesOfShortRow, kMostRowsAhead));
   table->payload = std::move(payload);
   PayloadDocuments documents;
   if (!parseRulePackPayload(bytesOf(table->payload), pack, error, &documents, &sink, digests)) return false;
   for (const RulePackDocument& document : documents.shards) {
     if (!readShard(document, table, error)) return false;
+    // Its rows were written anew, or nobody can ask for them.
+    if (sectionOfRows(document.name) != Section::kLocation) documents.unread.push_back(document.data);
   }
   *unread = std::move(documents.unread);
   finishTable(table);
@@ -334,8 +339,8 @@ IndexRecord recordAt(const RecordTable& table, std::uint32_t row, TextArena* are
   return record;
 }
 
-std::string recordIdentityKey(const IndexRecord& record) {
-  std::string key(record.term);
+SecureText recordIdentityKey(const IndexRecord& record) {
+  SecureText key(record.term);
   for (const std::string_view field : record.fields) {
     key += kIdentitySeparator;
     key += field;

@@ -137,6 +137,6 @@ using TextArena = std::deque<std::string>;
 IndexRecord recordAt(const RecordTable& table, std::uint32_t row, TextArena* arena);
 
 /// `term`, then 0x1F and the field for each field: two rows with one key are one row for the scene resolvers.
-std::string recordIdentityKey(const IndexRecord& record);
+SecureText recordIdentityKey(const IndexRecord& record);
 
 }  // namespace corvenda

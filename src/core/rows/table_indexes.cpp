@@ -36,7 +36,7 @@ bool isIdentity(const RecordTable& table, std::uint32_t row) { return table.rows
 
 // --- Repeated rows -------------------------------------------------------------------------------------------------
 
-std::string identityKeyAt(const RecordTable& table, std::uint32_t row) {
+SecureText identityKeyAt(const RecordTable& table, std::uint32_t row) {
   TextArena arena;
   return recordIdentityKey(recordAt(table, row, &arena));
 }
@@ -44,7 +44,8 @@ std::string identityKeyAt(const RecordTable& table, std::uint32_t row) {
 /// Among rows with one term, finds those that repeat an earlier one.
 void collectRepeated(const RecordTable& table, const std::vector<std::uint32_t>& rows,
                      std::vector<std::uint32_t>* repeated) {
-  std::vector<std::pair<std::string, std::uint32_t>> keys;
+  using Key = std::pair<SecureText, std::uint32_t>;
+  std::vector<Key, WipingAllocator<Key>> keys;
   keys.reserve(rows.size());
   for (const std::uint32_t row : rows) keys.emplace_back(identityKeyAt(table, row), row);
   std::sort(keys.begin(), keys.end());

@@ -8,7 +8,7 @@
 namespace corvenda {
 namespace {
 
-std::string identityOf(const RecordTable& table, std::uint32_t number) {
+SecureText identityOf(const RecordTable& table, std::uint32_t number) {
   TextArena arena;
   return recordIdentityKey(recordAt(table, number, &arena));
 }

@@ -32,7 +32,7 @@ struct SceneCandidates {
   std::vector<SceneCandidate> rows;
   std::deque<SceneRow> implied;  ///< candidates point to them, so they must not move
   /// Identities of all rows taken so far. Empty until they have to be compared, see needsIdentities.
-  std::unordered_set<std::string, KeyedHash> seenRows;
+  std::unordered_set<SecureText, KeyedHash> seenRows;
 };
 
 /// The row of a candidate.
