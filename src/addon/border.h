@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <node_api.h>
 
@@ -84,6 +85,9 @@ std::uint32_t arrayLength(napi_env env, napi_value array);
 
 /// The text of a string value, as UTF-8. A lone surrogate becomes U+FFFD.
 std::string readString(napi_env env, napi_value value);
+
+/// What `function` gives for the arguments. Null, with the exception pending, if it throws.
+napi_value callFunction(napi_env env, napi_value function, const std::vector<napi_value>& arguments);
 
 // --- Making --------------------------------------------------------------------------------------------------------
 // Null, with an exception pending, if the value can't be made.

@@ -2,14 +2,19 @@
 
 namespace corvenda {
 
+bool failMissing(const char* name, Failure* failure) {
+  return failAs(failure, ErrorKind::kTypeError, std::string("semantic native option is missing: ") + name);
+}
+
+bool failEmpty(const char* name, Failure* failure) {
+  return failAs(failure, ErrorKind::kTypeError, std::string("semantic native option is empty: ") + name);
+}
+
 bool requireStringOption(napi_env env, napi_value options, const char* name, std::string* out, Failure* failure) {
   const napi_value value = getProperty(env, options, name);
-  if (!isString(env, value)) {
-    return failAs(failure, ErrorKind::kTypeError, std::string("semantic native option is missing: ") + name);
-  }
+  if (!isString(env, value)) return failMissing(name, failure);
   *out = readString(env, value);
-  return !out->empty() ||
-         failAs(failure, ErrorKind::kTypeError, std::string("semantic native option is empty: ") + name);
+  return !out->empty() || failEmpty(name, failure);
 }
 
 std::string readStringOrEmpty(napi_env env, napi_value object, const char* name) {
@@ -20,7 +25,7 @@ std::string readStringOrEmpty(napi_env env, napi_value object, const char* name)
 bool readNormalizedEnglish(napi_env env, napi_value options, std::string* out, Failure* failure) {
   if (!hasProperty(env, options, "normalizedEnglish")) return true;
   const napi_value value = getProperty(env, options, "normalizedEnglish");
-  if (!isString(env, value)) return failAs(failure, ErrorKind::kTypeError, "normalizedEnglish must be a string");
+  if (!isString(env, value)) return failAs(failure, ErrorKind::kTypeError, kEnglishMessage);
   *out = readString(env, value);
   return true;
 }

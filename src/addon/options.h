@@ -10,6 +10,10 @@
 
 namespace corvenda {
 
+/// What is said of a required option that is no string, and of one that is empty.
+bool failMissing(const char* name, Failure* failure);
+bool failEmpty(const char* name, Failure* failure);
+
 /// Reads a required option. Errors: "semantic native option is missing: NAME" for whatever is not a string,
 /// "semantic native option is empty: NAME". Blanks are accepted.
 bool requireStringOption(napi_env env, napi_value options, const char* name, std::string* out, Failure* failure);
@@ -19,6 +23,7 @@ std::string readStringOrEmpty(napi_env env, napi_value object, const char* name)
 
 /// Reads "normalizedEnglish": empty if there is no such property. A property that is there must be a string, so that a
 /// present undefined is an error: "normalizedEnglish must be a string".
+constexpr std::string_view kEnglishMessage = "normalizedEnglish must be a string";
 bool readNormalizedEnglish(napi_env env, napi_value options, std::string* out, Failure* failure);
 
 /// Reads "cases". Error: "cases must be an array".

@@ -1,62 +1,85 @@
 #include "addon/result.h"
 
-#include <charconv>
+#include <algorithm>
+
+#include "addon/environment.h"
 
 namespace corvenda {
 namespace {
 
-/// What an assignment to a new property of an ordinary object would make it.
-constexpr auto kDataProperty =
-    static_cast<napi_property_attributes>(napi_writable | napi_enumerable | napi_configurable);
+/// From here on the function pays for its call, and soon for being compiled.
+constexpr std::size_t kWorthScript = 4;
 
-void defineRows(ObjectRows* out) {
-  out->failed =
-      out->failed || !settled(out->env, napi_define_properties(out->env, out->object, out->rowCount, out->rows.data()));
-  out->rowCount = 0;
+/// A part is made when it has so many records, or before, when so much has gathered: the memory that a long list takes
+/// on its way stays small.
+constexpr std::size_t kPartRecords = 256;
+constexpr std::size_t kPartIntegers = 65536;
+constexpr std::size_t kPartBytes = std::size_t{4} << 20U;
+
+bool setLength(napi_env env, napi_value array, std::size_t length) {
+  const napi_value value = makeNumber(env, length);
+  return value != nullptr && settled(env, napi_set_named_property(env, array, "length", value));
 }
 
 }  // namespace
 
-ObjectRows beginObject(napi_env env, napi_value lastList) {
-  ObjectRows out;
-  out.env = env;
-  out.lastList = lastList;
-  out.failed = !settled(env, napi_create_object(env, &out.object));
-  return out;
+ResultList beginList(napi_env env, std::size_t length, std::string (*script)()) {
+  ResultList list;
+  list.env = env;
+  list.length = length;
+  if (length >= kWorthScript) list.makeObjects = compiledFunction(env, script);
+  if (list.makeObjects == nullptr) {
+    list.array = makeArray(env);
+    return list;
+  }
+  list.array = makeFilledArray(env, length);
+  list.stream = std::make_unique<RecordStream>();
+  list.stream->texts = makeTextTable(env, length);
+  return list;
 }
 
-void addRow(ObjectRows* out, const char* name, napi_value value) {
-  out->failed = out->failed || value == nullptr;
-  if (out->failed) return;
-  if (out->rowCount == out->rows.size()) defineRows(out);
-  napi_property_descriptor& row = out->rows[out->rowCount++];
-  row = {};
-  row.utf8name = name;
-  row.value = value;
-  row.attributes = kDataProperty;
+void expectTextsOf(ResultList* list, const RecordTable& rows) {
+  if (list->stream == nullptr) return;
+  for (const ByteSpan bytes : {bytesOf(rows.payload), ByteSpan(rows.written)}) {
+    if (!bytes.empty())
+      list->stream->texts.lasting.emplace_back(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  }
 }
 
-napi_value finishObject(ObjectRows* out) {
-  defineRows(out);
-  return out->failed ? nullptr : out->object;
+bool countRecord(ResultList* list) {
+  RecordStream& stream = *list->stream;
+  numberTexts(&stream.texts, &stream.unnumbered, &stream.integers);
+  const bool enough = ++list->count - list->finished >= kPartRecords || stream.integers.size() >= kPartIntegers ||
+                      stream.texts.copiedBytes >= kPartBytes;
+  return !enough || flushList(list);
 }
 
-bool defineElement(napi_env env, napi_value array, std::size_t position, napi_value value) {
-  if (value == nullptr) return false;
-  // Node-API sets elements by number but defines them by name only.
-  std::array<char, 24> name{};
-  std::to_chars(name.data(), name.data() + name.size(), position);
-  napi_property_descriptor row{};
-  row.utf8name = name.data();
-  row.value = value;
-  row.attributes = kDataProperty;
-  return settled(env, napi_define_properties(env, array, 1, &row));
+bool flushList(ResultList* list) {
+  if (list->finished == list->count || list->stream == nullptr) return true;
+  RecordStream& stream = *list->stream;
+  if (!storeFreshStrings(&stream.texts)) return false;
+  const napi_value integers = shareIntegers(list->env, stream.integers);
+  const napi_value numbers = shareNumbers(list->env, stream.numbers);
+  const HandleScope scope(list->env);
+  if (integers == nullptr || numbers == nullptr ||
+      callFunction(list->env, list->makeObjects,
+                   {list->array, makeNumber(list->env, list->finished), makeNumber(list->env, list->count), integers,
+                    numbers, stream.texts.chunks}) == nullptr) {
+    return false;
+  }
+  list->finished = list->count;
+  stream.integers.clear();
+  stream.numbers.clear();
+  forgetTexts(&stream.texts);
+  return true;
 }
 
-napi_value makeArray(napi_env env) {
-  napi_value array = nullptr;
-  settled(env, napi_create_array(env, &array));
-  return array;
+napi_value finishList(ResultList* list, std::size_t length) {
+  if (list->array == nullptr || !flushList(list)) return nullptr;
+  const std::size_t made = list->stream == nullptr ? list->count : std::max(list->length, list->count);
+  if (made > list->count && !setLength(list->env, list->array, list->count)) return nullptr;
+  if (length > list->count && !setLength(list->env, list->array, length)) return nullptr;
+  return list->array;
 }
 
 }  // namespace corvenda

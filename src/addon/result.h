@@ -9,126 +9,100 @@
 //       put(out, "count", group.count);
 //     }
 //
+// `putConstant` is for a value that is the same in each record: a flag, or a text without quotation marks.
+//
 // The type of a value decides what it becomes: flags, numbers and texts themselves; a record an object; a vector an
-// array; an empty optional or a null pointer null; what is a JavaScript value already stays as it is.
+// array; an empty optional or a null pointer null; what is a JavaScript value already stays as it is. `putLastList`
+// names the very array that was made last, here or in the object around this one: JavaScript sees one array twice.
 //
 // Properties and elements are defined, never set: own, writable, enumerable and configurable, whatever somebody put on
 // Object.prototype or Array.prototype. So nothing of the caller's runs while a result is made. The first step that
 // fails ends the making and leaves its exception pending; JavaScript then sees that exception and never the value.
+//
+// A single record is made directly (object_rows.h), and so are the records of a short list. Those of a longer list are
+// made by a JavaScript function (record_stream.h): the same objects at a small part of the price. Such a record needs a
+// default form that can be described, since the function is written from it; what it holds doesn't matter, but
+// whether `describe` names a property must not depend on it.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <optional>
+#include <memory>
 #include <string>
-#include <string_view>
-#include <type_traits>
 #include <vector>
 
-#include "addon/border.h"
+#include "addon/object_rows.h"
+#include "addon/record_stream.h"
+#include "rows/record_table.h"
 
 namespace corvenda {
 
-/// An object that is being made, and the properties that it doesn't have yet.
-struct ObjectRows {
-  napi_env env;
-  napi_value object = nullptr;
-  std::array<napi_property_descriptor, 16> rows;  ///< defined together: one call for the usual object
-  std::size_t rowCount = 0;
-  bool failed = false;
-  napi_value lastList = nullptr;  ///< made last, here or in the object around this one
+/// A list that is made record by record, all of one type.
+struct ResultList {
+  napi_env env = nullptr;
+  napi_value array = nullptr;
+  std::size_t length = 0;                ///< as it was foreseen
+  std::size_t count = 0;                 ///< records so far
+  std::size_t finished = 0;              ///< of these, how many are in the array
+  napi_value makeObjects = nullptr;      ///< null for the direct way
+  std::unique_ptr<RecordStream> stream;  ///< null for the direct way
 };
 
-/// A new object whose properties are still to come.
-ObjectRows beginObject(napi_env env, napi_value lastList);
+/// A list that is foreseen to have `length` records, of which the script makes objects. The strings of the records live
+/// as long as the handle scope in which `append` is called.
+ResultList beginList(napi_env env, std::size_t length, std::string (*script)());
 
-/// Appends a property. A null handle is a value that could not be made, and ends the making. `name` has to stay until
-/// the object is finished.
-void addRow(ObjectRows* out, const char* name, napi_value value);
+/// Says that texts of these rows are to be expected. The rows must outlive the list.
+void expectTextsOf(ResultList* list, const RecordTable& rows);
 
-/// The finished object; null, with an exception pending, if a step failed.
-napi_value finishObject(ObjectRows* out);
+/// Counts the record that was just written to the stream, and makes what has gathered when it is enough. False if a
+/// step failed.
+bool countRecord(ResultList* list);
 
-/// Defines the element at `position`. False if that failed or there is no value.
-bool defineElement(napi_env env, napi_value array, std::size_t position, napi_value value);
+/// Makes what has gathered.
+bool flushList(ResultList* list);
 
-napi_value makeArray(napi_env env);
-
-// --- From C++ types to JavaScript values ---------------------------------------------------------------------------
-
-template <typename Value>
-constexpr bool isText = std::is_convertible_v<const Value&, std::string_view>;
-
-template <typename Value>
-constexpr bool isList = false;
-template <typename Item>
-constexpr bool isList<std::vector<Item>> = true;
-
-/// What may be null: everything that is asked with `value != nullptr` or as a condition.
-template <typename Value>
-constexpr bool isNullable = std::is_pointer_v<Value>;
-template <typename Value>
-constexpr bool isNullable<std::optional<Value>> = true;
-
-template <typename Value>
-napi_value makeValue(napi_env env, const Value& value, napi_value lastList = nullptr);
-
-/// An object with the properties that the record's `describe` names.
+/// Appends a record. False, with an exception pending, if a step failed.
 template <typename Record>
-napi_value makeObject(napi_env env, const Record& record, napi_value lastList = nullptr) {
-  ObjectRows out = beginObject(env, lastList);
-  describe(out, record);
-  return finishObject(&out);
-}
-
-/// An array of the items. Each has a handle scope of its own, so that a long list doesn't keep a handle for every value
-/// in it.
-template <typename Item>
-napi_value makeList(napi_env env, const std::vector<Item>& items) {
-  const napi_value array = makeArray(env);
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    const HandleScope scope(env);
-    if (!defineElement(env, array, i, makeValue(env, items[i]))) return nullptr;
+bool append(ResultList* list, const Record& record) {
+  if (list->stream != nullptr && list->count < list->length) {
+    write(*list->stream, record);
+    return countRecord(list);
   }
-  return array;
+  const HandleScope scope(list->env);
+  if (!flushList(list) || !defineElement(list->env, list->array, list->count, makeObject(list->env, record))) {
+    return false;
+  }
+  list->finished = ++list->count;
+  return true;
 }
 
-template <typename Value>
-napi_value makeValue(napi_env env, const Value& value, napi_value lastList) {
-  if constexpr (std::is_same_v<Value, napi_value>) {
-    return value;
-  } else if constexpr (isText<Value>) {
-    return makeText(env, value);
-  } else if constexpr (std::is_same_v<Value, bool>) {
-    return makeBoolean(env, value);
-  } else if constexpr (std::is_arithmetic_v<Value>) {
-    return makeNumber(env, value);
-  } else if constexpr (isNullable<Value>) {
-    return value ? makeValue(env, *value, lastList) : makeNull(env);
-  } else if constexpr (isList<Value>) {
-    return makeList(env, value);
+/// The array. It is at least `length` elements long; those after the last record are missing. Null, with an exception
+/// pending, if a step failed.
+napi_value finishList(ResultList* list, std::size_t length);
+
+template <typename List>
+napi_value makeList(napi_env env, const List& items) {
+  using Item = Content<List>;
+  if constexpr (isRecord<Item>) {
+    ResultList list = beginList(env, items.size(), readingScript<Item>);
+    for (const Item& item : items) {
+      if (!append(&list, item)) return nullptr;
+    }
+    return finishList(&list, 0);
   } else {
-    return makeObject(env, value, lastList);
+    const napi_value array = makeArray(env);
+    for (std::size_t i = 0; i < items.size(); ++i) {
+      const HandleScope scope(env);
+      if (!defineElement(env, array, i, makeValue(env, items[i]))) return nullptr;
+    }
+    return array;
   }
 }
-
-/// Appends a property with what the value becomes.
-template <typename Value>
-void put(ObjectRows& out, const char* name, const Value& value) {
-  if (out.failed) return;
-  const napi_value handle = makeValue(out.env, value, out.lastList);
-  if constexpr (isList<Value>) out.lastList = handle;
-  addRow(&out, name, handle);
-}
-
-/// Appends the very array that was made last, here or in the object around this one: JavaScript sees one array twice.
-inline void putLastList(ObjectRows& out, const char* name) { addRow(&out, name, out.lastList); }
 
 /// Counts by name, in the order of the names' bytes.
-template <typename Out>
-void describe(Out& out, const std::map<std::string, std::uint32_t>& counts) {
+inline void describe(ObjectRows& out, const std::map<std::string, std::uint32_t>& counts) {
   for (const auto& [name, count] : counts) put(out, name.c_str(), count);
 }
 

@@ -12,8 +12,8 @@ struct WorkflowAnswer {
 
 template <typename Out>
 void describe(Out& out, const WorkflowAnswer& answer) {
-  put(out, "ok", true);
-  put(out, "policyContract", "native-workflow-v1");
+  putConstant(out, "ok", true);
+  putConstant(out, "policyContract", "native-workflow-v1");
   put(out, "suppressed", answer.decision.suppressed);
   put(out, "sceneKey", answer.title.sceneKey);
   put(out, "alias", answer.title.alias);

@@ -28,8 +28,8 @@ void describe(Out& out, const FacetGroup& group) {
 
 template <typename Out>
 void describe(Out& out, const SemanticFacets& facets) {
-  put(out, "ok", true);
-  put(out, "facetContract", "native-facet-v1");
+  putConstant(out, "ok", true);
+  putConstant(out, "facetContract", "native-facet-v1");
   put(out, "hits", facets.hits);
   put(out, "groups", facets.groups);
 }

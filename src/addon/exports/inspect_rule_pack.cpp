@@ -12,7 +12,7 @@ struct PackInspection {
 template <typename Out>
 void describe(Out& out, const PackInspection& inspection) {
   const RulePackMetadata& metadata = inspection.pack->metadata;
-  put(out, "ok", true);
+  putConstant(out, "ok", true);
   put(out, "schema", metadata.schema);
   put(out, "kind", metadata.kind);
   put(out, "ruleSetId", metadata.ruleSetId);

@@ -12,8 +12,8 @@ struct DeltaInspection {
 template <typename Out>
 void describe(Out& out, const DeltaInspection& inspection) {
   const RulePackMetadata& metadata = inspection.pack->metadata;
-  put(out, "ok", true);
-  put(out, "contract", "native-semantic-delta-v1");
+  putConstant(out, "ok", true);
+  putConstant(out, "contract", "native-semantic-delta-v1");
   put(out, "kind", metadata.kind);
   put(out, "baseRuleSetId", metadata.baseRuleSetId);
   put(out, "ruleSetId", metadata.ruleSetId);

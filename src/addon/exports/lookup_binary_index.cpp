@@ -59,12 +59,12 @@ void describe(Out& out, const LookupCandidate& candidate) {
 
 template <typename Out>
 void describe(Out& out, const LookupAnswer& answer) {
-  put(out, "ok", true);
+  putConstant(out, "ok", true);
   put(out, "section", answer.options.sectionName);
   put(out, "term", answer.options.term);
   put(out, "mode", answer.options.mode);
   put(out, "matches", answer.matches);
-  put(out, "scoreContract", "native-candidate-v1");
+  putConstant(out, "scoreContract", "native-candidate-v1");
   put(out, "sceneCandidates", answer.candidates);
 }
 

@@ -65,12 +65,12 @@ void describe(Out& out, const OverlayMatch& match) {
 
 template <typename Out>
 void describe(Out& out, const OverlayLookupAnswer& answer) {
-  put(out, "ok", true);
-  put(out, "contract", "native-semantic-overlay-lookup-v1");
+  putConstant(out, "ok", true);
+  putConstant(out, "contract", "native-semantic-overlay-lookup-v1");
   put(out, "section", answer.options.sectionName);
   put(out, "term", answer.options.term);
   put(out, "mode", answer.options.mode);
-  put(out, "overlayFirst", true);
+  putConstant(out, "overlayFirst", true);
   put(out, "overlayRuleSetId", answer.packs.overlay->pack.metadata.ruleSetId);
   // The base pack's own id, not what the patch says that it was made for.
   put(out, "baseRuleSetId", answer.packs.base->pack.metadata.ruleSetId);

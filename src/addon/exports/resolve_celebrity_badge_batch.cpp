@@ -4,6 +4,7 @@
 #include "addon/exports/exports.h"
 #include "addon/options.h"
 #include "addon/result.h"
+#include "addon/title_reader.h"
 #include "cache/rule_pack_loader.h"
 #include "celebrity/celebrity_badges.h"
 #include "text/text_primitives.h"
@@ -35,22 +36,6 @@ bool readOptions(napi_env env, napi_value object, CelebrityOptions* options, Fai
          failAs(failure, ErrorKind::kTypeError, "overlayAllowedRoot is required with overlayPackPath");
 }
 
-/// A title as the caller gives it.
-struct CelebrityTitle {
-  std::string raw;
-  std::string english;
-  bool photo = false;
-};
-
-CelebrityTitle readTitle(napi_env env, napi_value element) {
-  if (!isPlainObject(env, element)) return {};
-  CelebrityTitle title;
-  title.raw = readStringOrEmpty(env, element, "raw");
-  title.english = readStringOrEmpty(env, element, "normalizedEnglish");
-  title.photo = readStringOrEmpty(env, element, "mediaType") == "photo";
-  return title;
-}
-
 }  // namespace
 
 /// A person as a result shows them; the texts belong to the row.
@@ -62,13 +47,15 @@ struct CelebrityHit {
   std::string_view photoKey;
   std::string_view alias;
   std::size_t index = 0;
-  std::vector<std::string_view> tags;
+  std::size_t tagCount = 0;
+  std::span<const std::string_view> tags;
 };
 
-/// What one title was resolved to.
+/// What one title was resolved to. Kept from title to title for its memory.
 struct CelebrityCase {
   bool photo = false;
   std::vector<CelebrityHit> hits;
+  std::vector<std::string_view> tags;  ///< of all hits
   CelebrityBadge badge;
 };
 
@@ -81,7 +68,7 @@ void describe(Out& out, const CelebrityHit& hit) {
   put(out, "photoKey", hit.photoKey);
   put(out, "alias", hit.alias);
   put(out, "type", isPlainPhrase(hit.alias) ? "en" : "zh");
-  put(out, "sourceKind", "alias");
+  putConstant(out, "sourceKind", "alias");
   put(out, "index", hit.index);
   put(out, "len", hit.alias.size());
   put(out, "tags", hit.tags);
@@ -97,7 +84,7 @@ void describe(Out& out, const BadgeCandidate& candidate) {
 template <typename Out>
 void describe(Out& out, const CelebrityCase& title) {
   const CelebrityHit* primary = title.hits.empty() ? nullptr : &title.hits.front();
-  put(out, "ok", true);
+  putConstant(out, "ok", true);
   put(out, "mediaType", title.photo ? "photo" : "video");
   put(out, "celebrityHits", title.hits);
   put(out, "primaryCelebrity", primary);  // an object of its own: a caller may change one and keep the other
@@ -107,7 +94,7 @@ void describe(Out& out, const CelebrityCase& title) {
   put(out, "secondaryMediumFallbackLabel", title.badge.mediumFallbackLabel);
   put(out, "secondaryFallbackLabel", title.badge.fallbackLabel);
   put(out, "secondaryLabel", title.badge.rawLabel);
-  put(out, "secondaryUsedMediumFallback", false);
+  putConstant(out, "secondaryUsedMediumFallback", false);
   put(out, "secondaryCandidates", title.badge.candidates);
   put(out, "secondaryConfidence", title.badge.confidence);
   put(out, "secondaryConfidenceLevel", title.badge.confidenceLevel);
@@ -120,61 +107,87 @@ struct CelebrityBatch {
 
 template <typename Out>
 void describe(Out& out, const CelebrityBatch& batch) {
-  put(out, "ok", true);
+  putConstant(out, "ok", true);
   put(out, "count", batch.count);
   put(out, "results", batch.results);
 }
 
 namespace {
 
-std::vector<std::string_view> splitTags(std::string_view joined) {
-  std::vector<std::string_view> tags;
+/// Appends the tags, and gives how many there are.
+std::size_t splitTags(std::string_view joined, std::vector<std::string_view>* tags) {
+  const std::size_t before = tags->size();
   for (std::size_t begin = 0; begin < joined.size();) {
     const std::size_t end = std::min(joined.find(kTagSeparator, begin), joined.size());
-    if (end > begin) tags.push_back(joined.substr(begin, end - begin));
+    if (end > begin) tags->push_back(joined.substr(begin, end - begin));
     begin = end + 1;
   }
-  return tags;
+  return tags->size() - before;
 }
 
-CelebrityHit makeHit(const CelebrityRow& row, std::size_t index) {
-  return {row.id, row.name, row.region, row.kind, row.photoKey, row.term, index, splitTags(row.tags)};
+void fillHits(const std::vector<CelebrityRow>& people, CelebrityCase* result) {
+  result->hits.clear();
+  result->tags.clear();
+  for (const CelebrityRow& row : people) {
+    result->hits.push_back({row.id,
+                            row.name,
+                            row.region,
+                            row.kind,
+                            row.photoKey,
+                            row.term,
+                            result->hits.size(),
+                            splitTags(row.tags, &result->tags),
+                            {}});
+  }
+  // Now that the tags stay where they are.
+  const std::string_view* tags = result->tags.data();
+  for (CelebrityHit& hit : result->hits) {
+    hit.tags = {tags, hit.tagCount};
+    tags += hit.tagCount;
+  }
 }
 
-CelebrityCase resolveCase(const TitleTexts& title, bool photo, const std::vector<const RecordTable*>& overlays,
-                          const RecordTable* pack) {
-  CelebrityCase result;
-  result.photo = photo;
+void resolveCase(const TitleTexts& title, bool photo, const std::vector<const RecordTable*>& overlays,
+                 const RecordTable* pack, CelebrityCase* result) {
   const std::vector<CelebrityRow> people = findCelebrities(title, overlays, pack);
-  for (const CelebrityRow& row : people) result.hits.push_back(makeHit(row, result.hits.size()));
-  if (!people.empty()) result.badge = proposeCelebrityBadge(people.front(), title, photo);
-  return result;
+  result->photo = photo;
+  fillHits(people, result);
+  result->badge = people.empty() ? CelebrityBadge() : proposeCelebrityBadge(people.front(), title, photo);
 }
+
+/// Titles that are read, resolved and made objects of at a time.
+constexpr std::size_t kPart = 256;
 
 /// The results of all cases; null after a refused pack or a failed step. Reading a case runs the caller's code, so
 /// nothing is locked here.
-napi_value resolveCases(napi_env env, const CelebrityOptions& options, const std::vector<const RecordTable*>& overlays,
-                        Failure* failure) {
-  const napi_value results = makeArray(env);
-  // Loaded for the first title that isn't blank, and kept for the call.
+napi_value makeResults(napi_env env, const CelebrityOptions& options, const std::vector<const RecordTable*>& overlays,
+                       Failure* failure) {
+  const std::uint32_t length = arrayLength(env, options.cases);
+  TitleReader reader = beginTitles(env, options.cases, CaseKind::kPerson, length);
+  ResultList results = beginList(env, length, readingScript<CelebrityCase>);
+  for (const RecordTable* rows : overlays) expectTextsOf(&results, *rows);
+  // Loaded for the first title that isn't blank, before another case is read, and kept for the call.
   std::shared_ptr<const LoadedPack> pack;
   TitleTexts title;
-  for (std::uint32_t i = 0; i < arrayLength(env, options.cases); ++i) {
-    const HandleScope scope(env);
-    napi_value element = nullptr;
-    if (!settled(env, napi_get_element(env, options.cases, i, &element))) return nullptr;
-    const CelebrityTitle read = readTitle(env, element);
-    fillTitle(read.raw, read.english, &title);
-    if (pack == nullptr && !isBlankTitle(title) &&
-        !RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &pack, failure)) {
-      return nullptr;
+  CelebrityCase result;
+  do {
+    if (!readTitles(&reader, pack == nullptr ? 1 : kPart, failure)) return nullptr;
+    for (std::size_t i = 0; i < reader.count; ++i) {
+      fillTitle(reader.titles[i].raw, reader.titles[i].english, &title);
+      if (pack == nullptr && !isBlankTitle(title)) {
+        if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &pack, failure)) {
+          return nullptr;
+        }
+        expectTextsOf(&results, pack->table);
+      }
+      // Only now: a getter that throws doesn't keep the pack from being loaded.
+      if (isExceptionPending(env)) return nullptr;
+      const RecordTable* const table = pack == nullptr ? nullptr : &pack->table;
+      resolveCase(title, reader.titles[i].photo, overlays, table, &result);
+      if (!append(&results, result)) return nullptr;
     }
-    // Only now: a getter that throws doesn't keep the pack from being loaded.
-    if (isExceptionPending(env)) return nullptr;
-    const CelebrityCase result = resolveCase(title, read.photo, overlays, pack == nullptr ? nullptr : &pack->table);
-    if (!defineElement(env, results, i, makeObject(env, result))) return nullptr;
-  }
-  return results;
+  } while (reader.count > 0);
+  return finishList(&results, 0);
 }
 
 }  // namespace
@@ -193,7 +206,7 @@ napi_value exports::resolveCelebrityBadgeBatch(napi_env env, napi_value object, 
     }
     overlays.push_back(&overlayPack->table);
   }
-  const napi_value results = resolveCases(env, options, overlays, failure);
+  const napi_value results = makeResults(env, options, overlays, failure);
   return makeObject(env, CelebrityBatch{arrayLength(env, options.cases), results});
 }
 

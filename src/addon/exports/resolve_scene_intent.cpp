@@ -12,8 +12,8 @@ struct SceneIntent {
 
 template <typename Out>
 void describe(Out& out, const SceneIntent& intent) {
-  put(out, "ok", true);
-  put(out, "sceneContract", kSceneContract);
+  putConstant(out, "ok", true);
+  putConstant(out, "sceneContract", kSceneContract);
   describe(out, intent.answer);
 }
 

@@ -1,9 +1,8 @@
-#include <algorithm>
-
 #include "addon/caller_overlays.h"
 #include "addon/exports/exports.h"
 #include "addon/options.h"
 #include "addon/shared_descriptions.h"
+#include "addon/title_reader.h"
 #include "batch/scene_intent_batch.h"
 
 namespace corvenda {
@@ -57,25 +56,6 @@ bool openLexicon(napi_env env, napi_value object, const BatchOptions& options, B
   return openBatchLexicon(options.packPath, options.allowedRoot, caller, lexicon, failure);
 }
 
-/// A title as the caller gives it, and what it was resolved to.
-struct BatchCase {
-  std::string raw;
-  std::string english;
-  TitleTexts title;
-  BatchAnswer answer;
-};
-
-bool readCase(napi_env env, napi_value element, BatchCase* read, Failure* failure) {
-  if (!isPlainObject(env, element)) return failAs(failure, ErrorKind::kTypeError, "each batch case must be an object");
-  read->english.clear();
-  if (!requireStringOption(env, element, "raw", &read->raw, failure) ||
-      !readNormalizedEnglish(env, element, &read->english, failure)) {
-    return false;
-  }
-  fillTitle(read->raw, read->english, &read->title);
-  return true;
-}
-
 }  // namespace
 
 /// The place of the primary code.
@@ -111,8 +91,8 @@ void describe(Out& out, const LocationMeta& meta) {
 
 template <typename Out>
 void describe(Out& out, const BatchAnswer& answer) {
-  put(out, "ok", true);
-  put(out, "sceneContract", kSceneContract);
+  putConstant(out, "ok", true);
+  putConstant(out, "sceneContract", kSceneContract);
   put(out, "locationCodes", answer.location.codes);
   put(out, "locationMeta", answer.location.meta);
   describe(out, answer.scene);
@@ -125,48 +105,34 @@ struct BatchResult {
 
 template <typename Out>
 void describe(Out& out, const BatchResult& batch) {
-  put(out, "ok", true);
-  put(out, "sceneContract", kSceneContract);
+  putConstant(out, "ok", true);
+  putConstant(out, "sceneContract", kSceneContract);
   put(out, "count", batch.count);
   put(out, "results", batch.results);
 }
 
 namespace {
 
-/// Titles that are read, resolved and made objects of at a time: few enough that what they hold stays small, and that
-/// a worker which is terminated meanwhile ends within a millisecond or two.
-constexpr std::uint32_t kPart = 256;
-
-/// Reads cases from `begin` on, as many as there are places. The length is read anew for each, since a getter may
-/// change it; `count` is how many there were.
-bool readPart(napi_env env, napi_value cases, std::uint32_t begin, std::vector<BatchCase>* part, std::size_t* count,
-              Failure* failure) {
-  for (*count = 0; *count < part->size() && begin + *count < arrayLength(env, cases); ++*count) {
-    const HandleScope scope(env);
-    napi_value element = nullptr;
-    settled(env, napi_get_element(env, cases, begin + static_cast<std::uint32_t>(*count), &element));
-    if (!readCase(env, element, &(*part)[*count], failure)) return false;
-  }
-  return true;
-}
+/// Titles that are read, resolved and made objects of at a time: few enough that a worker which is terminated meanwhile
+/// ends within a millisecond or two.
+constexpr std::size_t kPart = 256;
 
 /// The results of all titles; null if a step failed. In a worker that is being terminated every step does, and the
 /// batch ends there.
 napi_value makeResults(napi_env env, const BatchLexicon& lexicon, const BatchOptions& options, Failure* failure) {
-  napi_value results = nullptr;
-  settled(env, napi_create_array_with_length(env, options.caseCount, &results));
+  TitleReader reader = beginTitles(env, options.cases, CaseKind::kScene, options.caseCount);
+  ResultList results = beginList(env, options.caseCount, readingScript<BatchAnswer>);
+  for (const BatchPart& rows : lexicon.parts) expectTextsOf(&results, *rows.table);
   BatchScratch scratch;
-  std::vector<BatchCase> part(std::min(kPart, options.caseCount));
-  std::size_t count = part.size();
-  for (std::uint32_t begin = 0; count == part.size() && count > 0; begin += static_cast<std::uint32_t>(count)) {
-    if (!readPart(env, options.cases, begin, &part, &count, failure)) return nullptr;
-    for (std::size_t i = 0; i < count; ++i) {
-      part[i].answer = resolveBatchTitle(lexicon, part[i].title, &scratch);
-      const HandleScope scope(env);
-      if (!defineElement(env, results, begin + i, makeObject(env, part[i].answer))) return nullptr;
+  TitleTexts title;
+  do {
+    if (!readTitles(&reader, kPart, failure)) return nullptr;
+    for (std::size_t i = 0; i < reader.count; ++i) {
+      fillTitle(reader.titles[i].raw, reader.titles[i].english, &title);
+      if (!append(&results, resolveBatchTitle(lexicon, title, &scratch))) return nullptr;
     }
-  }
-  return results;
+  } while (reader.count > 0);
+  return finishList(&results, options.caseCount);
 }
 
 }  // namespace

@@ -7,12 +7,12 @@ namespace corvenda {
 
 template <typename Out>
 void describe(Out& out, const DeltaManifest& manifest) {
-  put(out, "ok", true);
-  put(out, "contract", "native-semantic-delta-manifest-v1");
+  putConstant(out, "ok", true);
+  putConstant(out, "contract", "native-semantic-delta-manifest-v1");
   put(out, "baseRuleSetId", manifest.baseRuleSetId);
   put(out, "ruleSetId", manifest.ruleSetId);
   put(out, "packSha256", manifest.packSha256);
-  put(out, "signatureVerified", true);
+  putConstant(out, "signatureVerified", true);
 }
 
 namespace {

@@ -13,8 +13,8 @@ struct WarmUpResult {
 
 template <typename Out>
 void describe(Out& out, const WarmUpResult& result) {
-  put(out, "ok", true);
-  put(out, "authority", "native");
+  putConstant(out, "ok", true);
+  putConstant(out, "authority", "native");
   put(out, "prewarmed", result.prewarmed);
 }
 

@@ -1,0 +1,218 @@
+#include "addon/environment.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <memory>
+
+#include "functions_js.h"
+
+namespace corvenda {
+namespace {
+
+constexpr std::size_t kScriptFunctionCount = 4;
+
+/// A typed array that is used again and again, and where its numbers are.
+struct SharedArray {
+  napi_ref array = nullptr;
+  void* data = nullptr;
+  std::size_t capacity = 0;
+};
+
+struct CompiledFunction {
+  std::string (*source)();
+  napi_ref function;
+};
+
+struct Environment {
+  bool scriptsTried = false;
+  std::array<napi_ref, kScriptFunctionCount> functions{};  ///< null if the host runs no scripts
+  std::vector<CompiledFunction> compiled;
+  SharedArray integers;
+  SharedArray numbers;
+};
+
+void deleteReference(napi_env env, napi_ref reference) {
+  if (reference != nullptr) napi_delete_reference(env, reference);
+}
+
+void destroy(napi_env env, void* data, void* /*hint*/) {
+  const std::unique_ptr<Environment> environment(static_cast<Environment*>(data));
+  for (napi_ref function : environment->functions) deleteReference(env, function);
+  for (const CompiledFunction& compiled : environment->compiled) deleteReference(env, compiled.function);
+  deleteReference(env, environment->integers.array);
+  deleteReference(env, environment->numbers.array);
+}
+
+/// Null only in an environment that is ending.
+Environment* environmentOf(napi_env env) {
+  void* data = nullptr;
+  if (napi_get_instance_data(env, &data) != napi_ok) return nullptr;
+  if (data != nullptr) return static_cast<Environment*>(data);
+  auto environment = std::make_unique<Environment>();
+  if (napi_set_instance_data(env, environment.get(), destroy, nullptr) != napi_ok) return nullptr;
+  return environment.release();
+}
+
+/// What a reference refers to; null for none.
+napi_value referenced(napi_env env, napi_ref reference) {
+  napi_value value = nullptr;
+  if (reference != nullptr) napi_get_reference_value(env, reference, &value);
+  return value;
+}
+
+/// The value of a script that is a function, called with `arguments`. Null if that fails, and nothing is pending then:
+/// a host that runs no scripts may have thrown.
+napi_value runScript(napi_env env, std::string_view source, const std::vector<napi_value>& arguments) {
+  napi_value function = nullptr;
+  napi_value result = nullptr;
+  if (napi_run_script(env, makeText(env, source), &function) == napi_ok && function != nullptr) {
+    result = callFunction(env, function, arguments);
+  }
+  if (result == nullptr) dropException(env);
+  return result;
+}
+
+// --- Native functions for functions.js ------------------------------------------------------------------------------
+
+napi_value argumentOf(napi_env env, napi_callback_info info) {
+  std::size_t count = 1;
+  napi_value argument = nullptr;
+  napi_get_cb_info(env, info, &count, &argument, nullptr, nullptr);
+  return argument;
+}
+
+napi_value isArrayCallback(napi_env env, napi_callback_info info) {
+  return makeBoolean(env, isArray(env, argumentOf(env, info)));
+}
+
+napi_value filledCallback(napi_env env, napi_callback_info info) {
+  std::uint32_t length = 0;
+  napi_get_value_uint32(env, argumentOf(env, info), &length);
+  return makeFilledArray(env, length);
+}
+
+napi_value makeCallback(napi_env env, napi_callback callback) {
+  napi_value function = nullptr;
+  napi_create_function(env, nullptr, NAPI_AUTO_LENGTH, callback, nullptr, &function);
+  return function;
+}
+
+void compileScriptFunctions(napi_env env, Environment* environment) {
+  const napi_value functions =
+      runScript(env, kFunctionsScript, {makeCallback(env, isArrayCallback), makeCallback(env, filledCallback)});
+  if (functions == nullptr) return;
+  for (std::uint32_t i = 0; i < kScriptFunctionCount; ++i) {
+    napi_value function = nullptr;
+    napi_get_element(env, functions, i, &function);
+    napi_create_reference(env, function, 1, &environment->functions[i]);
+  }
+}
+
+// --- Filled arrays -------------------------------------------------------------------------------------------------
+
+/// Of as many arguments an array is made fastest. They take eight bytes each of the stack.
+constexpr std::size_t kMostArguments = 16384;
+
+napi_value collectArguments(napi_env env, std::size_t length) {
+  const napi_value collect = scriptFunction(env, ScriptFunction::kCollect);
+  if (collect == nullptr || length > kMostArguments) return nullptr;
+  napi_value undefined = nullptr;
+  napi_get_undefined(env, &undefined);
+  const napi_value array = callFunction(env, collect, std::vector<napi_value>(length, undefined));
+  if (array == nullptr) dropException(env);  // a caller that has used up the stack
+  return array;
+}
+
+/// The keys of a typed array are numbers, and a list of keys has all its elements.
+napi_value listKeys(napi_env env, std::size_t length) {
+  void* data = nullptr;
+  napi_value buffer = nullptr;
+  napi_value bytes = nullptr;
+  napi_value keys = nullptr;
+  if (!settled(env, napi_create_arraybuffer(env, length, &data, &buffer)) ||
+      !settled(env, napi_create_typedarray(env, napi_uint8_array, length, buffer, 0, &bytes)) ||
+      !settled(env, napi_get_all_property_names(env, bytes, napi_key_own_only, napi_key_all_properties,
+                                                napi_key_keep_numbers, &keys))) {
+    return nullptr;
+  }
+  return keys;
+}
+
+// --- Shared numbers ------------------------------------------------------------------------------------------------
+
+/// Larger arrays are not kept.
+constexpr std::size_t kLargestKept = std::size_t{1} << 17U;
+
+bool makeSharedArray(napi_env env, napi_typedarray_type type, std::size_t size, std::size_t count, SharedArray* shared,
+                     napi_value* array) {
+  napi_value buffer = nullptr;
+  const std::size_t capacity = std::max<std::size_t>(4096, count + count / 2);
+  if (!settled(env, napi_create_arraybuffer(env, capacity * size, &shared->data, &buffer)) ||
+      !settled(env, napi_create_typedarray(env, type, capacity, buffer, 0, array))) {
+    return false;
+  }
+  deleteReference(env, shared->array);
+  *shared = {nullptr, shared->data, 0};
+  if (capacity <= kLargestKept && napi_create_reference(env, *array, 1, &shared->array) == napi_ok) {
+    shared->capacity = capacity;
+  }
+  return true;
+}
+
+template <typename Number>
+napi_value share(napi_env env, napi_typedarray_type type, const std::vector<Number>& numbers,
+                 SharedArray Environment::*which) {
+  Environment* const environment = environmentOf(env);
+  if (environment == nullptr) return nullptr;
+  SharedArray& shared = environment->*which;
+  napi_value array = referenced(env, shared.array);
+  if ((array == nullptr || shared.capacity < numbers.size()) &&
+      !makeSharedArray(env, type, sizeof(Number), numbers.size(), &shared, &array)) {
+    return nullptr;
+  }
+  if (!numbers.empty()) std::memcpy(shared.data, numbers.data(), numbers.size() * sizeof(Number));
+  return array;
+}
+
+}  // namespace
+
+napi_value scriptFunction(napi_env env, ScriptFunction function) {
+  Environment* const environment = environmentOf(env);
+  if (environment == nullptr) return nullptr;
+  if (!environment->scriptsTried) {
+    environment->scriptsTried = true;
+    compileScriptFunctions(env, environment);
+  }
+  return referenced(env, environment->functions[static_cast<std::size_t>(function)]);
+}
+
+napi_value compiledFunction(napi_env env, std::string (*source)()) {
+  const napi_value blank = scriptFunction(env, ScriptFunction::kBlank);
+  if (blank == nullptr) return nullptr;
+  std::vector<CompiledFunction>& compiled = environmentOf(env)->compiled;
+  for (const CompiledFunction& each : compiled) {
+    if (each.source == source) return referenced(env, each.function);
+  }
+  const napi_value function = runScript(env, source(), {blank});
+  napi_ref reference = nullptr;
+  if (function != nullptr && napi_create_reference(env, function, 1, &reference) == napi_ok) {
+    compiled.push_back({source, reference});
+  }
+  return function;
+}
+
+napi_value makeFilledArray(napi_env env, std::size_t length) {
+  const napi_value array = collectArguments(env, length);
+  return array != nullptr ? array : listKeys(env, length);
+}
+
+napi_value shareIntegers(napi_env env, const std::vector<std::int32_t>& integers) {
+  return share(env, napi_int32_array, integers, &Environment::integers);
+}
+
+napi_value shareNumbers(napi_env env, const std::vector<double>& numbers) {
+  return share(env, napi_float64_array, numbers, &Environment::numbers);
+}
+
+}  // namespace corvenda

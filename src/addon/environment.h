@@ -1,0 +1,38 @@
+// What the addon keeps for one JavaScript environment: functions that run in it (see functions.js).
+//
+// They are compiled at their first use and kept. A function made anew in each call would start in the interpreter each
+// time, and V8 would optimise it again and again on its helper threads, which took a third of the process's CPU.
+//
+// A host may refuse to run scripts. Then there is no function, and everything goes the direct way, with the same
+// results.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "addon/border.h"
+
+namespace corvenda {
+
+/// The functions of functions.js, in the order in which it gives them.
+enum class ScriptFunction : std::uint32_t { kCollect, kBlank, kReadScenes, kReadPeople };
+
+/// The function, or null if the host runs no scripts.
+napi_value scriptFunction(napi_env env, ScriptFunction function);
+
+/// The function that is the value of the script `source()`, called with the function kBlank; null if the host runs no
+/// scripts. `source` is what it is kept under.
+napi_value compiledFunction(napi_env env, std::string (*source)());
+
+/// An array of `length` elements, all of them in place: assigning to them looks at no prototype. Null, with an
+/// exception pending, if it can't be made.
+napi_value makeFilledArray(napi_env env, std::size_t length);
+
+/// Typed arrays with these numbers, for functions that keep nothing of them: the next call may give the same arrays
+/// with other numbers. Null, with an exception pending, if they can't be made.
+napi_value shareIntegers(napi_env env, const std::vector<std::int32_t>& integers);
+napi_value shareNumbers(napi_env env, const std::vector<double>& numbers);
+
+}  // namespace corvenda

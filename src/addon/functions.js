@@ -1,0 +1,96 @@
+// Functions that the addon runs in JavaScript, where reading properties and making objects costs a tenth of what it costs
+// from outside. They are handed to nobody else.
+//
+// Whoever calls the addon may have replaced every global and every method, and put setters on every prototype. Nothing here
+// may run or show that: no global, no method, no iteration (so no spreading of arrays and no destructuring of them either),
+// and no assignment to a property or element that is not there already. What is left is the language's own syntax: literals
+// and rest parameters define, and typed arrays look at no prototype.
+//
+// `isArray` and `filled` are native: whether a value is an array, and an array of a length with all elements in place.
+'use strict';
+(isArray, filled) => {
+  /** An array of what it is given. */
+  const collect = (...items) => items;
+
+  /** An array of more than three elements, all in place, for the caller to assign to. */
+  const blank = (length, any) => {
+    switch (length) {
+      case 4: return [any, any, any, any];
+      case 5: return [any, any, any, any, any];
+      case 6: return [any, any, any, any, any, any];
+      default: return filled(length);
+    }
+  };
+
+  // What a title is to be: these numbers stand in title_reader.h too.
+  const GOOD = 0, NO_OBJECT = 1, NO_RAW = 2, EMPTY_RAW = 3, NO_ENGLISH = 4;
+
+  /** Texts are joined until they have so many UTF-16 units. */
+  const ENOUGH = 65536;
+
+  const isPlainObject = (value) =>
+    (typeof value === 'object' ? value !== null : typeof value === 'function') && !isArray(value);
+
+  // Both readers take cases from `begin` on, at most `count`, and join their texts into one: that can be handed over at
+  // once, and `lengths` says how to cut it. `lengths[0]` becomes how many cases were read and `lengths[1]` what was wrong
+  // with the next; from there on each case has a fixed number of places. A case whose texts are long ends the reading and
+  // gives them apart.
+  //
+  // They look at a case as the addon does from outside, step for step: a proxy or getter sees no difference.
+
+  /** Of each case: the lengths of "raw" and of "normalizedEnglish". */
+  const readScenes = (cases, begin, count, lengths) => {
+    let text = '', read = 0, fault = GOOD, at = 2;
+    while (read < count && begin + read < cases.length && text.length < ENOUGH) {
+      const element = cases[begin + read];
+      if (!isPlainObject(element)) { fault = NO_OBJECT; break; }
+      const raw = element.raw;
+      if (typeof raw !== 'string') { fault = NO_RAW; break; }
+      if (raw === '') { fault = EMPTY_RAW; break; }
+      let english = '';
+      if ('normalizedEnglish' in element) {
+        english = element.normalizedEnglish;
+        if (typeof english !== 'string') { fault = NO_ENGLISH; break; }
+      }
+      lengths[at++] = raw.length;
+      lengths[at++] = english.length;
+      read++;
+      if (raw.length + english.length >= ENOUGH) return finish(lengths, read, fault, text, raw, english);
+      text += raw;
+      text += english;
+    }
+    return finish(lengths, read, fault, text, null, null);
+  };
+
+  /** Of each case: the same, then 1 for a photo. What is no string counts as empty, what is no object has nothing. */
+  const readPeople = (cases, begin, count, lengths) => {
+    let text = '', read = 0, at = 2;
+    while (read < count && begin + read < cases.length && text.length < ENOUGH) {
+      const element = cases[begin + read];
+      let raw = '', english = '', photo = false;
+      if (isPlainObject(element)) {
+        raw = element.raw;
+        if (typeof raw !== 'string') raw = '';
+        english = element.normalizedEnglish;
+        if (typeof english !== 'string') english = '';
+        photo = element.mediaType === 'photo';
+      }
+      lengths[at++] = raw.length;
+      lengths[at++] = english.length;
+      lengths[at++] = photo ? 1 : 0;
+      read++;
+      if (raw.length + english.length >= ENOUGH) return finish(lengths, read, GOOD, text, raw, english);
+      text += raw;
+      text += english;
+    }
+    return finish(lengths, read, GOOD, text, null, null);
+  };
+
+  const finish = (lengths, read, fault, text, raw, english) => {
+    lengths[0] = read;
+    lengths[1] = fault;
+    return [text, raw, english];
+  };
+
+  return [collect, blank, readScenes, readPeople];
+}

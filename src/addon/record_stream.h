@@ -1,0 +1,130 @@
+// Many records of one kind on their way to JavaScript, without a call for each value.
+//
+// The records' values stand one after the other as numbers, in the order of their `describe`: integers, flags and the
+// numbers of texts in one list, all other numbers in another, the distinct texts in a table. A function that is
+// written from the same `describe` reads them back and makes the objects, as literals: that is how a careful JavaScript
+// developer would make them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "addon/text_table.h"
+#include "addon/value_kinds.h"
+
+namespace corvenda {
+
+// --- Writing -------------------------------------------------------------------------------------------------------
+
+struct RecordStream {
+  std::vector<std::int32_t> integers;
+  std::vector<double> numbers;
+  std::vector<UnnumberedText> unnumbered;  ///< texts of the last record
+  TextTable texts;
+};
+
+template <typename Value>
+void write(RecordStream& out, const Value& value) {
+  if constexpr (isText<Value>) {
+    out.unnumbered.push_back({value, out.integers.size()});
+    out.integers.push_back(0);
+  } else if constexpr (std::is_same_v<Value, bool> || isSmallInteger<Value>) {
+    out.integers.push_back(value);
+  } else if constexpr (std::is_arithmetic_v<Value>) {
+    out.numbers.push_back(static_cast<double>(value));
+  } else if constexpr (isNullable<Value>) {
+    out.integers.push_back(value ? 1 : 0);
+    if (value) write(out, *value);
+  } else if constexpr (isList<Value>) {
+    out.integers.push_back(static_cast<std::int32_t>(value.size()));
+    for (const auto& item : value) write(out, item);
+  } else {
+    describe(out, value);
+  }
+}
+
+template <typename Value>
+void put(RecordStream& out, const char* /*name*/, const Value& value) {
+  write(out, value);
+}
+
+/// It stands in the function.
+template <typename Value>
+void putConstant(RecordStream& /*out*/, const char* /*name*/, const Value& /*value*/) {}
+
+inline void putLastList(RecordStream& /*out*/, const char* /*name*/) {}
+
+// --- Reading -------------------------------------------------------------------------------------------------------
+
+/// The function's text while it is written. All that reads is expressions, which JavaScript evaluates from left to
+/// right; `i` and `n` are the next integer and number.
+struct RecordScript {
+  std::string functions;  ///< for long lists
+  std::string literal;    ///< the properties of the object that is being described
+};
+
+/// A text by its number; see kChunkBits.
+constexpr const char* kTextExpression = "chunks[integers[i] >> 12][integers[i++] & 4095]";
+static_assert(kChunkBits == 12);
+
+/// An expression that reads a value of this type.
+template <typename Value>
+std::string readingOf(RecordScript& out);
+
+template <typename Value>
+void put(RecordScript& out, const char* name, const Value& /*any*/) {
+  const std::string value = readingOf<Value>(out);
+  out.literal += std::string(name) + ": " + (isList<Value> ? "list = " : "") + value + ", ";
+}
+
+/// A flag, or a text without quotation marks and backslashes.
+template <typename Value>
+void putConstant(RecordScript& out, const char* name, const Value& value) {
+  if constexpr (isText<Value>) {
+    out.literal += std::string(name) + ": '" + std::string(value) + "', ";
+  } else {
+    out.literal += std::string(name) + (value ? ": true, " : ": false, ");
+  }
+}
+
+inline void putLastList(RecordScript& out, const char* name) { out.literal += std::string(name) + ": list, "; }
+
+/// A list of a few items is a literal of them. One of more is made by a function of its own, which gives back where it
+/// has stopped in `at`.
+std::string readingOfList(RecordScript& out, const std::string& item);
+
+template <typename Value>
+std::string readingOf(RecordScript& out) {
+  if constexpr (isText<Value>) {
+    return kTextExpression;
+  } else if constexpr (std::is_same_v<Value, bool>) {
+    return "integers[i++] === 1";
+  } else if constexpr (isSmallInteger<Value>) {
+    return "integers[i++]";
+  } else if constexpr (std::is_arithmetic_v<Value>) {
+    return "numbers[n++]";
+  } else if constexpr (isNullable<Value>) {
+    return "(integers[i++] === 1 ? " + readingOf<Content<Value>>(out) + " : null)";
+  } else if constexpr (isList<Value>) {
+    return readingOfList(out, readingOf<Content<Value>>(out));
+  } else {
+    std::string outer = std::exchange(out.literal, {});
+    describe(out, Value());
+    return "{ " + std::exchange(out.literal, std::move(outer)) + "}";
+  }
+}
+
+/// A script whose value, called with `blank` (see functions.js), is the function that makes elements `position` to
+/// `end` of `results`.
+std::string recordScript(const RecordScript& functions, const std::string& record);
+
+template <typename Record>
+std::string readingScript() {
+  RecordScript out;
+  const std::string record = readingOf<Record>(out);
+  return recordScript(out, record);
+}
+
+}  // namespace corvenda

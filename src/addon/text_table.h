@@ -1,0 +1,66 @@
+// The distinct texts of a long list of results, each of which becomes one JavaScript string.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "addon/border.h"
+#include "base/secure_memory.h"
+
+namespace corvenda {
+
+struct KnownText {
+  std::string_view text;
+  std::uint32_t hash = 0;
+  std::uint32_t number = 0;
+};
+
+/// A text in lasting memory that was asked for: where it lies says what it is.
+struct PlacedText {
+  const char* data = nullptr;
+  std::uint32_t size = 0;
+  std::uint32_t number = 0;
+};
+
+/// Strings go to JavaScript in chunks: a text's number is that of its chunk, and in the low bits its place in it.
+constexpr unsigned kChunkBits = 12;
+
+struct TextTable {
+  napi_env env = nullptr;
+  std::vector<std::string_view> lasting;  ///< memory that stays as it is while the table lives
+  std::vector<KnownText> known;           ///< texts of other memory are copied
+  std::vector<SecureBytes> copies;
+  std::size_t copiedBytes = 0;
+  std::vector<std::uint32_t> slots;  ///< hash table: position in `known` plus 1, 0 for none; a power of two
+  std::vector<PlacedText> placed;    ///< direct-mapped, in front of the hash table; a power of two
+  std::vector<napi_value> fresh;     ///< strings of the next chunk
+  napi_value chunks = nullptr;       ///< array of arrays of strings
+  std::size_t chunkCount = 0;
+  std::size_t chunkCapacity = 0;  ///< length of `chunks`
+  bool failed = false;            ///< a string or chunk could not be made; an exception is pending
+};
+
+/// A table for about so many records.
+TextTable makeTextTable(napi_env env, std::size_t records);
+
+/// A text that waits for its number.
+struct UnnumberedText {
+  std::string_view text;
+  std::size_t place = 0;  ///< where the number belongs in a list of integers
+  std::uint32_t hash = 0;
+  bool lasting = false;
+};
+
+/// Writes the texts' numbers to their places.
+void numberTexts(TextTable* table, std::vector<UnnumberedText>* texts, std::vector<std::int32_t>* integers);
+
+/// Completes `chunks`. False, with an exception pending, if a step failed.
+bool storeFreshStrings(TextTable* table);
+
+/// Forgets all texts once many bytes were copied: texts that no later record shares would fill the memory. Numbers that
+/// were given before are void.
+void forgetTexts(TextTable* table);
+
+}  // namespace corvenda

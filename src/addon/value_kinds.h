@@ -1,0 +1,60 @@
+// What a C++ value becomes in JavaScript is decided by its type.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace corvenda {
+
+template <typename Value>
+constexpr bool isText = std::is_convertible_v<const Value&, std::string_view>;
+
+/// Integers that a 32-bit integer array holds.
+template <typename Value>
+constexpr bool isSmallInteger = std::is_integral_v<Value> && !std::is_same_v<Value, bool> &&
+                                (sizeof(Value) < 4 || (sizeof(Value) == 4 && std::is_signed_v<Value>));
+
+template <typename Value>
+constexpr bool isList = false;
+template <typename Item>
+constexpr bool isList<std::vector<Item>> = true;
+template <typename Item>
+constexpr bool isList<std::span<Item>> = true;
+
+/// What may be null: pointers and optionals.
+template <typename Value>
+constexpr bool isNullable = std::is_pointer_v<Value>;
+template <typename Value>
+constexpr bool isNullable<std::optional<Value>> = true;
+
+/// What a list or a nullable holds.
+template <typename Value>
+struct ContentOf;
+template <typename Item>
+struct ContentOf<std::vector<Item>> {
+  using Type = Item;
+};
+template <typename Item>
+struct ContentOf<std::span<Item>> {
+  using Type = std::remove_const_t<Item>;
+};
+template <typename Value>
+struct ContentOf<std::optional<Value>> {
+  using Type = Value;
+};
+template <typename Value>
+struct ContentOf<Value*> {
+  using Type = std::remove_const_t<Value>;
+};
+template <typename Value>
+using Content = typename ContentOf<Value>::Type;
+
+/// What has a `describe`.
+template <typename Value>
+constexpr bool isRecord = std::is_class_v<Value> && !isText<Value> && !isList<Value> && !isNullable<Value>;
+
+}  // namespace corvenda
