@@ -6,11 +6,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -24,11 +26,17 @@ namespace {
 std::function<void()> beforeOpen;
 std::function<void()> beforeRead;
 
+/// As on a system without /proc.
+bool withoutProc = false;
+
 void happen(std::function<void()>& change) {
   if (change) std::exchange(change, nullptr)();
 }
 
 }  // namespace
+
+// Visible, so that shared libraries take them, too.
+#pragma GCC visibility push(default)
 
 extern "C" int open(const char* path, int flags, ...) {
   if ((flags & O_NOFOLLOW) != 0) happen(beforeOpen);
@@ -39,10 +47,20 @@ extern "C" int open(const char* path, int flags, ...) {
   return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
 
+extern "C" ssize_t readlink(const char* path, char* target, size_t size) {
+  if (withoutProc && std::string_view(path).starts_with("/proc/")) {
+    errno = ENOENT;
+    return -1;
+  }
+  return syscall(SYS_readlinkat, AT_FDCWD, path, target, size);
+}
+
 extern "C" ssize_t read(int descriptor, void* bytes, size_t size) {
   happen(beforeRead);
   return syscall(SYS_read, descriptor, bytes, size);
 }
+
+#pragma GCC visibility pop
 
 namespace corvenda {
 namespace {
@@ -138,6 +156,19 @@ TEST_F(FileRace, PacksAndTheirNames) {
     EXPECT_EQ(openDescriptors(), descriptors) << row.what;
     EXPECT_EQ(semanticCache().baseSlot.valid, row.expected.size() == 1) << row.what;
   }
+}
+
+TEST_F(FileRace, WithoutProc) {
+  withoutProc = true;
+  EXPECT_EQ(load(), "a");
+  reset();
+  beforeOpen = [this] { fs::rename(root, folder / "moved"), fs::create_symlink(outside, root); };
+  EXPECT_EQ(load(), kOutside);
+  reset();
+  fs::remove_all(folder / "moved");
+  beforeRead = [this] { fs::remove(pack); };
+  EXPECT_EQ(load(), "a");
+  withoutProc = false;
 }
 
 TEST_F(FileRace, AFileThatNeverRests) {
