@@ -1,6 +1,7 @@
 // Digests of large ranges, computed on another thread while the caller goes on.
 #pragma once
 
+#include <atomic>
 #include <vector>
 
 #include "base/worker_thread.h"
@@ -11,25 +12,27 @@ namespace corvenda {
 struct DigestJob {
   ByteSpan bytes;  ///< must stay in place, unchanged, until the batch is finished
   Sha256Digest digest{};
+  SemanticError error{};  ///< empty if the digest was made
 };
 
 /// Digests under way. Can't be moved, because the thread points to it; the destructor waits for the thread.
 struct DigestBatch {
   std::vector<DigestJob> jobs;
-  SemanticError error;  ///< of the first job that failed; empty if none did
-  WorkerThread thread;
+  std::atomic<std::size_t> nextJob = 0;
+  WorkerThread threads[2];  ///< two, because a payload has a digest and so has the one large document in it
 
   DigestBatch() = default;
   DigestBatch(const DigestBatch&) = delete;
   DigestBatch& operator=(const DigestBatch&) = delete;
-  ~DigestBatch() { joinWorker(&thread); }
+  ~DigestBatch();
 };
 
 /// Starts the jobs, in order, on a thread of their own. If there is too little to hash, or the system has no thread to
 /// give, they are done when this returns.
 void startDigests(DigestBatch* batch);
 
-/// Waits for the digests. Errors: those of `sha256`.
+/// Makes the digests that nobody has begun with and waits for the others. A finished batch may be finished again.
+/// Errors: those of `sha256`, of the first job that failed.
 bool finishDigests(DigestBatch* batch, SemanticError* error);
 
 }  // namespace corvenda
