@@ -4,6 +4,7 @@ import { writeFileSync } from 'node:fs';
 import { arch, cpus, platform, release } from 'node:os';
 import { parseArgs } from 'node:util';
 
+import { markdownTable, plotFile, writeSection } from './lib/document.mjs';
 import { readRows, tasksOf } from './lib/goals.mjs';
 import { median } from './lib/measure.mjs';
 import { drawPlot } from './lib/plot.mjs';
@@ -18,14 +19,13 @@ const usage = `usage: node bench/bench.mjs [options]
   --data FOLDER    real data: places.tsv, vocabulary.tsv, people.tsv, titles.tsv (default: the sample of this repository)
   --binary FILE    the addon to measure (default: the one that lib/ finds)
   --against FILE   another one that takes its turn in the batches and must give the same answers
-  --markdown       the table as Markdown
   --json FILE      all outcomes, as JSON
-  --plot FILE      the cost of a title against the number of rules, as SVG
+  --document       the table and the plot into docs/performance.md
 `;
 const options = {
   only: { type: 'string' }, sizes: { type: 'string' }, big: { type: 'boolean' }, quick: { type: 'boolean' },
   data: { type: 'string' }, binary: { type: 'string' }, against: { type: 'string' }, json: { type: 'string' },
-  plot: { type: 'string' }, markdown: { type: 'boolean' }, help: { type: 'boolean' },
+  document: { type: 'boolean' }, help: { type: 'boolean' },
 };
 
 const say = (line) => process.stderr.write(`${line}\n`);
@@ -66,9 +66,11 @@ function renderTable(rows) {
   return [HEADING, ...rows.map(cellsOf)].map(line).join('\n');
 }
 
-function renderMarkdown(rows) {
-  const line = (cells) => `| ${cells.join(' | ')} |`;
-  return [line(HEADING), line(HEADING.map(() => '---')), ...rows.map((row) => line(cellsOf(row)))].join('\n');
+/** The table, the plot, and what they were measured with. */
+function writeDocument(rows, outcomes, { date, node, system, processor, command, commit }) {
+  writeSection('results', `\`${command}\`, commit ${commit}, ${date}: ${processor}, ${system}, Node.js ${node}.\n\n`
+    + markdownTable([HEADING, ...rows.map(cellsOf)]));
+  writeFileSync(plotFile, drawPlot(outcomes, { date, processor, node }));
 }
 
 async function main() {
@@ -86,9 +88,9 @@ async function main() {
   }
   const rows = readRows(outcomes);
   const about = machine();
-  process.stdout.write(`${Object.values(about).join(', ')}\n\n${values.markdown ? renderMarkdown(rows) : renderTable(rows)}\n`);
+  process.stdout.write(`${Object.values(about).join(', ')}\n\n${renderTable(rows)}\n`);
   if (values.json) writeFileSync(values.json, `${JSON.stringify({ about, rows, outcomes }, undefined, 1)}\n`);
-  if (values.plot) writeFileSync(values.plot, drawPlot(outcomes, about));
+  if (values.document) writeDocument(rows, outcomes, about);
 }
 
 await main();

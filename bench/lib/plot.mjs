@@ -1,8 +1,9 @@
 // The cost of a title against the number of rules, as a drawing: both axes logarithmic, one line an engine.
 
-const WIDTH = 760;
+const WIDTH = 820;
 const HEIGHT = 440;
 const AREA = { left: 70, right: 600, top: 46, bottom: 370 };
+const LINE_HEIGHT = 17;
 
 const lines = [
   { name: 'plain loop', color: '#9a3412', read: ({ plain }) => plain },
@@ -43,17 +44,21 @@ export function drawPlot(outcomes, { date, processor, node }) {
     text(AREA.left - 50, 24, 'Microseconds a title in a batch of 10,000, CPU time of the thread', 'font-weight="bold"'),
     text(AREA.left - 50, HEIGHT - 12, `${processor}, Node.js ${node}, ${date}`, 'fill="#666"'),
   ];
-  const curves = lines.flatMap(({ name, color, read }) => {
+  const last = points.at(-1).outcome;
+  const curves = lines.flatMap(({ color, read }) => {
     const places = points.map(({ rows, outcome }) => [x(rows), y(read(outcome))]);
-    const last = points.at(-1).outcome;
     return [`<path d="M${places.map((place) => place.join(' ')).join('L')}" fill="none" stroke="${color}" stroke-width="2"/>`,
-      ...places.map(([cx, cy]) => `<circle cx="${cx}" cy="${cy}" r="3.5" fill="${color}"/>`),
-      text(Number(places.at(-1)[0]) + 10, Number(places.at(-1)[1]) + 4, `${name}: ${Number(read(last).toPrecision(3))}`, `fill="${color}"`)];
+      ...places.map(([cx, cy]) => `<circle cx="${cx}" cy="${cy}" r="3.5" fill="${color}"/>`)];
   });
+  const names = [];
+  for (const { name, color, read } of [...lines].sort((a, b) => b.read(last) - a.read(last))) {
+    const at = Math.max(Number(y(read(last))) + 4, (names.at(-1)?.at ?? 0) + LINE_HEIGHT);
+    names.push({ at, svg: text(AREA.right + 12, at, `${name}: ${Number(read(last).toPrecision(3))}`, `fill="${color}"`) });
+  }
   return `<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 ${WIDTH} ${HEIGHT}" font-family="sans-serif" font-size="13">
 <rect width="${WIDTH}" height="${HEIGHT}" fill="#fff"/>
 <g stroke="#ddd">${grid.join('')}</g>
-${[...labels, ...curves].join('\n')}
+${[...labels, ...curves, ...names.map(({ svg }) => svg)].join('\n')}
 </svg>
 `;
 }
