@@ -25,7 +25,8 @@ function makeVocabulary() {
   }
   return [...words];
 }
-const vocabulary = makeVocabulary();
+/** Made when terms are: whoever only loads a pack has no need of it. */
+let vocabulary;
 
 function writtenTerm(draw) {
   if (draw.chance(0.7)) return chineseWord(draw, draw.weighted([[12, 2], [26, 3], [34, 4], [17, 5], [11, 6]]));
@@ -35,6 +36,7 @@ function writtenTerm(draw) {
 
 /** `count` terms as a title has them, none of which is in `taken` or folds to the same as another. */
 function makeTerms(draw, count, taken) {
+  vocabulary ??= makeVocabulary();
   const terms = [];
   while (terms.length < count) {
     const written = writtenTerm(draw);
