@@ -1,5 +1,5 @@
-// Instructions a title, counted by callgrind and held against a committed budget. Unlike times they are the same on a busy
-// machine, so a title that became dearer is seen where it happened. They say nothing of cache misses.
+// Instructions per title, counted by callgrind and compared with a committed budget. Unlike times they don't depend on how busy
+// the machine is, so the change that made a title more expensive is noticed. They say nothing about cache misses.
 //
 //   node bench/instructions.mjs [--update]     --update writes what was counted as the new budget
 //
@@ -81,5 +81,5 @@ await command(async (args) => {
     if (instructions > allowed * (1 + TOLERANCE)) above.push(one.name);
   }
   if (values.update) writeFileSync(budgetFile, `${JSON.stringify(counted, undefined, 2)}\n`);
-  else if (above.length > 0) throw new SetupError(`dearer than their budget: ${above.join('; ')}`);
+  else if (above.length > 0) throw new SetupError(`more than their budget: ${above.join('; ')}`);
 });

@@ -17,7 +17,7 @@ function searchText({ raw, normalizedEnglish = '' }) {
   return normalizedEnglish === '' ? text : `${text} ${normalizedEnglish} `;
 }
 
-// What stands in a result beside the terms: strings as varied as a lexicon's fields, two in five of them Chinese.
+// The other strings of a result: as varied as a lexicon's fields, two in five of them Chinese.
 const texts = Array.from({ length: 5000 }, (_, i) => {
   if (i % 5 > 1) return `field_${Math.floor(((i * 0.6180339887) % 1) * 1e9).toString(36)}`;
   return Array.from({ length: 2 + (i % 4) }, (__, j) => String.fromCharCode(0x4e00 + ((i * 7919 + j * 104729) % 20000))).join('');

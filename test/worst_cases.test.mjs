@@ -1,7 +1,7 @@
 // Small inputs that once cost seconds, gigabytes or the process: bench/worst_cases.mjs prints what they cost.
 //
-// Held is the shape of the cost, not milliseconds: a case that is over its limit of time may be no more than twice as dear as
-// four times its quarter. Where something is a product of two sizes it is sixteen times as dear.
+// The test is about the shape of the cost, not about milliseconds: a case that exceeds its time limit may cost at most eight
+// times as much as the same case at a quarter of the size. A cost that is the product of two sizes would be sixteen times.
 import assert from 'node:assert/strict';
 import { describe, it } from 'node:test';
 

@@ -1,4 +1,4 @@
-// What warm-ups leave behind: memory after several of them, and how long the main thread is kept from its own work.
+// What warm-ups leave behind: memory after several of them, and how long they delay the main thread.
 import { monitorEventLoopDelay } from 'node:perf_hooks';
 import { setTimeout as sleep } from 'node:timers/promises';
 

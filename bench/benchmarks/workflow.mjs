@@ -9,7 +9,7 @@ const CALLS = 5000;
 const options = (raw, normalizedEnglish, sceneKey, alias, detail) =>
   ({ raw, normalizedEnglish, sceneKey, alias, detail, overrideType: '' });
 
-// Each with what it comes to: all six options given, over the branches that a library meets often.
+// Each with the right reason: all six options are given, and the branches are those that a library meets often.
 const CASES = [
   [options('海边日落', 'sunset at the beach', 'outdoor', '海边日落', 'beach day'), 'no-workflow-context'],
   [options('项目素材整理', 'project footage cleanup', 'home', '整理', 'room reset'), 'home-workflow-suppressed'],

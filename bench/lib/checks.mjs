@@ -1,4 +1,4 @@
-// Answers are held against the plain form, so that a fast wrong answer fails. Each check throws what it found.
+// Answers are compared with the plain form, so that a fast wrong answer fails. Each check throws at the first difference.
 import assert from 'node:assert/strict';
 import { createHash } from 'node:crypto';
 

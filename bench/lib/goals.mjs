@@ -1,5 +1,5 @@
-// What is measured, and what it has to come to: a row of the table each. `tasks` are the benchmarks that a full run starts;
-// `rows` read their outcomes, which stand under the names of the tasks.
+// What is measured, and its goals: one row of the table each. `tasksOf` lists the benchmarks of a run; `rows` read their
+// outcomes, which are kept under the keys of the tasks.
 
 const MB = 1e6;
 const sizeName = (size) => (size === 'real' ? 'real data' : size >= 1e6 ? `${size / 1e6}M` : `${size / 1e3}k`);

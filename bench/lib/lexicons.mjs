@@ -12,7 +12,7 @@ const repeated = (titles) => Array.from({ length: TITLES }, (_, i) => titles[i %
 
 /**
  * `size` is a number of rows a section, or "real". Gives { pack, cases, makeRows, terms } for the benchmark of
- * scenes and places or, with `people`, of celebrities; rows can be walked once.
+ * scenes and places or, with `people`, of celebrities; the rows can be read once.
  */
 export function lexiconOf({ size, shared, data, people = false }) {
   if (size === 'real') {

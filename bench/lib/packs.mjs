@@ -48,7 +48,7 @@ function cachedPack(name, make) {
   return { packPath: path, allowedRoot: cacheFolder, ...note };
 }
 
-/** The rows of a generated lexicon, as iterables that can be walked once. */
+/** The rows of a generated lexicon, as iterables that can be read once. */
 export function lexiconRows(terms) {
   const places = splitPlaces(terms.place);
   const section = (name, list) => ({ rows: sectionRows(name, list), count: list.length });

@@ -126,7 +126,7 @@ export function* shardRows(entries) {
   }
 }
 
-/** What a batch must say of each title: { sceneKeys, alias, codes }: one of the keys, as many of the codes as are told. */
+/** What a batch must say of each title: { sceneKeys, alias, codes }. Any one of the keys is right, and any three of the codes. */
 export function plainScenes({ sections, shards }, cases) {
   const titles = cases.map(prepare);
   const answers = titles.map(() => ({ humans: [], identities: [], places: [], veto: false }));

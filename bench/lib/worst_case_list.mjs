@@ -1,9 +1,9 @@
-// Small inputs that once cost seconds, gigabytes or the process. Each stands for a way in which an index, or what follows it,
-// can come to cost rows x occurrences, terms x lengths or pairs of something; together they bound what a pack or a caller
-// that means harm can do in one call.
+// Small inputs that once cost seconds, gigabytes or the process. Each is one way in which an index, or the work after it,
+// could cost rows x occurrences, terms x lengths or pairs of something. Together they bound the harm that a hostile pack or
+// caller can do in one call.
 //
 // A case: { name, ms, megabytes, make(scale) }. `ms` of thread CPU and `megabytes` of memory above the start are its limits.
-// `make` gives { sections, call, expected }: the pack's rows, `call(addon, pack)`, and what it has to come to. `scale` 1 is the
+// `make` gives { sections, call, expected }: the pack's rows, `call(addon, pack)`, and its right answer. `scale` 1 is the
 // case itself; with 1/4 everything that its cost could be a product of is a quarter. A case whose honest cost is many seconds
 // has a `testScale`, at which a test can afford it.
 
