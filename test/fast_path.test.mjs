@@ -9,7 +9,7 @@ import { setTimeout as delay } from 'node:timers/promises';
 import { Worker } from 'node:worker_threads';
 
 import './support/addon.mjs';
-import { indexDocument, sceneRow, writeFile, writePack } from './support/packs.mjs';
+import { indexDocument, sceneRows, writeFile, writePack } from './support/packs.mjs';
 
 const require = createRequire(import.meta.url);
 const binary = readFileSync(Object.keys(require.cache).find((path) => path.endsWith('.node')));
@@ -34,8 +34,7 @@ const place = (term, code, label) => [term, code, 'location', '2.5', label, 'zh'
 const person = (term, id, tags) => [term, id, `${id} name`, 'idol', 'JP', '1', `${id} photo`, ...(tags ? [tags.join('\x1e')] : [])];
 const people = 'abcdefghi'.split('').map((letter, i) => person(`星${letter}星`, letter, Array.from({ length: i }, (_, n) => `tag ${n}`)));
 const sections = {
-  scene: [sceneRow('火锅', 'food', 'category'), sceneRow('vlog', 'travel', 'category', { lang: 'en' }),
-    sceneRow('broken', 'QQQ', 'category', { lang: 'en' }), sceneRow('𝄞', '😀', 'detail', { detail: 'e\u0301' })],
+  scene: sceneRows('火锅 food, en:vlog travel, en:broken QQQ, 𝄞 😀 detail e\u0301'),
   human: [['好吃', 'food', 'meal']],
   location: [place('东京', 'JP-13', '东京'), place('巴黎', 'FR-75', '巴黎'), place('伦敦', 'GB-LND', 'London'), place('柏林', 'DE-BE', '')],
   celebrity: [...people, person('無標', 'plain')],
