@@ -1,5 +1,5 @@
-// Long lists of titles and results go through functions that run in JavaScript, short ones and those of a host that runs no
-// scripts step by step. Nobody may see a difference: every test here makes the same call both ways.
+// Long lists of titles and results go through functions that run in JavaScript; short ones, and those of a host that
+// runs no scripts, are handled step by step. Nobody may see a difference: the tests here make calls both ways.
 import assert from 'node:assert/strict';
 import { once } from 'node:events';
 import { readFileSync } from 'node:fs';
@@ -9,14 +9,16 @@ import { setTimeout as delay } from 'node:timers/promises';
 import { Worker } from 'node:worker_threads';
 
 import './support/addon.mjs';
+import { thrownBy } from './support/outcome.mjs';
 import { indexDocument, sceneRows, writeFile, writePack } from './support/packs.mjs';
 
 const require = createRequire(import.meta.url);
 const binary = readFileSync(Object.keys(require.cache).find((path) => path.endsWith('.node')));
 let copies = 0;
+/** The addon once more, as a module of its own. */
 const loadCopy = (bytes) => require(writeFile(bytes, `copy-${++copies}.node`));
 
-/** The addon in a host that refuses scripts: the name by which it asks for them leads to a function that refuses strings. */
+/** The binary in a host that refuses scripts: the name by which it asks for them leads to what refuses any text. */
 function withoutScripts() {
   const bytes = Buffer.from(binary);
   const [name, other] = [Buffer.from('napi_run_script\0'), Buffer.from('napi_unwrap\0\0\0\0\0')];
@@ -27,89 +29,110 @@ function withoutScripts() {
 
 const fast = loadCopy(binary);
 const direct = loadCopy(withoutScripts());
+const batches = ['resolveSceneIntentBatch', 'resolveCelebrityBadgeBatch'];
 
-// --- A pack whose results have every shape -----------------------------------------------------------------------------
+// --- A pack whose results have every shape --------------------------------------------------------------------------
 
 const place = (term, code, label) => [term, code, 'location', '2.5', label, 'zh', `${label} country`];
-const person = (term, id, tags) => [term, id, `${id} name`, 'idol', 'JP', '1', `${id} photo`, ...(tags ? [tags.join('\x1e')] : [])];
-const people = 'abcdefghi'.split('').map((letter, i) => person(`星${letter}星`, letter, Array.from({ length: i }, (_, n) => `tag ${n}`)));
+const person = (letter, i) => [`星${letter}星`, letter, `${letter} name`, 'idol', 'JP', '1', `${letter} photo`,
+  ...(i ? [Array.from({ length: i }, (_, n) => `tag ${n}`).join('\x1e')] : [])];
+const people = 'abcdefghi'.split('').map(person);
+const cast = people.map(([term]) => term).join('');
 const sections = {
   scene: sceneRows('火锅 food, en:vlog travel, en:broken QQQ, 𝄞 😀 detail e\u0301'),
   human: [['好吃', 'food', 'meal']],
-  location: [place('东京', 'JP-13', '东京'), place('巴黎', 'FR-75', '巴黎'), place('伦敦', 'GB-LND', 'London'), place('柏林', 'DE-BE', '')],
-  celebrity: [...people, person('無標', 'plain')],
+  location: [place('东京', 'JP', '东京'), place('巴黎', 'FR', '巴黎'), place('伦敦', 'GB', 'London'), place('柏林', 'DE', '')],
+  celebrity: people,
   facet: people.map(([term], i) => [term, 'd', `k${i}`, String(i / 3), 'zh']),
 };
-// Texts that are no UTF-8 go to the host as they are.
+// Texts that are no UTF-8.
 const document = indexDocument(sections);
 for (let at; (at = document.data.indexOf('QQQ')) >= 0;) document.data.set([0x41, 0xff, 0xc0], at);
 const pack = writePack({ documents: [document] });
-const cast = people.map(([term]) => term).join('');
-const texts = ['火锅', '东京火锅好吃', '巴黎伦敦柏林东京玩', cast, '無標 星a星 演唱会', 'my vlog 1', 'broken', '𝄞😀', 'a\0b 火锅', '\ud800火锅\udc00', ' ',
-  'é'.repeat(70000), `东京玩${'火'.repeat(40000)}`];
-const titles = Array.from({ length: 300 }, (_, i) => ({
+
+const short = ['火锅', '东京火锅好吃', '巴黎伦敦柏林东京玩', cast, '星a星 星c星 演唱会', 'my vlog 1', 'broken', '𝄞😀', 'a\0b 火锅',
+  '\ud800火锅\udc00', ' '];
+const titlesOf = (texts) => Array.from({ length: 300 }, (_, i) => ({
   raw: `${texts[i % texts.length]}${i % 7 < 3 ? '' : i}`,
   ...(i % 5 ? { normalizedEnglish: ['', 'vlog', '\udc00 broken words', 'no scene 你好'][i % 4] } : {}),
   mediaType: ['photo', 'video', 7][i % 3],
 }));
+const titles = titlesOf(short);
 
-const shortTitles = titles.map((title) => (title.raw.length < 1000 ? title : titles[0]));
-const batches = ['resolveSceneIntentBatch', 'resolveCelebrityBadgeBatch'];
-const outcomeOf = (call) => {
-  try { return JSON.stringify(call()); } catch (error) { return error instanceof Error ? `${error.name}: ${error.message}` : error; }
-};
-
-/** Two outcomes with their logs; of the outcomes, which are long, where they part. */
-function assertSameOutcome([actual, actualLog], [expected, expectedLog], message) {
-  const parting = typeof expected === 'string' ? [...expected].findIndex((letter, i) => letter !== actual[i]) : 0;
-  if (actual !== expected) assert.fail(`${message}: ${actual.slice?.(parting - 40, parting + 80)}, not ${expected.slice?.(parting - 40, parting + 80)}`);
-  assert.deepEqual(actualLog, expectedLog, message);
-}
-
-test('a batch, its titles one by one, and a host that refuses scripts', () => {
+test('a batch, its titles one by one, and the same without scripts', () => {
+  const cases = titlesOf([...short, 'é'.repeat(70000), `东京玩${'火'.repeat(40000)}`]);
+  const keys = (value) => (Object(value) === value ? [Object.keys(value), Object.values(value).map(keys)] : 0);
   for (const name of batches) {
-    const { results, ...head } = fast[name]({ ...pack, cases: titles });
-    const one = (title) => fast[name]({ ...pack, cases: [title] }).results[0];
-    assert.deepEqual(results, titles.map(one), name);
-    assert.deepEqual({ ...head, results }, direct[name]({ ...pack, cases: titles }), name);
-    const keys = (value) => (Object(value) === value ? [Object.keys(value), Object.values(value).map(keys)] : 0);
-    assert.deepEqual(keys(results), keys(titles.map(one)), `${name}: order of properties`);
-    for (const { locationCodes, locationMeta } of results) assert.ok(!locationMeta || locationMeta.countryCodes === locationCodes);
+    const batch = fast[name]({ ...pack, cases });
+    const oneByOne = cases.map((title) => fast[name]({ ...pack, cases: [title] }).results[0]);
+    assert.deepEqual(batch.results, oneByOne, name);
+    assert.deepEqual(keys(batch.results), keys(oneByOne), name);
+    assert.deepEqual(batch, direct[name]({ ...pack, cases }), name);
+    for (const { locationMeta, locationCodes } of batch.results) {
+      assert.ok(!locationMeta || locationMeta.countryCodes === locationCodes);
+    }
   }
-  const lookup = { ...pack, section: 'celebrity', term: cast, mode: 'contains' };
-  assert.equal(outcomeOf(() => fast.lookupBinaryIndex(lookup)), outcomeOf(() => direct.lookupBinaryIndex(lookup)));
-  const facets = { ...pack, raw: cast };
-  assert.equal(fast.extractSemanticFacets(facets).hits.length, people.length);
-  assert.deepEqual(fast.extractSemanticFacets(facets), direct.extractSemanticFacets(facets));
 });
 
-test('more people than a function takes arguments, more strings than a chunk holds', () => {
+test('lists within a result', () => {
+  const facets = fast.extractSemanticFacets({ ...pack, raw: cast });
+  assert.equal(facets.hits.length, people.length);
+  assert.deepEqual(facets, direct.extractSemanticFacets({ ...pack, raw: cast }));
+  // More strings than one call hands over, in many rows and in one.
+  const many = Array.from({ length: 9000 }, (_, i) => [`术${i}`, ...[0, 1, 2].map((n) => `field ${i} ${n}`)]);
+  const wide = [['宽', ...Array.from({ length: 20000 }, (_, n) => `${n}`)], ['宽宽', ''], ['窄'], ['宽窄', 'x']];
+  const options = { ...writePack({ sections: { scene: many, facet: wide } }), mode: 'contains' };
+  for (const [section, term] of [['scene', many.map(([text]) => text).join('')], ['facet', '宽宽窄']]) {
+    const [one, other] = [fast, direct].map((addon) => addon.lookupBinaryIndex({ ...options, section, term }));
+    assert.deepEqual(one, other, section);
+  }
+});
+
+test('more cases than an array is filled with at once', () => {
   const cases = Array.from({ length: 20000 }, (_, i) => ({ raw: `星a星${i % 6000}`, mediaType: 'photo' }));
   const { results } = fast.resolveCelebrityBadgeBatch({ ...pack, cases });
-  assert.deepEqual([results.length, results[19999].primaryLabel], [20000, 'a name']);
-  const rows = Array.from({ length: 9000 }, (_, i) => [`术${i}`, ...Array.from({ length: 3 }, (_x, n) => `field ${i} ${n}`)]);
-  const wide = [['宽', ...Array.from({ length: 10000 }, (_, n) => `${n}`)], ['宽宽', ''], ['窄'], ['宽窄', 'x']];
-  const many = { ...writePack({ sections: { scene: rows, facet: wide } }), mode: 'contains' };
-  for (const [section, term] of [['scene', rows.map(([text]) => text).join('')], ['facet', '宽宽窄']]) {
-    assert.deepEqual(fast.lookupBinaryIndex({ ...many, section, term }), direct.lookupBinaryIndex({ ...many, section, term }), section);
+  assert.equal(results.length, 20000);
+  for (const i of [0, 16383, 16384, 19999]) {
+    assert.deepEqual(results[i], direct.resolveCelebrityBadgeBatch({ ...pack, cases: [cases[i]] }).results[0]);
   }
 });
 
-// --- Cases that are no plain data --------------------------------------------------------------------------------------
+// --- Cases that are no plain data -----------------------------------------------------------------------------------
+
+/** What a call gives or throws. Of two that differ, `assertSameOutcome` shows where. */
+function outcomeOf(call) {
+  let answer;
+  const thrown = thrownBy(() => { answer = call(); });
+  // Elements that are missing look like null in the text.
+  return answer ? JSON.stringify([answer, Object.keys(answer.results).join()]) : thrown;
+}
+
+function assertSameOutcome([actual, actualLog], [expected, expectedLog], message) {
+  if (actual !== expected) {
+    const at = typeof expected === 'string' ? [...expected].findIndex((letter, i) => letter !== actual[i]) : 0;
+    const part = (text) => (typeof text === 'string' ? text.slice(Math.max(0, at - 60), at + 60) : text);
+    assert.fail(`${message}: ${part(actual)}, not ${part(expected)}`);
+  }
+  assert.deepEqual(actualLog, expectedLog, message);
+}
 
 /** An object that tells of everything that is done to it. */
 const watched = (target, log) => new Proxy(target, new Proxy({}, {
   get: (_, trap) => (...args) => { log.push(`${trap} ${String(args[1])}`); return Reflect[trap](...args); },
 }));
 const title = { raw: '东京火锅', normalizedEnglish: 'vlog', mediaType: 'photo' };
-const getter = (key, get) => Object.defineProperty({ ...title }, key, { get });
+const keys = Object.keys(title);
+const withGetter = (object, key, get) => Object.defineProperty(object, key, { get });
 const boom = { not: 'an Error' };
+/** A title whose "raw" is read by this code. */
+const reading = (code) => withGetter({ ...title }, 'raw', () => { code(); return '火锅'; });
 
-// What stands at place 150: `make(log, cases, addon)`.
+/** What is at place 150 of 300: (log, cases, addon) => case. */
 const odd = {
   'a proxy': (log) => watched(title, log),
   'a proxy of a proxy of an array': (log) => watched(watched(Object.assign([], title), log), log),
-  'an array with the properties of a title': (log) => Object.defineProperty(Object.assign([], title), 'raw', { get() { log.push('raw'); return 'x'; } }),
+  'an array with the properties of a title': (log) =>
+    withGetter(Object.assign([], title), 'raw', () => log.push('raw')),
   'a function': () => Object.assign(() => {}, title),
   'inherited properties': () => Object.create(title),
   'no prototype': () => Object.assign(Object.create(null), title),
@@ -118,100 +141,111 @@ const odd = {
   'no raw': () => ({}),
   'a present undefined': () => ({ ...title, normalizedEnglish: undefined }),
   'an English that is no text': () => ({ ...title, normalizedEnglish: 1 }),
-  null: () => null,
-  undefined: () => undefined,
-  'a number': () => 7,
-  'a text': () => '火锅',
-  'a symbol': () => Symbol('火锅'),
-  'getters': (log) => Object.defineProperties({}, Object.fromEntries(Object.keys(title).map((key) => [key, { enumerable: true, get() { log.push(key); return title[key]; } }]))),
-  ...Object.fromEntries(Object.keys(title).map((key) => [`a getter of ${key} that throws`, () => getter(key, () => { throw boom; })])),
+  ...Object.fromEntries([null, undefined, 7, '火锅', Symbol('火锅'), 1n].map((value) => [String(value), () => value])),
+  getters: (log) => keys.reduce((object, key) =>
+    withGetter(object, key, () => { log.push(key); return title[key]; }), {}),
+  ...Object.fromEntries(keys.map((key) =>
+    [`a getter of ${key} that throws`, () => withGetter({ ...title }, key, () => { throw boom; })])),
   'a trap that throws': () => new Proxy(title, { has() { throw boom; } }),
-  'a getter that cuts the rest off': (log, cases) => getter('raw', () => { cases.length = 160; return 'x'; }),
-  'a getter that cuts off what was read': (log, cases) => getter('raw', () => { cases.length = 3; return 'x'; }),
-  'a getter that adds cases': (log, cases) => getter('raw', () => { cases.push(title, { raw: '火锅' }); return 'x'; }),
-  'a getter that changes a later case': (log, cases) => getter('raw', () => { cases[151] = { raw: '巴黎' }; return 'x'; }),
-  'a getter that calls the addon': (log, cases, addon) => getter('raw', () =>
-    addon.resolveSceneIntentBatch({ ...pack, cases: shortTitles }).results.map(({ sceneKey }) => sceneKey).join()),
+  'a getter that cuts the rest off': (log, cases) => reading(() => { cases.length = 160; }),
+  'a getter that cuts off what was read': (log, cases) => reading(() => { cases.length = 3; }),
+  'a getter that adds cases': (log, cases) => reading(() => cases.push(title, { raw: '火锅' })),
+  'a getter that changes a later case': (log, cases) => reading(() => { cases[151] = { raw: '巴黎' }; }),
+  'a getter that calls the addon': (log, cases, addon) => reading(() => {
+    log.push(outcomeOf(() => addon.resolveSceneIntentBatch({ ...pack, cases: titles })));
+  }),
 };
 
-test('whatever stands among the cases: the same answer, and the caller sees the same steps', () => {
-  for (const [name, make] of Object.entries(odd)) {
-    for (const batch of batches) {
-      const run = (addon) => {
-        const log = [];
-        const cases = [...shortTitles];
-        cases[150] = make(log, cases, addon);
-        for (const at of [149, 151]) cases[at] = watched(shortTitles[at], log);
-        return [outcomeOf(() => addon[batch]({ ...pack, cases })), log];
-      };
-      assertSameOutcome(run(fast), run(direct), `${batch}: ${name}`);
-    }
-  }
-});
+/** The same call both ways, with cases that `prepare` changes, and what they saw of it. */
+function compare(batch, message, prepare) {
+  const [one, other] = [fast, direct].map((addon) => {
+    const [log, cases] = [[], [...titles]];
+    const restore = prepare(log, cases, addon);
+    try { return [outcomeOf(() => addon[batch]({ ...pack, cases })), log]; } finally { restore?.(); }
+  });
+  assertSameOutcome(one, other, `${batch}: ${message}`);
+}
 
-test('an array that is no plain list: holes, an element with a getter, elements of a prototype', () => {
+test('whatever is among the cases: the same answer, and the caller sees the same steps', () => {
   for (const batch of batches) {
+    for (const [name, make] of Object.entries(odd)) {
+      compare(batch, name, (log, cases, addon) => {
+        cases[150] = make(log, cases, addon);
+        for (const at of [149, 151]) cases[at] = watched(titles[at], log);
+      });
+    }
     for (const inherited of [undefined, title]) {
-      const run = (addon) => {
-        const log = [];
-        const cases = [...shortTitles];
-        Object.defineProperty(cases, 150, { get() { log.push('element'); return watched(title, log); } });
+      compare(batch, 'an element with a getter, and a hole', (log, cases) => {
+        withGetter(cases, 150, () => { log.push('element'); return watched(title, log); });
         delete cases[200];
-        if (inherited) Object.defineProperty(Array.prototype, 200, { configurable: true, get() { log.push('inherited'); return inherited; } });
-        try { return [outcomeOf(() => addon[batch]({ ...pack, cases })), log]; } finally { delete Array.prototype[200]; }
-      };
-      assertSameOutcome(run(fast), run(direct), batch);
+        const get = () => { log.push('inherited'); return inherited; };
+        Object.defineProperty(Array.prototype, 200, { configurable: true, get });
+        return () => delete Array.prototype[200];
+      });
     }
   }
 });
 
-// --- Whatever a caller has replaced ------------------------------------------------------------------------------------
+test('a list of cases that becomes shorter leaves results out at the end', () => {
+  for (const addon of [fast, direct]) {
+    for (const [batch, length] of [[batches[0], 300], [batches[1], 160]]) {
+      const cases = [...titles];
+      cases[150] = reading(() => { cases.length = 160; });
+      const { count, results } = addon[batch]({ ...pack, cases });
+      assert.deepEqual([count, Object.keys(results).length, results.length], [160, 160, length], batch);
+    }
+  }
+});
+
+// --- What a caller has replaced -------------------------------------------------------------------------------------
 
 test('globals and methods that were replaced before the first call are not looked at', () => {
-  const TypedArray = Object.getPrototypeOf(Int32Array);
-  const owners = [Array, String, Object, Function, Number, Symbol, Proxy, Int32Array, Float64Array, TypedArray, ArrayBuffer]
-    .flatMap((each) => [each, each.prototype ?? []]).concat(Reflect, JSON, Math, Object.getPrototypeOf([][Symbol.iterator]()));
   const expected = batches.map((batch) => direct[batch]({ ...pack, cases: titles }));
-  const fresh = loadCopy(binary);
-  const { ownKeys, getOwnPropertyDescriptor, defineProperty, deleteProperty } = Reflect;
-  const saved = owners.flatMap((owner) => ownKeys(owner).map((key) => [owner, key, getOwnPropertyDescriptor(owner, key)]))
-    .filter(([, , { configurable, value }]) => configurable && typeof value === 'function');
-  const names = ['Array', 'Object', 'String', 'Int32Array', 'Float64Array', 'JSON', 'Reflect', 'Symbol'];
-  const globals = names.map((name) => getOwnPropertyDescriptor(globalThis, name));
+  const calls = batches.map((batch) => [loadCopy(binary)[batch], { ...pack, cases: titles }]);
+  const { defineProperty, deleteProperty, getOwnPropertyDescriptor, getPrototypeOf, ownKeys } = Reflect;
+  const names = ['Array', 'Object', 'String', 'Function', 'Int32Array', 'Float64Array', 'JSON', 'Reflect', 'Symbol'];
+  const owners = names.map((name) => globalThis[name]);
+  const iterator = getPrototypeOf([][Symbol.iterator]());
+  for (const { prototype } of [...owners, getPrototypeOf(Int32Array)]) if (prototype) owners.push(prototype);
+  const saved = [...owners, iterator, getPrototypeOf(Int32Array)]
+    .flatMap((owner) => ownKeys(owner).map((key) => [owner, key, getOwnPropertyDescriptor(owner, key)]))
+    .concat(names.map((name) => [globalThis, name, getOwnPropertyDescriptor(globalThis, name)]))
+    .filter(([, , { configurable, value }]) => configurable && ['function', 'object'].includes(typeof value));
+  const { prototype } = Array;
   let touched = 0;
-  const value = () => { touched++; };
-  const results = [];
-  for (let i = 0; i < saved.length; i++) defineProperty(saved[i][0], saved[i][1], { value, configurable: true, writable: true });
-  for (let i = 0; i < names.length; i++) defineProperty(globalThis, names[i], { value, configurable: true });
-  for (let i = 0; i < 8; i++) defineProperty(globals[0].value.prototype, i, { configurable: true, get: value, set: value });
+  const trap = () => { touched++; };
+  const results = [null, null];
+  for (let i = 0; i < saved.length; i++) defineProperty(saved[i][0], saved[i][1], { value: trap, configurable: true });
+  for (let i = 0; i < 400; i++) defineProperty(prototype, i, { get: trap, set: trap, configurable: true });
   try {
-    for (let i = 0; i < batches.length; i++) results[100 + i] = fresh[batches[i]]({ packPath: pack.packPath, allowedRoot: pack.allowedRoot, cases: titles });
+    for (let i = 0; i < 2; i++) results[i] = calls[i][0](calls[i][1]);
   } finally {
-    for (let i = 0; i < names.length; i++) defineProperty(globalThis, names[i], globals[i]);
+    for (let i = 0; i < 400; i++) deleteProperty(prototype, i);
     for (let i = 0; i < saved.length; i++) defineProperty(saved[i][0], saved[i][1], saved[i][2]);
-    for (let i = 0; i < 8; i++) deleteProperty(Array.prototype, i);
   }
+  assert.ok(saved.length > 150);
   assert.equal(touched, 0);
-  assert.deepEqual(results.slice(100), expected);
+  assert.deepEqual(results, expected);
 });
 
-// --- Environments ------------------------------------------------------------------------------------------------------
+// --- Environments ---------------------------------------------------------------------------------------------------
 
 test('workers: functions of their own, terminated in the middle of a batch, nearly out of stack', async () => {
   const path = writeFile(binary, 'worker.node');
   const script = `const { parentPort, workerData: { path, pack, titles, round } } = require('node:worker_threads');
-    const addon = require(path);
+    const batch = require(path)[round % 2 ? 'resolveSceneIntentBatch' : 'resolveCelebrityBadgeBatch'];
     const cases = Array.from({ length: 10000 }, (_, i) => titles[i % 11]);
-    const run = () => addon[round % 2 ? 'resolveSceneIntentBatch' : 'resolveCelebrityBadgeBatch']({ ...pack, cases }).results.length;
-    const deep = () => { try { return deep() + 0; } catch { try { return run(); } catch (error) { return error instanceof RangeError ? 0 : NaN; } } };
-    parentPort.postMessage(round < 2 ? [run(), Number.isNaN(deep())].join() : 'started');
+    const run = () => batch({ ...pack, cases }).results.length;
+    const tryRun = () => { try { return run(); } catch (error) { return error instanceof RangeError ? 0 : NaN; } };
+    const deep = () => { try { return deep() + 0; } catch { return tryRun(); } };
+    parentPort.postMessage(round < 2 ? [run(), Number.isNaN(deep())].join() : 'begins');
     while (round >= 2) run();`;
   for (let round = 0; round < 14; ++round) {
     const worker = new Worker(script, { eval: true, workerData: { path, pack, titles, round } });
     const ended = once(worker, 'exit');
     const [message] = await once(worker, 'message');
     if (round >= 2) await delay((round % 4) * 9).then(() => worker.terminate());
-    assert.deepEqual([message, ...await ended], round < 2 ? ['10000,false', 0] : ['started', 1]);
+    assert.deepEqual([message, ...await ended], round < 2 ? ['10000,false', 0] : ['begins', 1]);
   }
   assert.equal(fast.resolveSceneIntentBatch({ ...pack, cases: titles }).count, 300);
 });

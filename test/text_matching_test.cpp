@@ -10,9 +10,47 @@
 #include "scene/scene_score.h"
 #include "support/tables.h"
 #include "text/term_score.h"
+#include "text/utf16.h"
 
 namespace corvenda {
 namespace {
+
+TEST(TextMatching, Utf8AndUtf16) {
+  const struct {
+    std::string bytes;
+    std::u16string units;
+  } rows[] = {
+      {"", u""},
+      {std::string("a\0\x7F", 3), std::u16string(u"a\0\x7F", 3)},
+      {"\xC2\x80\xDF\xBF", u"\x80\x7FF"},
+      {"\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF", u"\x800\xD7FF\xE000\xFFFF"},
+      {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", u"\xD800\xDC00\xDBFF\xDFFF"},
+  };
+  char16_t units[16];
+  for (const auto& row : rows) {
+    std::string bytes = "what was there";
+    convertToUtf8(row.units, &bytes);
+    EXPECT_EQ(bytes, row.bytes);
+    const auto length = convertToUtf16(row.bytes, units);
+    ASSERT_TRUE(length) << row.bytes;
+    EXPECT_EQ(std::u16string_view(units, *length), row.units);
+  }
+  // A surrogate without its partner, wherever it is.
+  for (const std::u16string_view lone : {u"\xD800", u"\xDFFF", u"\xDC00\xD800"}) {
+    std::string expected;
+    for (std::size_t i = 0; i < lone.size(); ++i) expected += "\xEF\xBF\xBD";
+    std::string bytes;
+    convertToUtf8(lone, &bytes);
+    EXPECT_EQ(bytes, expected);
+  }
+  // Cut short, overlong, surrogates, beyond the last character, bytes that begin or continue nothing.
+  for (const std::string_view bad :
+       {"\xC2", "\xE4\xB8", "\xF0\x90\x80", "\xC2x", "\xE4\xB8x", "\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF",
+        "\xF0\x8F\xBF\xBF", "\xED\xA0\x80", "\xED\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFF", "\x80"}) {
+    EXPECT_FALSE(convertToUtf16(bad, units)) << bad;
+    EXPECT_FALSE(convertToUtf16("a\xE4\xB8\xAD" + std::string(bad), units)) << bad;
+  }
+}
 
 TEST(TextMatching, FoldAndAlphabets) {
   const struct {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 
+#include "addon/object_rows.h"
 #include "functions_js.h"
 
 namespace corvenda {
@@ -73,7 +74,7 @@ napi_value runScript(napi_env env, std::string_view source, const std::vector<na
   return result;
 }
 
-// --- Native functions for functions.js ------------------------------------------------------------------------------
+// --- Native functions for functions.js -----------------------------------------------------------------------------
 
 napi_value argumentOf(napi_env env, napi_callback_info info) {
   std::size_t count = 1;
@@ -109,51 +110,35 @@ void compileScriptFunctions(napi_env env, Environment* environment) {
   }
 }
 
-// --- Filled arrays -------------------------------------------------------------------------------------------------
+// --- Filled arrays ------------------------------------------------------------------------------------------------
 
-/// Of as many arguments an array is made fastest. They take eight bytes each of the stack.
-constexpr std::size_t kMostArguments = 16384;
-
+/// An array of as many arguments, which take eight bytes each of the stack. Null if the caller has left too little of
+/// it, and nothing is pending then.
 napi_value collectArguments(napi_env env, std::size_t length) {
   const napi_value collect = scriptFunction(env, ScriptFunction::kCollect);
-  if (collect == nullptr || length > kMostArguments) return nullptr;
   napi_value undefined = nullptr;
   napi_get_undefined(env, &undefined);
   const napi_value array = callFunction(env, collect, std::vector<napi_value>(length, undefined));
-  if (array == nullptr) dropException(env);  // a caller that has used up the stack
+  if (array == nullptr) dropException(env);
   return array;
 }
 
-/// The keys of a typed array are numbers, and a list of keys has all its elements.
-napi_value listKeys(napi_env env, std::size_t length) {
-  void* data = nullptr;
-  napi_value buffer = nullptr;
-  napi_value bytes = nullptr;
-  napi_value keys = nullptr;
-  if (!settled(env, napi_create_arraybuffer(env, length, &data, &buffer)) ||
-      !settled(env, napi_create_typedarray(env, napi_uint8_array, length, buffer, 0, &bytes)) ||
-      !settled(env, napi_get_all_property_names(env, bytes, napi_key_own_only, napi_key_all_properties,
-                                                napi_key_keep_numbers, &keys))) {
-    return nullptr;
-  }
-  return keys;
-}
-
-// --- Shared numbers ------------------------------------------------------------------------------------------------
+// --- Shared numbers -----------------------------------------------------------------------------------------------
 
 /// Larger arrays are not kept.
 constexpr std::size_t kLargestKept = std::size_t{1} << 17U;
 
 bool makeSharedArray(napi_env env, napi_typedarray_type type, std::size_t size, std::size_t count, SharedArray* shared,
                      napi_value* array) {
+  void* data = nullptr;
   napi_value buffer = nullptr;
   const std::size_t capacity = std::max<std::size_t>(4096, count + count / 2);
-  if (!settled(env, napi_create_arraybuffer(env, capacity * size, &shared->data, &buffer)) ||
+  if (!settled(env, napi_create_arraybuffer(env, capacity * size, &data, &buffer)) ||
       !settled(env, napi_create_typedarray(env, type, capacity, buffer, 0, array))) {
     return false;
   }
   deleteReference(env, shared->array);
-  *shared = {nullptr, shared->data, 0};
+  *shared = {nullptr, data, 0};
   if (capacity <= kLargestKept && napi_create_reference(env, *array, 1, &shared->array) == napi_ok) {
     shared->capacity = capacity;
   }
@@ -203,8 +188,22 @@ napi_value compiledFunction(napi_env env, std::string (*source)()) {
 }
 
 napi_value makeFilledArray(napi_env env, std::size_t length) {
-  const napi_value array = collectArguments(env, length);
-  return array != nullptr ? array : listKeys(env, length);
+  std::size_t filled = std::min(length, kFilledAtOnce);
+  napi_value array = collectArguments(env, filled);
+  if (array == nullptr) {
+    array = makeArray(env);
+    filled = 0;
+  }
+  return array != nullptr && extendFilledArray(env, array, filled, length) ? array : nullptr;
+}
+
+bool extendFilledArray(napi_env env, napi_value array, std::size_t length, std::size_t end) {
+  const HandleScope scope(env);
+  const napi_value any = makeNull(env);
+  for (; length < end; ++length) {
+    if (!defineElement(env, array, length, any)) return false;
+  }
+  return true;
 }
 
 napi_value shareIntegers(napi_env env, const std::vector<std::int32_t>& integers) {

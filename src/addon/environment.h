@@ -1,9 +1,9 @@
 // What the addon keeps for one JavaScript environment: functions that run in it (see functions.js).
 //
 // They are compiled at their first use and kept. A function made anew in each call would start in the interpreter each
-// time, and V8 would optimise it again and again on its helper threads, which took a third of the process's CPU.
+// time, and V8 would optimise it again and again on its helper threads: that took a third of the process's CPU.
 //
-// A host may refuse to run scripts. Then there is no function, and everything goes the direct way, with the same
+// A host may refuse to run scripts. Then there are no functions, and everything goes the direct way, with the same
 // results.
 #pragma once
 
@@ -27,8 +27,14 @@ napi_value scriptFunction(napi_env env, ScriptFunction function);
 napi_value compiledFunction(napi_env env, std::string (*source)());
 
 /// An array of `length` elements, all of them in place: assigning to them looks at no prototype. Null, with an
-/// exception pending, if it can't be made.
+/// exception pending, if it can't be made. A long one takes time: see `extendFilledArray`.
 napi_value makeFilledArray(napi_env env, std::size_t length);
+
+/// The length up to which an array is filled at once.
+constexpr std::size_t kFilledAtOnce = 16384;
+
+/// Puts elements in place from `length` on up to `end`. False, with an exception pending, if a step failed.
+bool extendFilledArray(napi_env env, napi_value array, std::size_t length, std::size_t end);
 
 /// Typed arrays with these numbers, for functions that keep nothing of them: the next call may give the same arrays
 /// with other numbers. Null, with an exception pending, if they can't be made.

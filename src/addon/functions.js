@@ -1,9 +1,9 @@
-// Functions that the addon runs in JavaScript, where reading properties and making objects costs a tenth of what it costs
-// from outside. They are handed to nobody else.
+// Functions that the addon runs in JavaScript, where reading properties and making arrays costs a fraction of what it
+// costs from outside. They are handed to nobody else.
 //
-// Whoever calls the addon may have replaced every global and every method, and put setters on every prototype. Nothing here
-// may run or show that: no global, no method, no iteration (so no spreading of arrays and no destructuring of them either),
-// and no assignment to a property or element that is not there already. What is left is the language's own syntax: literals
+// Whoever calls the addon may have replaced every global and every method, and put setters on every prototype. Nothing
+// of that may run or show here: no global, no method, no iteration (so arrays are neither spread nor destructured), and
+// no assignment to a property or element that is not there already. What is left is the language's own syntax: literals
 // and rest parameters define, and typed arrays look at no prototype.
 //
 // `isArray` and `filled` are native: whether a value is an array, and an array of a length with all elements in place.
@@ -22,7 +22,7 @@
     }
   };
 
-  // What a title is to be: these numbers stand in title_reader.h too.
+  // What can be wrong with a case; title_reader.cpp has the same numbers.
   const GOOD = 0, NO_OBJECT = 1, NO_RAW = 2, EMPTY_RAW = 3, NO_ENGLISH = 4;
 
   /** Texts are joined until they have so many UTF-16 units. */
@@ -32,9 +32,9 @@
     (typeof value === 'object' ? value !== null : typeof value === 'function') && !isArray(value);
 
   // Both readers take cases from `begin` on, at most `count`, and join their texts into one: that can be handed over at
-  // once, and `lengths` says how to cut it. `lengths[0]` becomes how many cases were read and `lengths[1]` what was wrong
-  // with the next; from there on each case has a fixed number of places. A case whose texts are long ends the reading and
-  // gives them apart.
+  // once, and `lengths` says how to cut it. `lengths[0]` becomes how many cases were read and `lengths[1]` what was
+  // wrong with the next; from there on each case has a fixed number of places. A case whose texts are long ends the
+  // reading and gives them apart.
   //
   // They look at a case as the addon does from outside, step for step: a proxy or getter sees no difference.
 

@@ -3,12 +3,10 @@
 namespace corvenda {
 namespace {
 
-/// `let list` is for putLastList, `count` for the list that is being read.
-constexpr const char* kCursor = "let count, list;\n";
-
-/// A function `name` that makes the items from `begin` to `end` of `target`.
+/// Statements that make the items of `target` from `position` to `end`. `count` is for the length of a list that is
+/// being read, `list` for putLastList.
 std::string readingLoop(const std::string& item) {
-  return std::string(kCursor) + "for (; position < end; position++) target[position] = " + item + ";\n";
+  return "let count, list;\nfor (; position < end; position++) target[position] = " + item + ";\n";
 }
 
 }  // namespace

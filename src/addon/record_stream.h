@@ -1,9 +1,9 @@
 // Many records of one kind on their way to JavaScript, without a call for each value.
 //
-// The records' values stand one after the other as numbers, in the order of their `describe`: integers, flags and the
-// numbers of texts in one list, all other numbers in another, the distinct texts in a table. A function that is
-// written from the same `describe` reads them back and makes the objects, as literals: that is how a careful JavaScript
-// developer would make them.
+// The records' values stand one after the other, in the order of their `describe`: integers, flags and the numbers of
+// texts in one list, all other numbers in another; the distinct texts are in a table. A function that is written from
+// the same `describe` reads them back and makes the objects as literals, the way JavaScript itself makes objects
+// fastest. So names and order of properties stand in one place for both ways.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@
 
 namespace corvenda {
 
-// --- Writing -------------------------------------------------------------------------------------------------------
+// --- Writing ------------------------------------------------------------------------------------------------------
 
 struct RecordStream {
   std::vector<std::int32_t> integers;
@@ -56,7 +56,7 @@ void putConstant(RecordStream& /*out*/, const char* /*name*/, const Value& /*val
 
 inline void putLastList(RecordStream& /*out*/, const char* /*name*/) {}
 
-// --- Reading -------------------------------------------------------------------------------------------------------
+// --- Reading ------------------------------------------------------------------------------------------------------
 
 /// The function's text while it is written. All that reads is expressions, which JavaScript evaluates from left to
 /// right; `i` and `n` are the next integer and number.
@@ -91,8 +91,8 @@ void putConstant(RecordScript& out, const char* name, const Value& value) {
 
 inline void putLastList(RecordScript& out, const char* name) { out.literal += std::string(name) + ": list, "; }
 
-/// A list of a few items is a literal of them. One of more is made by a function of its own, which gives back where it
-/// has stopped in `at`.
+/// A list of a few items is a literal of them. A longer one is made by a function of its own, which says in `at` where
+/// it has stopped.
 std::string readingOfList(RecordScript& out, const std::string& item);
 
 template <typename Value>
@@ -116,8 +116,8 @@ std::string readingOf(RecordScript& out) {
   }
 }
 
-/// A script whose value, called with `blank` (see functions.js), is the function that makes elements `position` to
-/// `end` of `results`.
+/// A script whose value, called with `blank` (see functions.js), is the function that makes the elements of `target`
+/// from `position` to `end`.
 std::string recordScript(const RecordScript& functions, const std::string& record);
 
 template <typename Record>

@@ -9,20 +9,19 @@
 //       put(out, "count", group.count);
 //     }
 //
-// `putConstant` is for a value that is the same in each record: a flag, or a text without quotation marks.
-//
-// The type of a value decides what it becomes: flags, numbers and texts themselves; a record an object; a vector an
-// array; an empty optional or a null pointer null; what is a JavaScript value already stays as it is. `putLastList`
-// names the very array that was made last, here or in the object around this one: JavaScript sees one array twice.
+// The type of a value decides what it becomes: flags, numbers and texts themselves; a record an object; a list an
+// array; an empty optional or a null pointer null; what is a JavaScript value already stays as it is. `putConstant` is
+// for a flag or text that is the same in all results. `putLastList` names the very array that was put last, here or in
+// the object around this one, so that JavaScript sees one array twice.
 //
 // Properties and elements are defined, never set: own, writable, enumerable and configurable, whatever somebody put on
 // Object.prototype or Array.prototype. So nothing of the caller's runs while a result is made. The first step that
 // fails ends the making and leaves its exception pending; JavaScript then sees that exception and never the value.
 //
-// A single record is made directly (object_rows.h), and so are the records of a short list. Those of a longer list are
-// made by a JavaScript function (record_stream.h): the same objects at a small part of the price. Such a record needs a
-// default form that can be described, since the function is written from it; what it holds doesn't matter, but
-// whether `describe` names a property must not depend on it.
+// A single record is made directly (object_rows.h), and so is a short list. A longer one is made by a JavaScript
+// function (record_stream.h): the same objects at a tenth of the price. The function is written from the `describe` of
+// a record in its default form: that has to be possible, and whether a property is put must not depend on what the
+// record holds.
 #pragma once
 
 #include <cstddef>
@@ -42,15 +41,15 @@ namespace corvenda {
 struct ResultList {
   napi_env env = nullptr;
   napi_value array = nullptr;
-  std::size_t length = 0;                ///< as it was foreseen
   std::size_t count = 0;                 ///< records so far
   std::size_t finished = 0;              ///< of these, how many are in the array
+  std::size_t filled = 0;                ///< elements that are in place for the function
   napi_value makeObjects = nullptr;      ///< null for the direct way
   std::unique_ptr<RecordStream> stream;  ///< null for the direct way
 };
 
-/// A list that is foreseen to have `length` records, of which the script makes objects. The strings of the records live
-/// as long as the handle scope in which `append` is called.
+/// A list that is foreseen to have `length` records; `script` is `readingScript` of their type. It is used in the
+/// handle scope in which it was begun.
 ResultList beginList(napi_env env, std::size_t length, std::string (*script)());
 
 /// Says that texts of these rows are to be expected. The rows must outlive the list.
@@ -66,16 +65,12 @@ bool flushList(ResultList* list);
 /// Appends a record. False, with an exception pending, if a step failed.
 template <typename Record>
 bool append(ResultList* list, const Record& record) {
-  if (list->stream != nullptr && list->count < list->length) {
+  if (list->stream != nullptr) {
     write(*list->stream, record);
     return countRecord(list);
   }
   const HandleScope scope(list->env);
-  if (!flushList(list) || !defineElement(list->env, list->array, list->count, makeObject(list->env, record))) {
-    return false;
-  }
-  list->finished = ++list->count;
-  return true;
+  return defineElement(list->env, list->array, list->count++, makeObject(list->env, record));
 }
 
 /// The array. It is at least `length` elements long; those after the last record are missing. Null, with an exception

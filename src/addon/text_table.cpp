@@ -5,6 +5,7 @@
 
 #include "addon/environment.h"
 #include "base/keyed_hash.h"
+#include "base/prefetch.h"
 
 namespace corvenda {
 namespace {
@@ -15,7 +16,6 @@ constexpr std::size_t kFewestPlaces = 128;
 constexpr std::size_t kMostPlaces = 32768;
 
 constexpr std::size_t kCopyBlock = 16384;
-constexpr std::size_t kMostCopiedBytes = std::size_t{4} << 20U;
 
 /// The strings of a chunk are handed over as arguments, eight bytes each of the stack.
 constexpr std::size_t kChunkStrings = std::size_t{1} << kChunkBits;
@@ -132,14 +132,14 @@ TextTable makeTextTable(napi_env env, std::size_t records) {
 }
 
 void numberTexts(TextTable* table, std::vector<UnnumberedText>* texts, std::vector<std::int32_t>* integers) {
-  // Both tables are larger than the first cache. Asked for together, their places come together.
+  // Both tables are larger than the nearest cache. Places that are asked for together come together.
   for (UnnumberedText& text : *texts) {
     text.lasting = isLasting(*table, text.text);
     if (text.lasting) {
-      __builtin_prefetch(&placeOf(table, text.text));
+      prefetch(&placeOf(table, text.text));
     } else {
       text.hash = hashOf(text.text);
-      __builtin_prefetch(&table->slots[text.hash & (table->slots.size() - 1)]);
+      prefetch(&table->slots[text.hash & (table->slots.size() - 1)]);
     }
   }
   for (const UnnumberedText& text : *texts) {
@@ -155,7 +155,6 @@ bool storeFreshStrings(TextTable* table) {
 }
 
 void forgetTexts(TextTable* table) {
-  if (table->copiedBytes < kMostCopiedBytes) return;
   table->known.clear();
   table->chunkCount = 0;
   table->copies.clear();

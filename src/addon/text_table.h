@@ -17,7 +17,7 @@ struct KnownText {
   std::uint32_t number = 0;
 };
 
-/// A text in lasting memory that was asked for: where it lies says what it is.
+/// A text in lasting memory: where it is says what it is.
 struct PlacedText {
   const char* data = nullptr;
   std::uint32_t size = 0;
@@ -59,8 +59,10 @@ void numberTexts(TextTable* table, std::vector<UnnumberedText>* texts, std::vect
 /// Completes `chunks`. False, with an exception pending, if a step failed.
 bool storeFreshStrings(TextTable* table);
 
-/// Forgets all texts once many bytes were copied: texts that no later record shares would fill the memory. Numbers that
-/// were given before are void.
+/// With more bytes of copies the table has to begin anew: texts that no later record shares would fill the memory.
+constexpr std::size_t kMostCopiedBytes = std::size_t{4} << 20U;
+
+/// Begins anew. Numbers that were given before are void.
 void forgetTexts(TextTable* table);
 
 }  // namespace corvenda

@@ -154,6 +154,10 @@ TitleReader beginTitles(napi_env env, napi_value cases, CaseKind kind, std::size
 }
 
 bool readTitles(TitleReader* reader, std::size_t most, Failure* failure) {
+  // A long title ends its part. Others may take its place, so its memory is not kept.
+  if (reader->count > 0 && reader->titles[reader->count - 1].raw.size() > kEnoughBytes) {
+    reader->titles[reader->count - 1] = CaseTitle();
+  }
   reader->count = 0;
   most = std::min(most, kMostTitles);
   return reader->readPart != nullptr && most > 1 ? readByFunction(reader, most, failure)
