@@ -3,10 +3,9 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
 
-#include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale is POSIX, <clocale> need not declare it
+#include "base/c_number.h"
 
 namespace corvenda {
 
@@ -45,12 +44,9 @@ bool parsePlainDecimal(std::string_view text, double* value) {
 bool parseNumber(std::string_view text, double* value) {
   *value = 0;
   if (text.empty() || parsePlainDecimal(text, value)) return true;
-  // from_chars would not do: it rejects leading white space, a plus sign and the "0x" of hexadecimal.
-  static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
-  const std::string terminated(text);
-  char* end = nullptr;
-  *value = strtod_l(terminated.c_str(), &end, cLocale);
-  return end == terminated.data() + terminated.size();
+  std::size_t length = 0;
+  *value = convertNumber(text, &length);
+  return length == text.size();
 }
 
 std::string formatNumber(double value) {
