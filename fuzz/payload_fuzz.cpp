@@ -3,7 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+#if __has_include(<sanitizer/asan_interface.h>)
 #include <sanitizer/asan_interface.h>
+#else
+#define ASAN_POISON_MEMORY_REGION(address, size) static_cast<void>(address)
+#define ASAN_UNPOISON_MEMORY_REGION(address, size) static_cast<void>(address)
+#endif
 
 #include "base/byte_reader.h"
 #include "cache/rule_pack_loader.h"

@@ -1,15 +1,13 @@
 // Memory from the system: what is wiped, what is given back, which block owns it.
 #include "base/secure_block.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
 #include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
+
+#include "support/resident_bytes.h"
 
 namespace corvenda {
 namespace {
@@ -21,13 +19,8 @@ bool isAll(const std::uint8_t* bytes, std::size_t size, std::uint8_t value) {
 constexpr std::size_t kMany = std::size_t{64} << 20;
 constexpr std::size_t kFew = std::size_t{5} << 20;
 
-/// How many bytes of the mapping are resident; 0 if nothing is mapped.
-std::size_t resident(const std::uint8_t* pages) {
-  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  std::vector<unsigned char> present(kMany / page);
-  if (mincore(const_cast<std::uint8_t*>(pages), kMany, present.data()) != 0) return 0;
-  return page * static_cast<std::size_t>(std::count(present.begin(), present.end(), 1));
-}
+/// How many of the first `kMany` bytes from here on take memory.
+std::size_t resident(const std::uint8_t* pages) { return residentBytes(pages, kMany); }
 
 TEST(SecureBlock, ZeroedWritableAndOwnedOnce) {
   for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{4097}, (std::size_t{2} << 20) + 1}) {

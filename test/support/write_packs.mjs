@@ -1,7 +1,8 @@
 // Writes the packs of the core's tests, because the packer is JavaScript: node write_packs.mjs DIRECTORY
-import { writeFileSync } from 'node:fs';
+import { mkdirSync, writeFileSync } from 'node:fs';
 import { packBytes } from './packs.mjs';
 
+mkdirSync(process.argv[2], { recursive: true });
 for (const tag of ['a', 'b', 'o']) {
   const rows = Array.from({ length: 300 }, (_, i) => [`${tag}${i}`, 'k', 'f', '1', 'category', 'zh', 'c']);
   const sections = { scene: rows, human: rows, celebrity: rows, location: rows, facet: rows };

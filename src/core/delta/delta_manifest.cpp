@@ -52,15 +52,10 @@ bool readManifest(std::string_view text, DeltaManifest* manifest, SemanticError*
   return readable || fail(error, "semantic delta manifest contract is invalid");
 }
 
-std::string fileNameUtf8(const fs::path& path) {
-  const std::u8string name = path.filename().u8string();
-  return {name.begin(), name.end()};
-}
-
 /// Trust comes from the pins alone. Key and hash are pinned separately: neither is computed from the other.
 bool isExpectedAndPinned(const DeltaManifest& manifest, const fs::path& packPath, const DeltaExpectation& expected) {
   return manifest.baseRuleSetId == expected.baseRuleSetId && manifest.ruleSetId == expected.ruleSetId &&
-         manifest.baseRuleSetId != manifest.ruleSetId && manifest.pack == fileNameUtf8(packPath) &&
+         manifest.baseRuleSetId != manifest.ruleSetId && manifest.pack == utf8FromPath(packPath.filename()) &&
          manifest.publicKeySha256 == trust::pinnedPublicKeySha256 &&
          manifest.publicKeyDerBase64 == trust::pinnedPublicKeyDerBase64 &&
          manifest.packSha256.size() == kSha256HexLength;

@@ -100,7 +100,7 @@ ReadOutcome readOnce(const fs::path& path, const SizeLimits& limits, const FileR
 
 bool canonicalizePackPath(const std::string& path, fs::path* out, SemanticError* error) {
   if (!isPathText(path)) return fail(error, "semantic rule-pack path is invalid");
-  *out = fs::path(std::u8string(path.begin(), path.end()));
+  *out = pathFromUtf8(path);
   for (int pass = 0; pass < kMaxPasses; ++pass) {
     const fs::path before = std::move(*out);
     bool exists = false;

@@ -9,6 +9,10 @@
 
 namespace corvenda {
 
+/// A path from its UTF-8 text, and the text of a path. Where paths are UTF-16, what is no text there becomes U+FFFD.
+std::filesystem::path pathFromUtf8(const std::string& text);
+std::string utf8FromPath(const std::filesystem::path& path);
+
 struct FileStatus {
   bool isRegular = false;
   std::uint64_t size = 0;          ///< bytes

@@ -68,6 +68,10 @@ bool resolveOpenPath(const OpenFile& file, const fs::path& path, fs::path* openP
 
 }  // namespace
 
+fs::path pathFromUtf8(const std::string& text) { return text; }
+
+std::string utf8FromPath(const fs::path& path) { return path.native(); }
+
 bool queryFileStatus(const fs::path& path, FileStatus* status) {
   struct stat stat {};
   return finishQuery(::stat(path.c_str(), &stat), stat, status);

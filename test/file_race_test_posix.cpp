@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
-#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -73,6 +72,7 @@ constexpr char kSize[] = "semantic rule-pack file size is invalid";
 constexpr char kUnreadable[] = "semantic rule-pack file cannot be read";
 
 struct FileRace : testing::Test {
+  fs::path packs = CORVENDA_TEST_PACKS;
   fs::path folder = fs::canonical(testing::TempDir()) / ("race-" + std::to_string(getpid()));
   fs::path root = folder / "root";
   fs::path outside = folder / "outside";
@@ -80,7 +80,6 @@ struct FileRace : testing::Test {
 
   FileRace() {
     fs::create_directories(root);
-    EXPECT_EQ(std::system((CORVENDA_WRITE_PACKS " '" + folder.string() + "'").c_str()), 0);
     reset();
   }
   ~FileRace() override { fs::remove_all(folder); }
@@ -96,7 +95,7 @@ struct FileRace : testing::Test {
     semanticCache().baseSlot = {};
   }
   void put(const std::string& tag, const fs::path& to) {
-    fs::copy_file(folder / (tag + ".klrx"), to, fs::copy_options::overwrite_existing);
+    fs::copy_file(packs / (tag + ".klrx"), to, fs::copy_options::overwrite_existing);
   }
   /// The tag of the pack that is loaded, or the message.
   std::string load() {
@@ -128,7 +127,7 @@ TEST_F(FileRace, PacksAndTheirNames) {
       {"nothing", {}, {}, "a"},
       {"removed", [&] { fs::remove(pack); }, {}, kNotRegular},
       {"another file", [&] { replace("b"); }, {}, "b"},
-      {"a link", [&] { fs::remove(pack), fs::create_symlink(folder / "a.klrx", pack); }, {}, kNotRegular},
+      {"a link", [&] { fs::remove(pack), fs::create_symlink(packs / "a.klrx", pack); }, {}, kNotRegular},
       {"a folder", [&] { fs::remove(pack), fs::create_directory(pack); }, {}, kNotRegular},
       {"a pipe", [&] { fs::remove(pack), mkfifo(pack.c_str(), 0600); }, {}, kNotRegular},
       {"cut short", [&] { fs::resize_file(pack, 39); }, {}, kSize},
