@@ -11,12 +11,12 @@ import { drawPlot } from './lib/plot.mjs';
 import { runTask } from './lib/run_task.mjs';
 
 const usage = `usage: node bench/bench.mjs [options]
-  --only NAMES     groups, separated by commas: scene, scene-shared, celebrity, single, fixed, workflow, load, peak, warm,
-                   workers, overlays
+  --only NAMES     groups, separated by commas: scene, scene-shared, celebrity, single, fixed, workflow, load, peak,
+                   warm, workers, overlays
   --sizes SIZES    of the batches: rows a section such as 1k,100k,1M, or "real" (default: 1k,10k,100k,real)
   --big            with 1M rows a section too
   --quick          fewer turns and fewer checked titles: for a look while working
-  --data FOLDER    real data: places.tsv, vocabulary.tsv, people.tsv, titles.tsv (default: the sample of this repository)
+  --data FOLDER    real data: places.tsv, vocabulary.tsv, people.tsv, titles.tsv (default: the sample)
   --binary FILE    the addon to measure (default: the one that lib/ finds)
   --against FILE   another one that takes its turn in the batches and must give the same answers
   --json FILE      all outcomes, as JSON
@@ -42,15 +42,17 @@ async function outcomeOf({ times = 1, ...parameters }) {
   const outcomes = [];
   for (let i = 0; i < times; i += 1) outcomes.push(await runTask(parameters));
   if (times === 1) return outcomes[0];
-  return Object.fromEntries(Object.keys(outcomes[0]).map((key) => [key, median(outcomes.map((outcome) => outcome[key]))]));
+  const middle = (key) => median(outcomes.map((outcome) => outcome[key]));
+  return Object.fromEntries(Object.keys(outcomes[0]).map((key) => [key, middle(key)]));
 }
 
-const commit = () => spawnSync('git', ['describe', '--always', '--dirty'], { encoding: 'utf8' }).stdout?.trim() || 'unknown';
+const commit = () =>
+  spawnSync('git', ['describe', '--always', '--dirty'], { encoding: 'utf8' }).stdout?.trim() || 'unknown';
 
 const machine = () => ({
   date: new Date().toISOString().slice(0, 10), node: process.version, system: `${platform()} ${release()} ${arch()}`,
-  processor: `${cpus().length} x ${cpus()[0].model.trim()}`, command: ['node bench/bench.mjs', ...process.argv.slice(2)].join(' '),
-  commit: commit(),
+  processor: `${cpus().length} x ${cpus()[0].model.trim()}`, commit: commit(),
+  command: ['node bench/bench.mjs', ...process.argv.slice(2)].join(' '),
 });
 
 const number = (value) => (value >= 100 ? value.toFixed(0) : value >= 10 ? value.toFixed(1) : value.toFixed(2));

@@ -1,5 +1,6 @@
-// Instructions per title, counted by callgrind and compared with a committed budget. Unlike times they don't depend on how busy
-// the machine is, so the change that made a title more expensive is noticed. They say nothing about cache misses.
+// Instructions per title, counted by callgrind and compared with a committed budget. Unlike times they don't depend on
+// how busy the machine is, so the change that made a title more expensive is noticed. They say nothing about cache
+// misses.
 //
 //   node bench/instructions.mjs [--update]     --update writes what was counted as the new budget
 //
@@ -17,7 +18,7 @@ const budgetFile = fileURLToPath(new URL('instructions.json', import.meta.url));
 const TOLERANCE = 0.05;
 const TITLES = 500;
 
-/** { name, work, pack, titles, expected }: `expected` is the number of answers that the addon gives to the same titles. */
+/** { name, work, cases, expected, … }: `expected` is the number of answers that the addon gives to the same titles. */
 async function makeCases() {
   // Not before: setup fetches what these use.
   const { makeTitles } = await import('./lib/generator.mjs');
@@ -45,8 +46,8 @@ async function makeCases() {
       each((options) => Number(addon.resolveSceneIntent(options).intentHit !== null))],
     ['facets, 1k', 'facets', small, made(small), each((options) => addon.extractSemanticFacets(options).hits.length)],
     ['look-up contains, 1k', 'lookup', small, made(small),
-      each(({ raw, packPath, allowedRoot }) =>
-        addon.lookupBinaryIndex({ packPath, allowedRoot, section: 'scene', term: raw, mode: 'contains' }).matches.length)],
+      each(({ raw, ...pack }) =>
+        addon.lookupBinaryIndex({ ...pack, section: 'scene', term: raw, mode: 'contains' }).matches.length)],
     ['load with indexes, a row of 1k a section', 'load', small, [{ raw: '', normalizedEnglish: '' }], rowsOf(small)],
   ].map(([name, work, { packPath, allowedRoot, rowCount }, cases, expected]) => ({
     name, work, packPath, allowedRoot, cases, expected: expected({ packPath, allowedRoot, cases }),
@@ -58,7 +59,8 @@ async function makeCases() {
 function count({ name, work, packPath, allowedRoot, cases, expected, units }) {
   const titles = join(buildFolder, 'bench', 'titles.tsv');
   writeFileSync(titles, cases.map(({ raw, normalizedEnglish }) => `${raw}\t${normalizedEnglish}\n`).join(''));
-  const { ok, out, err } = ask('valgrind', ['--tool=callgrind', '--callgrind-out-file=/dev/null', '--toggle-collect=measuredPass',
+  const { ok, out, err } = ask('valgrind', [
+    '--tool=callgrind', '--callgrind-out-file=/dev/null', '--toggle-collect=measuredPass',
     join(buildFolder, 'bench', 'title_instructions'), work, packPath, allowedRoot, titles]);
   if (!ok) throw new SetupError(`${name}: callgrind failed\n${err}`);
   if (Number(out) !== expected) throw new SetupError(`${name}: ${out.trim()} answers, the addon gives ${expected}`);

@@ -1,14 +1,14 @@
-// What somebody who knows JavaScript well would write in an afternoon instead of using the addon: every term in one Map, a
-// gate in front of it, the longest term wins, one object of 35 properties a title. It does less than the addon (no ranks, no
-// scores, no regional tables, no overlays), so it is the price that the addon has to stay below.
+// What somebody who knows JavaScript well would write in an afternoon instead of using the addon: every term in one
+// Map, a gate in front of it, the longest term wins, one object of 35 properties a title. It does less than the addon
+// (no ranks, no scores, no regional tables, no overlays), so it is the price that the addon has to stay below.
 //
 // Terms are written as a title has them: Chinese as they are, English as ' word word ' with a blank at both ends.
 
 const LONGEST_CHINESE = 30; // the gate keeps lengths as the bits of an int32
 const MOST_WORDS = 6;
 
-const isDropped = (unit) =>
-  unit < 0x80 || (unit >= 0x2000 && unit <= 0x206f) || (unit >= 0x3000 && unit <= 0x303f) || (unit >= 0xff00 && unit <= 0xff0f);
+const isDropped = (unit) => unit < 0x80
+  || (unit >= 0x2000 && unit <= 0x206f) || (unit >= 0x3000 && unit <= 0x303f) || (unit >= 0xff00 && unit <= 0xff0f);
 
 /** The text that is searched: what is not ASCII or punctuation of the title, then the English words between blanks. */
 function searchText({ raw, normalizedEnglish = '' }) {
@@ -20,7 +20,8 @@ function searchText({ raw, normalizedEnglish = '' }) {
 // The other strings of a result: as varied as a lexicon's fields, two in five of them Chinese.
 const texts = Array.from({ length: 5000 }, (_, i) => {
   if (i % 5 > 1) return `field_${Math.floor(((i * 0.6180339887) % 1) * 1e9).toString(36)}`;
-  return Array.from({ length: 2 + (i % 4) }, (__, j) => String.fromCharCode(0x4e00 + ((i * 7919 + j * 104729) % 20000))).join('');
+  const character = (__, j) => String.fromCharCode(0x4e00 + ((i * 7919 + j * 104729) % 20000));
+  return Array.from({ length: 2 + (i % 4) }, character).join('');
 });
 const textOf = (number) => texts[number % texts.length];
 

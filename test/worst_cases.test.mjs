@@ -1,7 +1,8 @@
 // Small inputs that once cost seconds, gigabytes or the process: bench/worst_cases.mjs prints what they cost.
 //
-// The test is about the shape of the cost, not about milliseconds: a case that exceeds its time limit may cost at most eight
-// times as much as the same case at a quarter of the size. A cost that is the product of two sizes would be sixteen times.
+// The test is about the shape of the cost, not about milliseconds: a case that exceeds its time limit may cost at most
+// eight times as much as the same case at a quarter of the size. A cost that is the product of two sizes would be
+// sixteen times.
 import assert from 'node:assert/strict';
 import { describe, it } from 'node:test';
 

@@ -13,8 +13,8 @@ function plainLoop(terms, cases) {
 }
 
 /**
- * The number of titles for which another binary gives a different answer. The plain form has to accept both: they may differ
- * only where nothing orders the rows that tie.
+ * The number of titles for which another binary gives a different answer. The plain form has to accept both: they may
+ * differ only where nothing orders the rows that tie.
  */
 function countTies(check, ours, other, name, options, makeRows) {
   const [a, b] = [ours, other].map((addon) => addon[name](options));
@@ -34,6 +34,7 @@ export default function run(addon, { people, size, shared, data, rounds, checked
   const first = timed(() => addon[name](options)).cpu;
   const answers = addon[name](options);
   check(addon, options, makeRows(), answers, sampleOf(cases, checked));
+  const ties = againstAddon ? countTies(check, addon, againstAddon, name, options, makeRows) : 0;
   const rival = makeRival(terms);
   const found = cases.reduce((total, title) => total + rival.find(title).length, 0);
   const contenders = { ours: () => addon[name](options), rival: () => rival.run(cases) };
@@ -41,8 +42,8 @@ export default function run(addon, { people, size, shared, data, rounds, checked
   const { figures, ratio } = takeTurns(contenders, { rounds, units: TITLES });
   return {
     ...figures, ...ratio('ours', 'rival'),
-    ...(againstAddon ? { againstRatio: ratio('ours', 'against').ratio, ties: countTies(check, addon, againstAddon, name, options, makeRows) } : {}),
-    first: first / TITLES, plain: plainLoop(terms, cases), rowCount, terms: terms.length, termsPerTitle: found / TITLES, checked,
-    checksum: checksum(answers),
+    ...(againstAddon ? { againstRatio: ratio('ours', 'against').ratio, ties } : {}),
+    first: first / TITLES, plain: plainLoop(terms, cases), rowCount, terms: terms.length, termsPerTitle: found / TITLES,
+    checked, checksum: checksum(answers),
   };
 }

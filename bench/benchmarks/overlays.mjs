@@ -7,21 +7,25 @@ import { packFile } from '../lib/packs.mjs';
 const ALIASES = 1000;
 const CALLS = 10;
 
-/** Overlays whose aliases carry `tag`, so that no two calls can share what was made of them. */
+/** Options with aliases that carry `tag`, so that no two calls can share what was made of them. */
 function overlays(tag) {
-  const alias = (kind, i) => `${kind}${tag}${String.fromCharCode(0x4e00 + i)}${String.fromCharCode(0x5e00 + (i * 7) % 900)}`;
+  const alias = (kind, i) => kind + tag + String.fromCharCode(0x4e00 + i, 0x5e00 + (i * 7) % 900);
   const numbers = Array.from({ length: ALIASES }, (_, i) => i);
   const categories = Array.from({ length: 20 }, (_, key) => ({
-    key: `own-${key}`, label: `Own ${key}`, archiveLabel: `Own archive ${key}`, archiveCode: 'OWN', icon: 'star', defaultDetail: 'own day',
-    priority: 3, zh: numbers.filter((i) => i % 20 === key).map((i) => alias('景', i)),
+    key: `own-${key}`, label: `Own ${key}`, archiveLabel: `Own archive ${key}`, archiveCode: 'OWN', icon: 'star',
+    defaultDetail: 'own day', priority: 3, zh: numbers.filter((i) => i % 20 === key).map((i) => alias('景', i)),
   }));
-  const aliasesZh = Object.fromEntries(numbers.map((i) => [alias('地', i), [[`X${i % 90}`, 0, 0, 0, 0.5, alias('地', i)]]]));
-  return { options: { sceneOverlay: { categories }, locationOverlay: { aliasesZh } }, title: { raw: alias('景', 500) + alias('地', 41) } };
+  const place = (i) => [`X${i % 90}`, 0, 0, 0, 0.5, alias('地', i)];
+  const aliasesZh = Object.fromEntries(numbers.map((i) => [alias('地', i), [place(i)]]));
+  return {
+    sceneOverlay: { categories }, locationOverlay: { aliasesZh },
+    cases: [{ raw: alias('景', 500) + alias('地', 41) }],
+  };
 }
 
 export default function run(addon, { size, rounds }) {
   const { packPath, allowedRoot } = packFile(size);
-  const sets = ['甲', '乙'].map(overlays).map(({ options, title }) => ({ packPath, allowedRoot, ...options, cases: [title] }));
+  const sets = ['甲', '乙'].map((tag) => ({ packPath, allowedRoot, ...overlays(tag) }));
   const withoutOverlays = { packPath, allowedRoot, cases: sets[0].cases };
   for (const options of sets) {
     const [{ sceneKey, locationCodes }] = addon.resolveSceneIntentBatch(options).results;

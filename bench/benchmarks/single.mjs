@@ -47,8 +47,8 @@ export default function run(addon, { size, rounds }) {
     ...Object.values(shards).flatMap(({ entries }) => termsOf(shardRows(entries)))], terms.place);
   return {
     // One row wins; that it is one of the ten is what a plain loop can say of it.
-    scene: measure(scenes, rounds, ({ raw }) => addon.resolveSceneIntent({ ...pack, raw }), ({ intentHit }, { raw, found }) =>
-      (found.includes(intentHit.alias) || intentHit.alias === compactTerm(raw) ? found : [])),
+    scene: measure(scenes, rounds, ({ raw }) => addon.resolveSceneIntent({ ...pack, raw }),
+      ({ intentHit: { alias } }, { raw, found }) => (found.includes(alias) || alias === compactTerm(raw) ? found : [])),
     facets: measure(facets, rounds, ({ raw }) => addon.extractSemanticFacets({ ...pack, raw }), ({ hits }) =>
       hits.map(({ alias }) => alias).sort()),
     lookupScene: measure(scenes, rounds, lookUp(addon, pack, 'scene'), termsOfLookUp),

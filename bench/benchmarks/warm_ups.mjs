@@ -35,6 +35,8 @@ export default async function run(addon, { size }) {
   await addon.warmSemanticRulePack(small);
   await sleep(50);
   const middle = (key) => warm.map((one) => one[key]).sort((a, b) => a - b)[3];
-  return { p99: middle('p99'), longest: middle('longest'), idleP99: idle.p99, idleLongest: idle.longest, before, first, again,
-    end: residentBytes(), payloadBytes: large.payloadBytes, rowCount: large.rowCount };
+  return {
+    p99: middle('p99'), longest: middle('longest'), idleP99: idle.p99, idleLongest: idle.longest,
+    before, first, again, end: residentBytes(), payloadBytes: large.payloadBytes, rowCount: large.rowCount,
+  };
 }

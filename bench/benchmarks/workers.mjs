@@ -32,5 +32,6 @@ export default async function run(addon, { binary, size, seconds }) {
       blocked: sum(two.map(({ wall, waiting, cpu }) => (wall - waiting - cpu) / wall)) / 2 });
   }
   await Promise.all(workers.map((worker) => worker.terminate()));
-  return Object.fromEntries(['measured', 'own', 'blocked'].map((key) => [key, median(rounds.map((round) => round[key]))]));
+  const middle = (key) => median(rounds.map((round) => round[key]));
+  return { measured: middle('measured'), own: middle('own'), blocked: middle('blocked') };
 }

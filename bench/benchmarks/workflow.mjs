@@ -1,4 +1,5 @@
-// The workflow policy, which reads no pack: what is left is reading six options, the rules and a result of ten properties.
+// The workflow policy, which reads no pack: what is left is reading six options, the rules and a result of ten
+// properties.
 import assert from 'node:assert/strict';
 
 import { checksum } from '../lib/checks.mjs';

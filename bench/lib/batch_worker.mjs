@@ -17,6 +17,7 @@ parentPort.on('message', ({ startAt, ms }) => {
   let titles = 0;
   while (Date.now() < startAt + ms) titles += addon.resolveSceneIntentBatch(options).count;
   const after = threadClock();
-  parentPort.postMessage({ titles, wall: after.wall - before.wall, cpu: after.cpu - before.cpu, waiting: after.waiting - before.waiting });
+  const [cpu, waiting, wall] = ['cpu', 'waiting', 'wall'].map((key) => after[key] - before[key]);
+  parentPort.postMessage({ titles, cpu, waiting, wall });
 });
 parentPort.postMessage('ready');

@@ -1,4 +1,5 @@
-// Writes figures into docs/performance.md, between <!-- name --> and <!-- end of name -->, so that nobody copies them by hand.
+// Writes figures into docs/performance.md, between <!-- name --> and <!-- end of name -->, so that nobody copies them
+// by hand.
 import { readFileSync, writeFileSync } from 'node:fs';
 import { fileURLToPath } from 'node:url';
 

@@ -1,5 +1,5 @@
-// Made-up lexicons and titles: terms with the spread of real text, rows with the fields that real rows have, titles with one
-// to four known terms. Everything follows from the seed and the number of rows.
+// Made-up lexicons and titles: terms with the spread of real text, rows with the fields that real rows have, titles
+// with one to four known terms. Everything follows from the seed and the number of rows.
 import { compactTerm } from '../../tools/index.mjs';
 import { makeDraw } from './random.mjs';
 
@@ -49,8 +49,8 @@ function makeTerms(draw, count, taken) {
 }
 
 /**
- * The written terms of each section: { scene: […], … }, `count` each. With `shared` all sections have one list, else each has
- * its own. Celebrities end at 100,000: there are not more.
+ * The written terms of each section: { scene: […], … }, `count` each. With `shared` all sections have one list, else
+ * each has its own. Celebrities end at 100,000: there are not more.
  */
 export function makeSectionTerms({ count, shared, seed }) {
   const draw = makeDraw(seed);
@@ -67,11 +67,11 @@ export const isEnglish = (written) => /^[a-z]/i.test(written);
 // --- Rows ----------------------------------------------------------------------------------------------------------
 
 // Among them the scenes that the addon's own rules name.
-const SCENE_KEYS = ('food travel city beauty show home family pet sport health business event coffee drive hotel mood outdoor romance '
-  + 'shopping daily school music craft garden').split(' ');
+const SCENE_KEYS = ('food travel city beauty show home family pet sport health business event coffee drive hotel mood '
+  + 'outdoor romance shopping daily school music craft garden').split(' ');
 const DETAIL_WORDS = 'morning street evening private family weekend winter studio market festival journey moment'.split(' ');
-const COUNTRIES = ('AT AU BE BR CA CH CN CZ DE DK EG ES FI FR GB GR HU ID IE IN IS IT JP KE KR MA MX MY NL NO NP NZ PE PH PL PT RO SE SG '
-  + 'TH TR TW TZ US VN ZA').split(' ');
+const COUNTRIES = ('AT AU BE BR CA CH CN CZ DE DK EG ES FI FR GB GR HU ID IE IN IS IT JP KE KR MA MX MY NL NO NP NZ PE '
+  + 'PH PL PT RO SE SG TH TR TW TZ US VN ZA').split(' ');
 const KINDS = ['actor', 'singer', 'idol', 'model', 'creator', 'influencer', 'athlete', 'host'];
 const IDENTITIES = ['food_creator', 'travel_creator', 'beauty_creator', 'gaming_creator', 'streamer'];
 
@@ -80,8 +80,8 @@ const detailOf = (key, i) => `${key} ${DETAIL_WORDS[i % DETAIL_WORDS.length]}`;
 
 const scenes = SCENE_KEYS.map((key, i) => ({
   key, label: capitalized(key), archiveLabel: `${capitalized(key)} & ${capitalized(DETAIL_WORDS[i % 12])}`,
-  archiveCode: key.slice(0, 3).toUpperCase(), icon: `${key}-${DETAIL_WORDS[(i * 5) % 12]}`, defaultDetail: detailOf(key, i),
-  priority: String(1 + (i % 9)),
+  archiveCode: key.slice(0, 3).toUpperCase(), icon: `${key}-${DETAIL_WORDS[(i * 5) % 12]}`,
+  defaultDetail: detailOf(key, i), priority: String(1 + (i % 9)),
 }));
 
 /** The first rows are one category row of each scene, because a scene without one lends its data to nobody. */
@@ -91,8 +91,8 @@ function sceneFields(draw, { written, number }) {
     : draw.weighted([[40, 'category'], [40, 'detail'], [4, 'short'], [8, 'compound'], [8, 'conflict']]);
   const override = kind !== 'category' && kind !== 'detail';
   return [scene.key, kind === 'category' ? scene.defaultDetail : detailOf(scene.key, draw.below(12)),
-    override ? '0' : scene.priority, kind, isEnglish(written) ? 'en' : 'zh', scene.label, scene.archiveLabel, scene.archiveCode,
-    scene.icon, scene.defaultDetail, scene.priority];
+    override ? '0' : scene.priority, kind, isEnglish(written) ? 'en' : 'zh', scene.label, scene.archiveLabel,
+    scene.archiveCode, scene.icon, scene.defaultDetail, scene.priority];
 }
 
 function humanFields(draw, { written }) {

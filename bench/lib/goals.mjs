@@ -1,5 +1,5 @@
-// What is measured, and its goals: one row of the table each. `tasksOf` lists the benchmarks of a run; `rows` read their
-// outcomes, which are kept under the keys of the tasks.
+// What is measured, and its goals: one row of the table each. `tasksOf` lists the benchmarks of a run; `rows` read
+// their outcomes, which are kept under the keys of the tasks.
 
 const MB = 1e6;
 const sizeName = (size) => (size === 'real' ? 'real data' : size >= 1e6 ? `${size / 1e6}M` : `${size / 1e3}k`);
@@ -9,7 +9,7 @@ const batchTask = (key, extra) => ({ key, group: key.split(' ')[0], parameters: 
 export function tasksOf({ sizes, big, rounds, checked, seconds }) {
   const tasks = [];
   for (const size of sizes) {
-    const turns = { size, rounds, checked: size === 'real' || size >= 1e6 ? Math.ceil(checked / 20) : size > 1000 ? Math.ceil(checked / 5) : checked };
+    const turns = { size, rounds, checked: Math.ceil(checked / (size === 1000 ? 1 : size <= 100000 ? 5 : 20)) };
     tasks.push(batchTask(`scene ${size}`, turns));
     if (size === 'real' || size <= 100000) tasks.push(batchTask(`celebrity ${size}`, { ...turns, people: true }));
     if (size === 1000 || size === 100000) tasks.push(batchTask(`scene-shared ${size}`, { ...turns, shared: true }));
@@ -37,8 +37,10 @@ const row = (what, unit, goal, task, figure, { atLeast = false, remark } = {}) =
 const digits = (number, count = 2) => number.toFixed(count);
 
 function batchRemark({ ours, rival, low, high, all, termsPerTitle, againstRatio, ties }) {
-  const times = `${digits(ours.cpu)} : ${digits(rival.cpu)} us a title, quartiles ${digits(low)}-${digits(high)}, process ${digits(all)}`;
-  return `${times}, ${digits(termsPerTitle, 1)} terms a title${againstRatio ? `; ${digits(againstRatio, 3)} of the other binary, ${ties} ties` : ''}`;
+  const times = `${digits(ours.cpu)} : ${digits(rival.cpu)} us a title`;
+  const spread = `quartiles ${digits(low)}-${digits(high)}, process ${digits(all)}`;
+  const other = againstRatio ? `; ${digits(againstRatio, 3)} of the other binary, ${ties} ties` : '';
+  return `${times}, ${spread}, ${digits(termsPerTitle, 1)} terms a title${other}`;
 }
 const batchRow = (what, goal, task) => row(what, 'x rival', goal, task, ({ ratio }) => ratio, { remark: batchRemark });
 
@@ -74,7 +76,8 @@ export const rows = [
   row('extractSemanticFacets, 100k rows, 10 matches', 'us', 30, 'single', ({ facets }) => facets),
   row('lookupBinaryIndex contains, scene, 100k rows, 10 matches', 'us', 40, 'single', ({ lookupScene }) => lookupScene),
   row('lookupBinaryIndex contains, location, 100k rows, 10 matches', 'us', 25, 'single', ({ lookupPlace }) => lookupPlace),
-  row('cache hit: empty batch', 'us', 5, 'fixed', ({ emptyBatch }) => emptyBatch, { remark: ({ folders }) => `${folders} folders deep` }),
+  row('cache hit: empty batch', 'us', 5, 'fixed', ({ emptyBatch }) => emptyBatch,
+    { remark: ({ folders }) => `${folders} folders deep` }),
   row('cache hit: inspectRulePack', 'us', 5, 'fixed', ({ inspect }) => inspect),
   row('evaluateWorkflowPolicy', 'us', 3.2, 'workflow', ({ call }) => call),
   loadRow(100000, 4.5),
@@ -92,10 +95,11 @@ export const rows = [
   row('overlays of 1,000 + 1,000 aliases', 'ms a call', 2, 'overlays', ({ ms }) => ms,
     { remark: ({ withoutMs }) => `${digits(withoutMs, 3)} without` }),
   row('event-loop delay during a warm-up of 100k, p99', 'ms', undefined, 'warm', ({ p99 }) => p99,
-    { remark: ({ idleP99, longest, idleLongest }) => `idle ${digits(idleP99)}; longest ${digits(longest)}, idle ${digits(idleLongest)}` }),
+    { remark: ({ idleP99, longest, idleLongest }) =>
+      `idle ${digits(idleP99)}; longest ${digits(longest)}, idle ${digits(idleLongest)}` }),
 ];
 
-/** The rows with their figures: { what, unit, goal, figure, met, remark }; those that were not measured are left out. */
+/** The rows with their figures: { what, unit, goal, figure, met, remark }, without those that were not measured. */
 export function readRows(outcomes) {
   return rows.flatMap(({ what, unit, goal, atLeast, figure, remark }) => {
     const value = figure(outcomes);

@@ -18,7 +18,8 @@ export function lexiconOf({ size, shared, data, people = false }) {
   if (size === 'real') {
     const { packPath, allowedRoot, rowCount, titles, writtenTerms, sections, shards } = realPack(data);
     const terms = people ? writtenTerms.celebrity : writtenTerms.scene;
-    return { pack: { packPath, allowedRoot }, rowCount, cases: repeated(titles), makeRows: () => ({ sections, shards }), terms };
+    const makeRows = () => ({ sections, shards });
+    return { pack: { packPath, allowedRoot }, rowCount, cases: repeated(titles), makeRows, terms };
   }
   const { packPath, allowedRoot, rowCount, terms } = generatedPack(size, { shared });
   const sections = people ? PEOPLE_SECTIONS : SCENE_SECTIONS;

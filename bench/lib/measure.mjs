@@ -1,4 +1,5 @@
-// Clocks and statistics. The machine is taken to be shared: what is compared is the CPU time of one thread, taken in turns.
+// Clocks and statistics. The machine is taken to be shared: what is compared is the CPU time of one thread, taken in
+// turns.
 import { readFileSync } from 'node:fs';
 
 const cell = new Int32Array(new SharedArrayBuffer(4));
@@ -10,9 +11,9 @@ export function processCpu() {
 }
 
 /**
- * CPU time, time spent ready to run but waiting for a processor, and the wall clock: of this thread, in microseconds. The
- * kernel books a thread's time when it leaves the processor, so the thread sleeps for a moment first: without that the figure
- * is up to 4 ms old. Where the kernel keeps no schedstat, the process's CPU time has to do.
+ * CPU time, time spent ready to run but waiting for a processor, and the wall clock: of this thread, in microseconds.
+ * The kernel books a thread's time when it leaves the processor, so the thread sleeps for a moment first: without that
+ * the figure is up to 4 ms old. Where the kernel keeps no schedstat, the process's CPU time has to do.
  */
 export function threadClock() {
   Atomics.wait(cell, 0, 0, 0.01);
@@ -26,8 +27,8 @@ export function threadClock() {
 }
 
 /**
- * What `work` returned, and the microseconds it took: thread CPU (`cpu`), process CPU (`all`), wall clock (`wall`). The young
- * objects of whoever ran before are collected first, so that each pays for its own.
+ * What `work` returned, and the microseconds it took: thread CPU (`cpu`), process CPU (`all`), wall clock (`wall`). The
+ * young objects of whoever ran before are collected first, so that each pays for its own.
  */
 export function timed(work) {
   globalThis.gc({ type: 'minor' });
@@ -48,9 +49,9 @@ export function quantile(numbers, q) {
 export const median = (numbers) => quantile(numbers, 0.5);
 
 /**
- * Runs the contenders in turns, A B B A A B …, and gives for each the medians `{ cpu, all, wall }` in microseconds a unit,
- * and `ratio(a, b)`: the median of a : b within a round, so that a slow minute slows both, with its quartiles. The first
- * `warm` rounds don't count: code is still being compiled, and strings are new.
+ * Runs the contenders in turns, A B B A A B …, and gives for each the medians `{ cpu, all, wall }` in microseconds a
+ * unit, and `ratio(a, b)`: the median of a : b within a round, so that a slow minute slows both, with its quartiles.
+ * The first `warm` rounds don't count: code is still being compiled, and strings are new.
  */
 export function takeTurns(contenders, { rounds = 15, warm = 3, units = 1 } = {}) {
   const names = Object.keys(contenders);

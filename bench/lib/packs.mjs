@@ -3,7 +3,9 @@ import { existsSync, mkdirSync, readFileSync, renameSync, writeFileSync } from '
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { buildBinaryIndex, buildLocationShard, buildPack, buildPayload, INDEX_DOCUMENT_NAME } from '../../tools/index.mjs';
+import {
+  buildBinaryIndex, buildLocationShard, buildPack, buildPayload, INDEX_DOCUMENT_NAME,
+} from '../../tools/index.mjs';
 import { makeSectionTerms, sectionRows, shardEntries, splitPlaces } from './generator.mjs';
 import { readRealData } from './real_data.mjs';
 
@@ -40,7 +42,7 @@ function writePack(path, { sections, shards, terms }) {
   return note;
 }
 
-/** The pack `name`, made by `make` if it is not there: { packPath, allowedRoot, payloadBytes, packBytes, rows, rowCount }. */
+/** The pack `name`, made by `make` if it is not there: where it is, and the note that `writePack` gives. */
 function cachedPack(name, make) {
   mkdirSync(cacheFolder, { recursive: true });
   const path = join(cacheFolder, `${name}-${GENERATION}.klrx`);
@@ -54,8 +56,10 @@ export function lexiconRows(terms) {
   const section = (name, list) => ({ rows: sectionRows(name, list), count: list.length });
   const shard = (list) => ({ entries: shardEntries(list), count: list.length, rowCount: list.length });
   return {
-    sections: { scene: section('scene', terms.scene), human: section('human', terms.human), facet: section('facet', terms.facet),
-      celebrity: section('celebrity', terms.celebrity), location: section('place', places.location) },
+    sections: {
+      scene: section('scene', terms.scene), human: section('human', terms.human), facet: section('facet', terms.facet),
+      celebrity: section('celebrity', terms.celebrity), location: section('place', places.location),
+    },
     shards: { 'location-world': shard(places['location-world']), 'location-cn': shard(places['location-cn']) },
   };
 }
@@ -78,5 +82,5 @@ export function generatedPack(count, { shared = false } = {}) {
 export function realPack(folder) {
   const data = readRealData(folder);
   const pack = cachedPack(folder ? 'real' : 'sample', () => data);
-  return { ...pack, titles: data.titles, writtenTerms: data.writtenTerms, sections: data.sections, shards: data.shards };
+  return { ...data, ...pack };
 }

@@ -1,16 +1,19 @@
-// The plain form: what the addon has to answer, found by looping over all rows and testing each against each title. Slow and
-// without any cleverness, so that a fast wrong answer has something to differ from.
+// The plain form: what the addon has to answer, found by looping over all rows and testing each against each title.
+// Slow and without any cleverness, so that a fast wrong answer has something to differ from.
 import { compactTerm } from '../../tools/index.mjs';
 
 const RANKS = { short: 500, conflict: 400, compound: 300, detail: 200, category: 100 };
-const IDENTITY_SCENES = { food_creator: 'food', travel_creator: 'travel', beauty_creator: 'beauty', fashion_creator: 'beauty',
-  gaming_creator: 'show', streamer: 'show' };
-const COMMON_WORDS = new Set(('nice mobile holiday wedding reading orange spring fall normal home office coffee list backup project '
-  + 'version final').split(' '));
+const IDENTITY_SCENES = {
+  food_creator: 'food', travel_creator: 'travel', beauty_creator: 'beauty', fashion_creator: 'beauty',
+  gaming_creator: 'show', streamer: 'show',
+};
+const COMMON_WORDS = new Set(('nice mobile holiday wedding reading orange spring fall normal home office coffee list backup '
+  + 'project version final').split(' '));
 const HINTS = {
   'location-cn': 'china beijing shanghai guangzhou shenzhen hong_kong macau macao taiwan',
   'location-us': 'united_states usa america new_york los_angeles san_francisco miami seattle hawaii amsterdam',
-  'location-eu': 'europe france paris london england united_kingdom germany berlin italy rome spain greece santorini trip street opera',
+  'location-eu': 'europe france paris london england united_kingdom germany berlin italy rome spain greece santorini trip '
+    + 'street opera',
   'location-asia': 'japan tokyo korea seoul busan thailand bangkok bali singapore malaysia kuala_lumpur vietnam dubai',
 };
 
@@ -22,25 +25,30 @@ const characters = (text) => [...text].length;
 /** A title as the loops need it; `runs` are its runs of whole English words, joined. */
 function prepare({ raw, normalizedEnglish }) {
   const words = normalizedEnglish.split(' ').filter(Boolean);
-  const runs = new Set(words.flatMap((_, from) => words.slice(from).map((__, i) => words.slice(from, from + i + 1).join(''))));
-  return { raw, words, runs, lowered: normalizedEnglish.toLowerCase(), nonAscii: isNonAscii(raw), compactRaw: compactTerm(raw),
-    compactEnglish: compactTerm(normalizedEnglish) };
+  const runs = new Set(words.flatMap((_, from) => words.map((__, to) => words.slice(from, to + 1).join(''))));
+  runs.delete('');
+  return {
+    raw, words, runs, lowered: normalizedEnglish.toLowerCase(), nonAscii: isNonAscii(raw), compactRaw: compactTerm(raw),
+    compactEnglish: compactTerm(normalizedEnglish),
+  };
 }
 
 // --- Scenes --------------------------------------------------------------------------------------------------------
 
 function sceneSpeaks(title, term, [, , , kind, lang]) {
   const english = lang === 'en';
-  if (kind === 'short' && ((english && title.nonAscii) || term !== (english ? title.compactEnglish : title.compactRaw))) return false;
+  const whole = term === (english ? title.compactEnglish : title.compactRaw);
+  if (kind === 'short' && (!whole || (english && title.nonAscii))) return false;
   if (english) return title.runs.has(term);
-  return title.compactRaw.includes(term) && (title.nonAscii || !isPlainToken(term) || term === title.compactRaw);
+  return title.compactRaw.includes(term) && (title.nonAscii || !isPlainToken(term) || whole);
 }
 
 /** [rank, length of the term, score]; of equals the lesser term. */
 function sceneOrder(title, term, [, , priority, kind, lang]) {
   const at = Math.max(title.compactRaw.indexOf(term), 0);
   const early = Math.max(10 - characters(title.compactRaw.slice(0, at)), 0);
-  return [RANKS[kind] ?? 0, bytes(term), early + (Math.min(characters(term) * (lang === 'zh' ? 1.2 : 0.9), 12) + Number(priority))];
+  const length = Math.min(characters(term) * (lang === 'zh' ? 1.2 : 0.9), 12);
+  return [RANKS[kind] ?? 0, bytes(term), early + (length + Number(priority))];
 }
 
 /** The better of two; of two that nothing orders the first, which takes the key of the other. */
@@ -99,7 +107,8 @@ function addPlace(answer, title, section, term, [code, source, , label, lang], c
   if (english && (section === 'location-base' || COMMON_WORDS.has(term))) return;
   const name = english && isDatabase(source) ? term : label;
   if (name === '' || !regionAllows(title, section)) return;
-  if (english ? !title.words.some((word) => compactTerm(word) === compactTerm(name.split(' ')[0])) : !title.compactRaw.includes([...name][0])) return;
+  const begins = (word) => compactTerm(word) === compactTerm(name.split(' ')[0]);
+  if (!(english ? title.words.some(begins) : title.compactRaw.includes([...name][0]))) return;
   if (isDatabase(source) && curated.has(`${term}\t${code}`)) return;
   const at = (english ? title.compactEnglish : title.compactRaw).split(term)[0];
   answer.places.push({ code, database: isDatabase(source), from: characters(at),
@@ -120,13 +129,13 @@ function chooseCodes(places) {
 export function* shardRows(entries) {
   for (const { alias, records } of entries) {
     for (const { code, englishFlag, weight, label, countryLabel } of records) {
-      yield { term: alias,
-        fields: [code, englishFlag ? 'location-db-en' : 'location-db-native', String(weight), label, englishFlag ? 'en' : 'zh', countryLabel] };
+      const [source, lang] = englishFlag ? ['location-db-en', 'en'] : ['location-db-native', 'zh'];
+      yield { term: alias, fields: [code, source, String(weight), label, lang, countryLabel] };
     }
   }
 }
 
-/** What a batch must say of each title: { sceneKeys, alias, codes }. Any one of the keys is right, and any three of the codes. */
+/** What a batch must say of each title: { sceneKeys, alias, codes }. Any of the keys is right, and any three codes. */
 export function plainScenes({ sections, shards }, cases) {
   const titles = cases.map(prepare);
   const answers = titles.map(() => ({ humans: [], identities: [], places: [], veto: false }));

@@ -40,14 +40,16 @@ export function drawPlot(outcomes, { date, processor, node }) {
   const labels = [
     ...rowTicks.map((tick) => text(x(tick), AREA.bottom + 18, tickName(tick), 'text-anchor="middle"')),
     ...costTicks.map((tick) => text(AREA.left - 8, Number(y(tick)) + 4, tickName(tick), 'text-anchor="end"')),
-    text((AREA.left + AREA.right) / 2, AREA.bottom + 40, 'rows a section (scenes, phrases, facets, places)', 'text-anchor="middle"'),
+    text((AREA.left + AREA.right) / 2, AREA.bottom + 40, 'rows a section (scenes, phrases, facets, places)',
+      'text-anchor="middle"'),
     text(AREA.left - 50, 24, 'Microseconds a title in a batch of 10,000, CPU time of the thread', 'font-weight="bold"'),
     text(AREA.left - 50, HEIGHT - 12, `${processor}, Node.js ${node}, ${date}`, 'fill="#666"'),
   ];
   const last = points.at(-1).outcome;
   const curves = lines.flatMap(({ color, read }) => {
     const places = points.map(({ rows, outcome }) => [x(rows), y(read(outcome))]);
-    return [`<path d="M${places.map((place) => place.join(' ')).join('L')}" fill="none" stroke="${color}" stroke-width="2"/>`,
+    const path = places.map((place) => place.join(' ')).join('L');
+    return [`<path d="M${path}" fill="none" stroke="${color}" stroke-width="2"/>`,
       ...places.map(([cx, cy]) => `<circle cx="${cx}" cy="${cy}" r="3.5" fill="${color}"/>`)];
   });
   const names = [];

@@ -1,4 +1,5 @@
-// Lexicon rows and titles out of real data: the sample of this repository alone, or joined by a folder of larger tables.
+// Lexicon rows and titles out of real data: the sample of this repository alone, or joined by a folder of larger
+// tables.
 //
 // The tables are tab-separated with a header line:
 //   places.tsv      code, alias, englishFlag, weight, label, countryLabel, kind
@@ -34,7 +35,8 @@ const samplePlaces = () => readdirSync(join(sample, 'places')).flatMap((file) =>
 function vocabularyRows(vocabulary) {
   return vocabulary.flatMap(({ term, lang, group, subgroup, key }) => {
     const tail = [group, `${group} archive`, group.slice(0, 3).toUpperCase(), key, `${group} moments`, '3'];
-    const row = (detail, kind) => ({ term: compactTerm(term), fields: [group, detail, '3', kind, lang, ...tail], written: term });
+    const row = (detail, kind) =>
+      ({ term: compactTerm(term), fields: [group, detail, '3', kind, lang, ...tail], written: term });
     return [row(tail[4], 'category'), row(subgroup, 'detail')];
   });
 }
@@ -43,8 +45,8 @@ function peopleRows(people) {
   return people.flatMap((person) => {
     const name = person.name_zh || person.name_en;
     const fields = [person.id, name, person.kind, person.region, '5', `people/${person.id}`, ''];
-    const names = [person.name_zh, person.name_zh_trad, person.name_en, ...person.aliases.split('|')].filter((text) => text.length > 1);
-    return [...new Set(names)].map((written) => ({ term: compactTerm(written), fields, written }));
+    const names = [person.name_zh, person.name_zh_trad, person.name_en, ...person.aliases.split('|')];
+    return [...new Set(names.filter((text) => text.length > 1))].map((written) => ({ term: compactTerm(written), fields, written }));
   });
 }
 
@@ -83,13 +85,14 @@ const readTitles = (path) => readTable(path).map((row) => Object.values(row))
 function writtenTerms(sections, places) {
   const english = ({ written, term }) => (/^[\0-\x7f]*$/.test(term) ? ` ${englishWords(written ?? term)} ` : written ?? term);
   const terms = ['scene', 'human', 'facet', 'location'].flatMap((name) => sections[name].map(english));
-  return { scene: [...new Set([...terms, ...places.map(({ alias }) => english({ written: alias, term: compactTerm(alias) }))])],
+  const placeTerms = places.map(({ alias }) => english({ written: alias, term: compactTerm(alias) }));
+  return { scene: [...new Set([...terms, ...placeTerms])],
     celebrity: [...new Set(sections.celebrity.map(english))] };
 }
 
 /**
- * `sections` and `shards` in the form of a generated lexicon, `titles`, and `writtenTerms` for the rival: those of scenes and
- * places, and those of people.
+ * `sections` and `shards` in the form of a generated lexicon, `titles`, and `writtenTerms` for the rival: those of
+ * scenes and places, and those of people.
  */
 export function readRealData(folder) {
   const sections = sampleSections();

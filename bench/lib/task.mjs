@@ -1,5 +1,5 @@
-// Runs one benchmark and prints its outcome as JSON. Each has a process of its own, so that none inherits another's heap,
-// compiled code or cache:
+// Runs one benchmark and prints its outcome as JSON. Each has a process of its own, so that none inherits another's
+// heap, compiled code or cache:
 //
 //   node --expose-gc … task.mjs '{"task":"scene","binary":"…", …}'
 import { createRequire } from 'node:module';

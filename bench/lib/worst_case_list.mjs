@@ -1,11 +1,11 @@
-// Small inputs that once cost seconds, gigabytes or the process. Each is one way in which an index, or the work after it,
-// could cost rows x occurrences, terms x lengths or pairs of something. Together they bound the harm that a hostile pack or
-// caller can do in one call.
+// Small inputs that once cost seconds, gigabytes or the process. Each is one way in which an index, or the work after
+// it, could cost rows x occurrences, terms x lengths or pairs of something. Together they bound the harm that a hostile
+// pack or caller can do in one call.
 //
-// A case: { name, ms, megabytes, make(scale) }. `ms` of thread CPU and `megabytes` of memory above the start are its limits.
-// `make` gives { sections, call, expected }: the pack's rows, `call(addon, pack)`, and its right answer. `scale` 1 is the
-// case itself; with 1/4 everything that its cost could be a product of is a quarter. A case whose honest cost is many seconds
-// has a `testScale`, at which a test can afford it.
+// A case: { name, ms, megabytes, make(scale) }. `ms` of thread CPU and `megabytes` of memory above the start are its
+// limits. `make` gives { sections, call, expected }: the pack's rows, `call(addon, pack)`, and its right answer.
+// `scale` 1 is the case itself; with 1/4 everything that its cost could be a product of is a quarter. A case whose
+// honest cost is many seconds has a `testScale`, at which a test can afford it.
 
 const DETAILS = { key: 'city', label: 'City', tail: ['City', 'City archive', 'CTY', 'city', 'city walk', '1'] };
 
@@ -13,7 +13,8 @@ const DETAILS = { key: 'city', label: 'City', tail: ['City', 'City archive', 'CT
 const sceneRow = (term, { detail = 'city walk', kind = 'category', lang = 'zh' } = {}) =>
   ({ term, fields: [DETAILS.key, detail, '1', kind, lang, ...DETAILS.tail] });
 const times = (count, make) => Array.from({ length: Math.round(count) }, (_, i) => make(i));
-const batch = (title, extra) => (addon, pack) => addon.resolveSceneIntentBatch({ ...pack, ...extra, cases: [title] }).results[0];
+const batch = (title, extra) => (addon, pack) =>
+  addon.resolveSceneIntentBatch({ ...pack, ...extra, cases: [title] }).results[0];
 
 const words = (count) => 'a '.repeat(Math.round(count)).trimEnd();
 
@@ -127,7 +128,8 @@ function oneTitleInManyCases(scale) {
   const title = { raw: `${SEA}${' '.repeat(10)}`.repeat(1e6 / 13) };
   const cases = new Array(10000 * scale).fill(title);
   return { sections: { scene: [sceneRow(SEA)] }, expected: cases.length,
-    call: (addon, pack) => addon.resolveSceneIntentBatch({ ...pack, cases }).results.filter(({ sceneKey }) => sceneKey === 'city').length };
+    call: (addon, pack) => addon.resolveSceneIntentBatch({ ...pack, cases }).results
+      .filter(({ sceneKey }) => sceneKey === 'city').length };
 }
 
 function manyPhrases(scale) {

@@ -1,4 +1,5 @@
-// Runs one worst case in a process of its own: node --expose-gc worst_case_task.mjs '{"index":0,"scale":1,"binary":"…"}'
+// Runs one worst case in a process of its own: node --expose-gc worst_case_task.mjs
+// '{"index":0,"scale":1,"binary":"…"}'
 import assert from 'node:assert/strict';
 import { mkdtempSync, realpathSync, rmSync, writeFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
@@ -17,7 +18,8 @@ const addon = createRequire(import.meta.url)(binary ? resolve(binary) : '../../l
 const { sections, call, expected } = worstCases[index].make(scale);
 const pack = { packPath: join(folder, 'worst.klrx'), allowedRoot: folder };
 const data = buildBinaryIndex({ sections: Object.entries(sections).map(([type, rows]) => ({ type, rows })) });
-writeFileSync(pack.packPath, buildPack({ ruleSetId: 'worst', documents: [{ type: 8, encoding: 2, name: INDEX_DOCUMENT_NAME, data }] }));
+const documents = [{ type: 8, encoding: 2, name: INDEX_DOCUMENT_NAME, data }];
+writeFileSync(pack.packPath, buildPack({ ruleSetId: 'worst', documents }));
 
 const before = residentBytes();
 writeFileSync('/proc/self/clear_refs', '5'); // the peak begins here
