@@ -224,8 +224,8 @@ test('codes', () => {
 });
 
 test('shards: rows, weights, names', () => {
-  const weights = [[0.1, '0.100000'], [5e-7, '0.000000'], [1234567.75, '1234567.750000'], [-0, '-0.000000'],
-    [-Infinity, '-inf'], [NaN, 'nan'], [3.4028234663852886e38, '340282346638528859811704183484516925440.000000']];
+  const weights = [[0.1, '0.100000'], [5e-7, '0.000000'], [-0, '-0.000000'], [NaN, 'nan'],
+    [3.4028234663852886e38, '340282346638528859811704183484516925440.000000']];
   const records = weights.map(([weight], i) =>
     ({ code: `${i}`, englishFlag: 1, weight, label: 'L', countryLabel: 'N' }));
   const entries = [{ alias: 'a', records }, { alias: '', records: [] }, place('db:a Z 1 -')];
@@ -240,7 +240,7 @@ test('shards: rows, weights, names', () => {
   assert.ok(Number.isNaN(resolve(odd, ['巴黎'])[0].locationMeta.primaryHit.weight));
 });
 
-test('shards that are refused', () => {
+test('shards that are refused, beside those of vectors/', () => {
   const refusal = (data) =>
     thrownBy(() => addon.inspectRulePack(writePack({ documents: [{ type: 6, encoding: 2, name: 'x', data }] })))
       .replace('Error: native location shard ', '');
@@ -258,11 +258,8 @@ test('shards that are refused', () => {
   }
   const table = [
     ['another magic', Buffer.concat([Buffer.from('LDB2'), good.subarray(4)]), 'magic is invalid'],
-    ['version 2', buildLocationShard([], { version: 2 }), 'header is invalid'],
-    ['flag 2', make({ englishFlag: 2 }), 'record is invalid'],
-    ['and cut off: the record is read first', make({ englishFlag: 2 }).subarray(0, 32), 'label is truncated'],
-    ['no code', make({ code: '' }), 'record is invalid'], ['no alias', make({}, { alias: '' }), 'record is invalid'],
-    ['one byte more', Buffer.concat([good, Buffer.from('!')]), 'has trailing bytes'],
+    ['flag 2, cut off: the record is read first', make({ englishFlag: 2 }).subarray(0, 32), 'label is truncated'],
+    ['no alias', make({}, { alias: '' }), 'record is invalid'],
     ['more aliases claimed than bytes', buildLocationShard([], { aliasCount: 0xffffffff }), 'alias length is invalid'],
     ['more records claimed than bytes', make({}, { recordCount: 0xffff }), 'code length is invalid'],
   ];

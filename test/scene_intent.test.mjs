@@ -70,8 +70,8 @@ test('score: position, length, priority', () => {
     ['火锅', '1', `${ten.slice(1)}火锅`, 1 + (2.4 + 1)], ['火锅', '1', `${ten}一火锅`, 0 + (2.4 + 1)],
     // Ten characters give 12, more no more. The order of additions: any other ends in …99.
     [ten, '0', ten, 22], [`${ten}一`, '0', `${ten}一`, 22], ['火', '0.2', '火', 11.4],
-    ...['3.5x', '3,5', '3\0', '3 ', ' '].map((priority) => ['火锅', priority, '火锅', 0]),
-    ...[[' 3', 3], ['', 0], ['-1e1', -10], ['0x1p3', 8], ['1e999', Infinity], ['-inf', -Infinity], ['nan', NaN]]
+    ...['3.5x', '3\0', ' '].map((priority) => ['火锅', priority, '火锅', 0]),
+    ...[['', 0], ['-1e1', -10], ['1e999', Infinity], ['nan', NaN]]
       .map(([priority, value]) => ['火锅', priority, '火锅', 10 + (2.4 + value)]),
   ];
   for (const [term, priority, raw, score] of table) {
