@@ -327,7 +327,7 @@ void joinWords(std::string_view text, TermHits* hits) {
 /// Whether a term of this length, below that of long ones, may begin like `text`.
 bool mayBeTerm(const TermIndex& index, std::uint64_t front, std::size_t length, std::uint64_t gated) {
   if (length >= kGatePrefix) return (gated >> (length - kGatePrefix) & 1U) != 0;
-  if (length >= 3) return (index.shortGate[shortPlace(index, front)] >> (length - 1) & 1U) != 0;
+  if (length >= 3) return (std::uint32_t{index.shortGate[shortPlace(index, front)]} >> (length - 1) & 1U) != 0;
   const std::uint8_t kinds = index.firstBytes[firstByte(front)];
   return (kinds & (length == 2 ? kTwoBytes : kOneByte)) != 0;
 }
