@@ -39,8 +39,8 @@ bool failAs(Failure* failure, ErrorKind kind, std::string_view message);
 /// Throws what `failure` says, unless an exception is pending already.
 void throwFailure(napi_env env, const Failure& failure);
 
-/// Makes sure that a failed call leaves an exception behind (the pending one, else the status's own words). True if the
-/// call succeeded.
+/// Makes sure that a failed call leaves an exception pending (the pending one, else the status's own words). True if
+/// the call succeeded.
 bool settled(napi_env env, napi_status status);
 
 /// True if an exception waits to be thrown: nothing more can be read or set, and the call has to end.

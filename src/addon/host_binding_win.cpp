@@ -6,7 +6,7 @@
 
 #include <windows.h>
 
-#include <delayimp.h>  // behind windows.h, which it needs
+#include <delayimp.h>  // after windows.h, which it needs
 
 namespace {
 

@@ -50,7 +50,7 @@ napi_value trampoline(napi_env env, napi_callback_info info) {
   return result;
 }
 
-/// A row that fails leaves its exception behind, and the rest of the table is still tried.
+/// A row that fails leaves its exception pending, and the rest of the table is still tried.
 napi_value registerExports(napi_env env, napi_value exports) {
   for (const Export& entry : kExports) {
     napi_value function = nullptr;

@@ -104,7 +104,7 @@ void cutTitles(TitleReader* reader, std::size_t joined) {
   }
 }
 
-/// The texts of a long title stand apart, behind the joined ones.
+/// The texts of a long title stand apart, after the joined ones.
 void readLongTitle(TitleReader* reader, napi_value raw, napi_value english, std::size_t number) {
   CaseTitle* const title = addTitle(reader);
   title->raw = readString(reader->env, raw);

@@ -29,7 +29,7 @@ struct TitleReader {
   napi_value cases = nullptr;
   CaseKind kind = CaseKind::kScene;
   std::uint32_t next = 0;         ///< the first case that is not read yet
-  std::vector<CaseTitle> titles;  ///< the current part, and behind it what is left of longer ones, for its memory
+  std::vector<CaseTitle> titles;  ///< the current part, then what is left of longer ones, for its memory
   std::size_t count = 0;          ///< titles of the current part
   napi_value readPart = nullptr;  ///< the function that reads a part, or null
   napi_value lengths = nullptr;   ///< see functions.js

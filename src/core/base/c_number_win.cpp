@@ -17,7 +17,7 @@ char toLower(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(
 
 bool isHexDigit(char byte) { return isDigit(byte) || (toLower(byte) >= 'a' && toLower(byte) <= 'f'); }
 
-/// What may stand between the parentheses behind "nan".
+/// What may stand between the parentheses after "nan".
 bool isWordByte(char byte) { return isDigit(byte) || byte == '_' || (toLower(byte) >= 'a' && toLower(byte) <= 'z'); }
 
 bool isSpace(char byte) { return byte == ' ' || (byte >= '\t' && byte <= '\r'); }
@@ -49,21 +49,21 @@ std::int64_t readExponent(std::string_view text) {
 }
 
 /// Whether a number that no double can hold is too large, and not too small: by the place of its first digit other than
-/// 0. The exponent counts places of ten behind 'e' and bits behind 'p', four to a hexadecimal place.
+/// 0. The exponent counts places of ten after 'e' and bits after 'p', four to a hexadecimal place.
 bool isTooLarge(std::string_view number, char exponentMark) {
   const std::int64_t placeSize = exponentMark == 'p' ? 4 : 1;
   std::int64_t place = 0;
-  bool behindPoint = false;
+  bool afterPoint = false;
   bool significant = false;
   for (std::size_t i = 0; i < number.size(); ++i) {
     const char byte = toLower(number[i]);
     if (byte == exponentMark) return place * placeSize + readExponent(number.substr(i + 1)) > 0;
     significant = significant || (byte != '0' && byte != '.');
     if (byte == '.')
-      behindPoint = true;
-    else if (behindPoint && !significant)
+      afterPoint = true;
+    else if (afterPoint && !significant)
       --place;
-    else if (!behindPoint && significant)
+    else if (!afterPoint && significant)
       ++place;
   }
   return place > 0;
@@ -78,7 +78,7 @@ double convertDigits(std::string_view text, std::chars_format format, char expon
   return isTooLarge(text.substr(0, *length), exponentMark) ? HUGE_VAL : 0.0;
 }
 
-/// The length of "nan" and of the parentheses behind it, if they close.
+/// The length of "nan" and of the parentheses after it, if they close.
 std::size_t nanLength(std::string_view text) {
   constexpr std::size_t kBare = 3;
   if (text.size() == kBare || text[kBare] != '(') return kBare;

@@ -6,7 +6,7 @@
 
 #include <windows.h>
 
-#include <bcrypt.h>  // behind windows.h, which it needs
+#include <bcrypt.h>  // after windows.h, which it needs
 
 #include "pack/crypto.h"
 

@@ -89,7 +89,7 @@ bool isRelativeToNothing(const fs::path& normal) {
          isNothingThere(openForQuestions(literalName(fullPath(first.native())), 0, &file));
 }
 
-/// Resolves the longest front part that exists and puts the rest of the text behind it.
+/// Resolves the longest front part that exists and appends the rest of the text.
 bool resolveFullPath(const std::wstring& full, fs::path* resolved, bool* exists) {
   const std::size_t rootLength = fs::path(full).root_path().native().size();
   std::size_t end = full.size();
