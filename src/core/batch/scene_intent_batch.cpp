@@ -41,12 +41,8 @@ void gatherSceneRows(const RecordTable& table, const std::vector<FoundRow>& rows
   for (const FoundRow& found : rows) {
     const SceneEvidence row = sceneEvidenceAt(table, found.row);
     if (!sceneRowMatches(row, title)) continue;
-    std::optional<std::uint32_t> position = found.position;
-    if (row.english) {
-      const auto place = containsTerm(title.compactRaw, row.term);
-      position = place ? std::optional(static_cast<std::uint32_t>(*place)) : std::nullopt;
-    }
-    addCandidate(table, found.row, row, position, candidates);
+    // An English row was found in the reading; its position in the title is looked for if it is needed.
+    addCandidate(table, found.row, row, row.english ? std::nullopt : std::optional(found.position), candidates);
   }
 }
 
@@ -59,8 +55,7 @@ bool addHumanRow(const BatchLexicon& lexicon, const HumanMatch& match, const Tit
       (match.rawHit && human.term == title.compactRaw) || (match.englishHit && human.term == title.compactEnglish);
   if (const auto master = findMaster(lexicon, human.sceneKey)) {
     const SceneKind kind = exact ? SceneKind::kShort : SceneKind::kConflict;
-    addImpliedRow({impliedTerm(match, title), human.sceneKey, human.detail, kind, human.plain}, *master, title,
-                  candidates);
+    addImpliedRow({impliedTerm(match, title), human.sceneKey, human.detail, kind, human.plain}, *master, candidates);
   }
   return false;
 }
@@ -75,15 +70,13 @@ void gatherHumanRows(const BatchLexicon& lexicon, const TitleTexts& title, const
   if (veto) candidates->rows.clear();
 }
 
-void addIdentity(const BatchLexicon& lexicon, const FacetRow& facet, const TitleTexts& title,
-                 SceneCandidates* candidates) {
+void addIdentity(const BatchLexicon& lexicon, const FacetRow& facet, SceneCandidates* candidates) {
   const auto* const identity = std::find_if(std::begin(kCreatorIdentityTable), std::end(kCreatorIdentityTable),
                                             [&](const auto& row) { return row.facetKey == facet.facetKey; });
   if (identity == std::end(kCreatorIdentityTable)) return;
   const auto master = findMaster(lexicon, identity->sceneKey);
   if (!master) return;
-  addImpliedRow({facet.term, identity->sceneKey, identity->detail, SceneKind::kCompound, true}, *master, title,
-                candidates);
+  addImpliedRow({facet.term, identity->sceneKey, identity->detail, SceneKind::kCompound, true}, *master, candidates);
 }
 
 void gatherCreatorIdentities(const BatchLexicon& lexicon, const RecordTable& table, const TitleTexts& title,
@@ -95,7 +88,7 @@ void gatherCreatorIdentities(const BatchLexicon& lexicon, const RecordTable& tab
     forEachRow(index, hit.lastRow, [&](std::uint32_t row) { rows.push_back(row); });
   }
   std::sort(rows.begin(), rows.end());
-  for (const std::uint32_t row : rows) addIdentity(lexicon, facetRowAt(table, row), title, candidates);
+  for (const std::uint32_t row : rows) addIdentity(lexicon, facetRowAt(table, row), candidates);
 }
 
 void gatherCandidates(const BatchLexicon& lexicon, const TitleTexts& title, BatchScratch* scratch) {
@@ -145,13 +138,13 @@ SceneAnswer answerFromTravel(const BatchLexicon& lexicon, const TitleTexts& titl
 }
 
 SceneAnswer answerFromCandidates(const BatchLexicon& lexicon, const TitleTexts& title, const TravelInference& travel,
-                                 const SceneCandidates& candidates) {
-  const SceneCandidate& top = candidates.rows.front();
-  const SceneRow row = rowOf(top);
+                                 SceneCandidates* candidates) {
+  SceneCandidate* const top = candidates->top;
+  const SceneRow row = rowOf(*top);
   SceneAnswer answer;
   answer.sceneKey = row.key;
-  answer.sceneDetail = chooseDetail(candidates, title, answer.sceneKey, row.detail);
-  if (answer.sceneKey == "travel" && containsTerm(title.compactRaw, "vlog") && isTravelDiary(candidates, title)) {
+  answer.sceneDetail = chooseDetail(candidates, title, row);
+  if (answer.sceneKey == "travel" && containsTerm(title.compactRaw, "vlog") && isTravelDiary(*candidates, title)) {
     answer.sceneDetail = "travel diary";
   }
   // A travel inference replaces scene and detail; alias, rank and score stay those of the best row.
@@ -159,8 +152,9 @@ SceneAnswer answerFromCandidates(const BatchLexicon& lexicon, const TitleTexts& 
     answer.sceneKey = travel.sceneKey;
     answer.sceneDetail = travel.sceneDetail;
   }
-  answer.hit = IntentHit{top.evidence.term, row.lang, rankOf(top.evidence.kind), top.score,
-                         makeSceneEntry(row, answer.sceneKey, answer.sceneDetail)};
+  answer.hit =
+      IntentHit{top->evidence.term, row.lang, rankOf(top->evidence.kind), scoreOf(top, title, title.compactRaw),
+                makeSceneEntry(row, answer.sceneKey, answer.sceneDetail)};
   if (row.fieldCount > scene_field::kKey && row.key == answer.sceneKey) return answer;
   if (const auto master = findMaster(lexicon, answer.sceneKey)) {
     answer.hit->entry = entryOf(*master, answer.sceneKey, answer.sceneDetail);
@@ -189,11 +183,11 @@ BatchAnswer resolveBatchTitle(const BatchLexicon& lexicon, const TitleTexts& tit
   BatchAnswer answer;
   answer.location = resolvePlaces(lexicon, title, scratch);
   gatherCandidates(lexicon, title, scratch);
-  sortCandidates(&scratch->candidates, title.compactRaw);
-  promoteWholeTitle(&scratch->candidates, title);
+  rankCandidates(&scratch->candidates, title, title.compactRaw);
   const TravelInference travel = inferTravelDetail(answer.location.found, title.raw);
-  answer.scene = scratch->candidates.rows.empty() ? answerFromTravel(lexicon, title, travel)
-                                                  : answerFromCandidates(lexicon, title, travel, scratch->candidates);
+  answer.scene = scratch->candidates.top == nullptr
+                     ? answerFromTravel(lexicon, title, travel)
+                     : answerFromCandidates(lexicon, title, travel, &scratch->candidates);
   return answer;
 }
 

@@ -11,22 +11,6 @@ SceneKind sceneKindFromName(std::string_view name) {
   return SceneKind::kOther;
 }
 
-std::int32_t rankOf(SceneKind kind) {
-  switch (kind) {
-    case SceneKind::kShort: return 500;
-    case SceneKind::kConflict: return 400;
-    case SceneKind::kCompound: return 300;
-    case SceneKind::kDetail: return 200;
-    case SceneKind::kCategory: return 100;
-    case SceneKind::kOther: break;
-  }
-  return 0;
-}
-
-bool isOverride(SceneKind kind) {
-  return kind == SceneKind::kShort || kind == SceneKind::kConflict || kind == SceneKind::kCompound;
-}
-
 LocationSource locationSourceFromName(std::string_view name) {
   if (name == "country") return LocationSource::kCountry;
   if (name == "location-famous") return LocationSource::kFamous;

@@ -50,18 +50,18 @@ enum : std::size_t { kId, kName, kKind, kRegion, kPriority, kPhotoKey, kCount, k
 }
 constexpr char kTagSeparator = '\x1E';
 
-/// What kind of evidence a scene row is, by its kind field; kOther for every other text and for a row without the
-/// field.
+/// What kind of evidence a scene row is, by its kind field, the weakest first; kOther for every other text and for a
+/// row without the field.
 enum class SceneKind : std::uint8_t { kOther, kCategory, kDetail, kCompound, kConflict, kShort };
 
 SceneKind sceneKindFromName(std::string_view name);
 
 /// How strong the evidence is: 500 for "short", 400 "conflict", 300 "compound", 200 "detail", 100 "category"; 0 for
 /// every other kind. Callers see these numbers.
-std::int32_t rankOf(SceneKind kind);
+constexpr std::int32_t rankOf(SceneKind kind) { return 100 * static_cast<std::int32_t>(kind); }
 
 /// True for the three kinds that override plain aliases: "short", "conflict" and "compound".
-bool isOverride(SceneKind kind);
+constexpr bool isOverride(SceneKind kind) { return kind >= SceneKind::kCompound; }
 
 /// Where a place comes from, by its source field.
 enum class LocationSource : std::uint8_t { kCountry, kFamous, kCurated, kDatabaseNative, kDatabaseEnglish, kOther };

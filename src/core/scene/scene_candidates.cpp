@@ -34,9 +34,20 @@ bool isTaken(const RecordTable& table, std::uint32_t number, SceneCandidates* ca
 
 bool equalsWholeText(const SceneEvidence& row, const TitleTexts& title) { return row.term == textOfRow(row, title); }
 
-bool candidateBefore(const SceneCandidate& a, const SceneCandidate& b) {
-  return sceneRowBefore({rankOf(a.evidence.kind), a.score, a.evidence.term},
-                        {rankOf(b.evidence.kind), b.score, b.evidence.term});
+std::optional<std::size_t> positionInTitle(const SceneCandidate& candidate, const TitleTexts& title) {
+  if (candidate.position) return *candidate.position;
+  return containsTerm(title.compactRaw, candidate.evidence.term);
+}
+
+bool candidateBefore(SceneCandidate* a, SceneCandidate* b, const TitleTexts& title, std::string_view positionText) {
+  const std::int32_t rankA = rankOf(a->evidence.kind);
+  const std::int32_t rankB = rankOf(b->evidence.kind);
+  if (rankA != rankB) return rankA > rankB;
+  const std::string_view termA = a->evidence.term;
+  const std::string_view termB = b->evidence.term;
+  if (termA.size() != termB.size()) return termA.size() > termB.size();
+  return sceneRowBefore({rankA, scoreOf(a, title, positionText), termA},
+                        {rankB, scoreOf(b, title, positionText), termB});
 }
 
 }  // namespace
@@ -52,17 +63,16 @@ std::string_view keyOf(const SceneCandidate& candidate) {
 void clearCandidates(SceneCandidates* candidates) {
   candidates->rows.clear();
   candidates->implied.clear();
-  candidates->seenRows.clear();
+  if (!candidates->seenRows.empty()) candidates->seenRows.clear();
 }
 
 void addCandidate(const RecordTable& table, std::uint32_t number, const SceneEvidence& evidence,
                   std::optional<std::uint32_t> position, SceneCandidates* candidates) {
   if (isTaken(table, number, candidates)) return;
-  candidates->rows.push_back({evidence, 0, position, number, &table, nullptr});
+  candidates->rows.push_back({evidence, std::nullopt, position, number, &table, nullptr});
 }
 
-void addImpliedRow(const ImpliedScene& implied, const MasterRow& master, const TitleTexts& title,
-                   SceneCandidates* candidates) {
+void addImpliedRow(const ImpliedScene& implied, const MasterRow& master, SceneCandidates* candidates) {
   SceneRow& row = candidates->implied.emplace_back(sceneRowAt(*master.table, master.number));
   row.fieldCount = scene_field::kCount;
   row.key = implied.key;
@@ -72,8 +82,6 @@ void addImpliedRow(const ImpliedScene& implied, const MasterRow& master, const T
   SceneCandidate& candidate = candidates->rows.emplace_back();
   candidate.implied = &row;
   candidate.evidence = {implied.term, implied.kind, true, implied.english, !implied.english, false, true, 0};
-  const auto position = containsTerm(title.compactRaw, implied.term);
-  if (position) candidate.position = static_cast<std::uint32_t>(*position);
 }
 
 std::string_view textOfRow(const SceneEvidence& row, const TitleTexts& title) {
@@ -81,38 +89,38 @@ std::string_view textOfRow(const SceneEvidence& row, const TitleTexts& title) {
 }
 
 std::optional<std::size_t> positionInText(const SceneCandidate& candidate, const TitleTexts& title) {
-  if (candidate.evidence.english) return containsTerm(title.compactEnglish, candidate.evidence.term);
-  if (!candidate.position) return std::nullopt;
-  return *candidate.position;
+  return candidate.evidence.english ? containsTerm(title.compactEnglish, candidate.evidence.term)
+                                    : positionInTitle(candidate, title);
 }
 
-void sortCandidates(SceneCandidates* candidates, std::string_view positionText) {
-  // By insertion while there are few, as there nearly always are: the library's stable sort allocates memory first.
-  constexpr std::size_t kFew = 24;
-  std::vector<SceneCandidate>& rows = candidates->rows;
-  for (SceneCandidate& candidate : rows) {
-    candidate.score = sceneRowScore(candidate.evidence, candidate.position, positionText);
+double scoreOf(SceneCandidate* candidate, const TitleTexts& title, std::string_view positionText) {
+  if (!candidate->score) {
+    candidate->score = sceneRowScore(candidate->evidence, positionInTitle(*candidate, title), positionText);
   }
-  if (rows.size() > kFew) {
-    std::stable_sort(rows.begin(), rows.end(), candidateBefore);
-    return;
-  }
-  for (auto row = rows.begin(); row != rows.end(); ++row) {
-    std::rotate(std::upper_bound(rows.begin(), row, *row, candidateBefore), row, row + 1);
-  }
+  return *candidate->score;
 }
 
-void promoteWholeTitle(SceneCandidates* candidates, const TitleTexts& title) {
-  SceneCandidate* best = nullptr;
+void rankCandidates(SceneCandidates* candidates, const TitleTexts& title, std::string_view positionText) {
+  SceneCandidate* first = nullptr;
+  SceneCandidate* whole = nullptr;  // the first of those that equal their whole text
   for (SceneCandidate& candidate : candidates->rows) {
+    if (first == nullptr || candidateBefore(&candidate, first, title, positionText)) first = &candidate;
     const SceneEvidence& row = candidate.evidence;
     if (!row.tagged || rankOf(row.kind) == 0 || !equalsWholeText(row, title)) continue;
-    const bool better = best == nullptr || rankOf(row.kind) > rankOf(best->evidence.kind) ||
-                        (row.kind == best->evidence.kind && row.term.size() > best->evidence.term.size());
-    if (better) best = &candidate;
+    if (whole == nullptr || candidateBefore(&candidate, whole, title, positionText)) whole = &candidate;
   }
-  // A swap of two places, not a rotation: the former first row goes to the place of the promoted one.
-  if (best != nullptr) std::swap(*best, candidates->rows.front());
+  candidates->positionText = positionText;
+  candidates->top = whole != nullptr ? whole : first;
+  candidates->displaced = first;
+}
+
+bool standsBefore(SceneCandidate* a, SceneCandidate* b, const SceneCandidates& candidates, const TitleTexts& title) {
+  if (a == candidates.top || b == candidates.top) return a == candidates.top;
+  // The displaced one stands where the top one would.
+  SceneCandidate* const placeOfA = a == candidates.displaced ? candidates.top : a;
+  SceneCandidate* const placeOfB = b == candidates.displaced ? candidates.top : b;
+  if (candidateBefore(placeOfA, placeOfB, title, candidates.positionText)) return true;
+  return placeOfA < placeOfB && !candidateBefore(placeOfB, placeOfA, title, candidates.positionText);
 }
 
 }  // namespace corvenda

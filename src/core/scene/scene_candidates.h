@@ -1,4 +1,4 @@
-// The rows that match a title: gathered, sorted, and the one that equals the whole title put first.
+// The rows that match a title: gathered, and the one found that decides.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +20,8 @@ namespace corvenda {
 /// read only of the few that decide.
 struct SceneCandidate {
   SceneEvidence evidence;
-  double score = 0;                       ///< set by sortCandidates
-  std::optional<std::uint32_t> position;  ///< first byte of the term in the compacted title, if it occurs there
+  std::optional<double> score;            ///< once scoreOf has been asked for it
+  std::optional<std::uint32_t> position;  ///< first byte of the term in the compacted title, if that is known
   std::uint32_t number = 0;               ///< of the row in the table
   const RecordTable* table = nullptr;     ///< null for an implied row
   const SceneRow* implied = nullptr;      ///< null for a row of a table
@@ -29,8 +29,11 @@ struct SceneCandidate {
 
 /// The candidates of one title. Kept from title to title to reuse its memory.
 struct SceneCandidates {
-  std::vector<SceneCandidate> rows;
-  std::deque<SceneRow> implied;  ///< candidates point to them, so they must not move
+  std::vector<SceneCandidate> rows;     ///< in the order in which they were gathered
+  std::deque<SceneRow> implied;         ///< candidates point to them, so they must not move
+  std::string_view positionText;        ///< in which the characters before a term are counted, for its score
+  SceneCandidate* top = nullptr;        ///< see rankCandidates
+  SceneCandidate* displaced = nullptr;  ///< see rankCandidates
   /// Identities of all rows taken so far. Empty until they have to be compared, see needsIdentities.
   std::unordered_set<SecureText, KeyedHash> seenRows;
 };
@@ -63,8 +66,7 @@ struct ImpliedScene {
 };
 
 /// Adds the implied row, with priority 0 and the scene's data from its master row.
-void addImpliedRow(const ImpliedScene& implied, const MasterRow& master, const TitleTexts& title,
-                   SceneCandidates* candidates);
+void addImpliedRow(const ImpliedScene& implied, const MasterRow& master, SceneCandidates* candidates);
 
 /// The text with which a row is compared as a whole: the compacted English reading for rows tagged "en", else the
 /// compacted title.
@@ -73,12 +75,17 @@ std::string_view textOfRow(const SceneEvidence& row, const TitleTexts& title);
 /// Where a candidate's term occurs in the text of its row.
 std::optional<std::size_t> positionInText(const SceneCandidate& candidate, const TitleTexts& title);
 
-/// Scores the candidates and sorts them by `sceneRowBefore`; full ties stay in the order in which they were gathered.
-/// The characters before a term are counted in `positionText`.
-void sortCandidates(SceneCandidates* candidates, std::string_view positionText);
+/// The candidate's score. It is made when it is first asked for: nearly always rank and length decide.
+double scoreOf(SceneCandidate* candidate, const TitleTexts& title, std::string_view positionText);
 
-/// Among the rows that equal their whole text, swaps the one with the highest rank, then the longest term, to the
-/// front.
-void promoteWholeTitle(SceneCandidates* candidates, const TitleTexts& title);
+/// Finds `top`, the candidate that decides; null if there is none.
+///
+/// The order of candidates is that of `sceneRowBefore`, full ties as they were gathered. But if a tagged row with a
+/// rank equals its whole text, the first such row changes places with the first of all, which is `displaced` then.
+/// Nothing is moved here, because only the first is asked for, and the order of a few others by `standsBefore`.
+void rankCandidates(SceneCandidates* candidates, const TitleTexts& title, std::string_view positionText);
+
+/// Whether `a` stands before `b` in that order.
+bool standsBefore(SceneCandidate* a, SceneCandidate* b, const SceneCandidates& candidates, const TitleTexts& title);
 
 }  // namespace corvenda

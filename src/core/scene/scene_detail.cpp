@@ -7,30 +7,21 @@ bool speaksFor(const SceneCandidate& candidate, std::string_view sceneKey) {
   return candidate.evidence.tagged && keyOf(candidate) == sceneKey;
 }
 
-/// The override of the highest rank that equals the whole text of its row; the first of several.
-const SceneCandidate* findExactOverride(const SceneCandidates& candidates, const TitleTexts& title,
-                                        std::string_view sceneKey) {
-  const SceneCandidate* best = nullptr;
-  for (const SceneCandidate& candidate : candidates.rows) {
-    const SceneEvidence& row = candidate.evidence;
-    if (!isOverride(row.kind) || row.term != textOfRow(row, title) || !speaksFor(candidate, sceneKey)) continue;
-    if (best == nullptr || rankOf(row.kind) > rankOf(best->evidence.kind)) best = &candidate;
-  }
-  return best;
-}
-
 /// The detail row with the highest score, then the longest term; the first of several.
-const SceneCandidate* findBestDetail(const SceneCandidates& candidates, const TitleTexts& title,
-                                     std::string_view sceneKey) {
-  const SceneCandidate* best = nullptr;
+const SceneCandidate* findBestDetail(SceneCandidates* candidates, const TitleTexts& title, std::string_view sceneKey) {
+  SceneCandidate* best = nullptr;
   double bestScore = -1.0;
-  for (const SceneCandidate& candidate : candidates.rows) {
+  for (SceneCandidate& candidate : candidates->rows) {
     const SceneEvidence& row = candidate.evidence;
     if (row.kind != SceneKind::kDetail || !speaksFor(candidate, sceneKey)) continue;
     const auto position = positionInText(candidate, title);
     if (!position) continue;
     const double score = detailRowScore(row, *position, textOfRow(row, title));
-    if (score > bestScore || (score == bestScore && row.term.size() > best->evidence.term.size())) {
+    if (score < bestScore) continue;
+    const bool tie = score == bestScore;
+    const std::size_t bestSize = tie ? best->evidence.term.size() : 0;
+    if (!tie || row.term.size() > bestSize ||
+        (row.term.size() == bestSize && standsBefore(&candidate, best, *candidates, title))) {
       bestScore = score;
       best = &candidate;
     }
@@ -40,11 +31,13 @@ const SceneCandidate* findBestDetail(const SceneCandidates& candidates, const Ti
 
 }  // namespace
 
-std::string_view chooseDetail(const SceneCandidates& candidates, const TitleTexts& title, std::string_view sceneKey,
-                              std::string_view detail) {
-  const SceneCandidate* candidate = findExactOverride(candidates, title, sceneKey);
-  if (candidate == nullptr) candidate = findBestDetail(candidates, title, sceneKey);
-  return candidate == nullptr ? detail : rowOf(*candidate).detail;
+std::string_view chooseDetail(SceneCandidates* candidates, const TitleTexts& title, const SceneRow& top) {
+  // An override that equals the whole text is the top row: none has a higher rank, and the first of its rank is put
+  // there.
+  const SceneEvidence& evidence = candidates->top->evidence;
+  if (isOverride(evidence.kind) && evidence.tagged && evidence.term == textOfRow(evidence, title)) return top.detail;
+  const SceneCandidate* const detail = findBestDetail(candidates, title, top.key);
+  return detail == nullptr ? top.detail : rowOf(*detail).detail;
 }
 
 }  // namespace corvenda

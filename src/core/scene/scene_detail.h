@@ -7,9 +7,8 @@
 
 namespace corvenda {
 
-/// The detail for `sceneKey`: that of the highest-ranked override that equals the whole text, else that of the best
-/// "detail" row, else `detail`.
-std::string_view chooseDetail(const SceneCandidates& candidates, const TitleTexts& title, std::string_view sceneKey,
-                              std::string_view detail);
+/// The detail for the scene of `top`, a row of ranked candidates: that of the highest-ranked override that equals the
+/// whole text, else that of the best "detail" row, else that of `top`.
+std::string_view chooseDetail(SceneCandidates* candidates, const TitleTexts& title, const SceneRow& top);
 
 }  // namespace corvenda

@@ -65,7 +65,7 @@ void gatherHumanRows(const RecordTable& table, const TitleTexts& title, const Fo
     const std::string_view term = impliedTerm(match, title);
     // Like every English row it has to be whole words of the reading.
     if (english && !matchesWordRun(title.english, term)) continue;
-    addImpliedRow({term, match.row.sceneKey, match.row.detail, SceneKind::kConflict, english}, {&table, *master}, title,
+    addImpliedRow({term, match.row.sceneKey, match.row.detail, SceneKind::kConflict, english}, {&table, *master},
                   candidates);
   }
 }
@@ -81,16 +81,15 @@ SceneAnswer resolveSceneIntent(const RecordTable& table, const TitleTexts& title
   gatherHumanRows(table, title, rows.humans, &candidates);
   // Positions are bytes of the compacted title, but the characters before them are counted in the title as written,
   // blanks included. Odd, but scores depend on it; the batch counts in the compacted title.
-  sortCandidates(&candidates, title.raw);
-  promoteWholeTitle(&candidates, title);
+  rankCandidates(&candidates, title, title.raw);
   SceneAnswer answer;
-  if (candidates.rows.empty()) return answer;
+  if (candidates.top == nullptr) return answer;
 
-  const SceneCandidate& top = candidates.rows.front();
-  const SceneRow row = rowOf(top);
+  SceneCandidate* const top = candidates.top;
+  const SceneRow row = rowOf(*top);
   answer.sceneKey = row.key;
-  answer.sceneDetail = chooseDetail(candidates, title, answer.sceneKey, row.detail);
-  answer.hit = IntentHit{top.evidence.term, row.lang, rankOf(top.evidence.kind), top.score,
+  answer.sceneDetail = chooseDetail(&candidates, title, row);
+  answer.hit = IntentHit{top->evidence.term, row.lang, rankOf(top->evidence.kind), scoreOf(top, title, title.raw),
                          makeSceneEntry(row, answer.sceneKey, answer.sceneDetail)};
   return answer;
 }
