@@ -199,6 +199,18 @@ test('a list of cases that becomes shorter leaves results out at the end', () =>
 
 // --- What a caller has replaced -------------------------------------------------------------------------------------
 
+test('a getter that throws, before there are functions and after', () => {
+  const addon = loadCopy(binary);
+  for (const [name, overlay] of [[batches[0], 'locationOverlay'], [batches[1], 'celebrityOverlay']]) {
+    const options = { ...pack, cases: Array.from({ length: 4 }, () => ({ raw: '' })) };
+    Object.defineProperty(options, overlay, { get() { throw new RangeError('mine'); } });
+    for (const round of [1, 2]) {
+      assert.throws(() => addon[name](options), { name: 'RangeError', message: 'mine' }, `${name} ${round}`);
+      addon[name]({ ...pack, cases: titles });
+    }
+  }
+});
+
 test('globals and methods that were replaced before the first call are not looked at', () => {
   const expected = batches.map((batch) => direct[batch]({ ...pack, cases: titles }));
   const calls = batches.map((batch) => [loadCopy(binary)[batch], { ...pack, cases: titles }]);

@@ -65,6 +65,8 @@ napi_value referenced(napi_env env, napi_ref reference) {
 /// The value of a script that is a function, called with `arguments`. Null if that fails, and nothing is pending then:
 /// a host that runs no scripts may have thrown.
 napi_value runScript(napi_env env, std::string_view source, const std::vector<napi_value>& arguments) {
+  // The exception of a caller's getter is not the host's, and has to stay.
+  if (isExceptionPending(env)) return nullptr;
   napi_value function = nullptr;
   napi_value result = nullptr;
   if (napi_run_script(env, makeText(env, source), &function) == napi_ok && function != nullptr) {
@@ -115,6 +117,7 @@ void compileScriptFunctions(napi_env env, Environment* environment) {
 /// An array of as many arguments, which take eight bytes each of the stack. Null if the caller has left too little of
 /// it, and nothing is pending then.
 napi_value collectArguments(napi_env env, std::size_t length) {
+  if (isExceptionPending(env)) return nullptr;
   const napi_value collect = scriptFunction(env, ScriptFunction::kCollect);
   napi_value undefined = nullptr;
   napi_get_undefined(env, &undefined);
@@ -165,7 +168,7 @@ napi_value share(napi_env env, napi_typedarray_type type, const std::vector<Numb
 napi_value scriptFunction(napi_env env, ScriptFunction function) {
   Environment* const environment = environmentOf(env);
   if (environment == nullptr) return nullptr;
-  if (!environment->scriptsTried) {
+  if (!environment->scriptsTried && !isExceptionPending(env)) {
     environment->scriptsTried = true;
     compileScriptFunctions(env, environment);
   }
