@@ -20,19 +20,6 @@ constexpr std::size_t kCopyBlock = 16384;
 /// The strings of a chunk are handed over as arguments, eight bytes each of the stack.
 constexpr std::size_t kChunkStrings = std::size_t{1} << kChunkBits;
 
-/// Most texts are short, and a call of the library's comparison would cost more than they do.
-bool isEqual(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  if (a.size() > 32) return a == b;
-  if (a.size() < 8) return loadFew(a.data(), a.size()) == loadFew(b.data(), b.size());
-  const std::size_t back = a.size() - 8;
-  if (loadWord(a.data() + back) != loadWord(b.data() + back)) return false;
-  for (std::size_t at = 0; at < back; at += 8) {
-    if (loadWord(a.data() + at) != loadWord(b.data() + at)) return false;
-  }
-  return true;
-}
-
 bool isLasting(const TextTable& table, std::string_view text) {
   return !text.empty() && std::any_of(table.lasting.begin(), table.lasting.end(), [text](std::string_view memory) {
     return text.data() >= memory.data() && text.data() < memory.data() + memory.size();
@@ -78,7 +65,7 @@ std::uint32_t findOrAddText(TextTable* table, std::string_view text, std::uint32
   const std::size_t mask = table->slots.size() - 1;
   for (std::size_t slot = hash & mask; table->slots[slot] != 0; slot = (slot + 1) & mask) {
     const KnownText& known = table->known[table->slots[slot] - 1];
-    if (known.hash == hash && isEqual(known.text, text)) return known.number;
+    if (known.hash == hash && isSameText(known.text, text)) return known.number;
   }
   return addText(table, text, hash, lasting);
 }

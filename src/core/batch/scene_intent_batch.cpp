@@ -79,10 +79,10 @@ void addIdentity(const BatchLexicon& lexicon, const FacetRow& facet, SceneCandid
   addImpliedRow({facet.term, identity->sceneKey, identity->detail, SceneKind::kCompound, true}, *master, candidates);
 }
 
-void gatherCreatorIdentities(const BatchLexicon& lexicon, const RecordTable& table, const TitleTexts& title,
-                             TitleSearch* search, SceneCandidates* candidates) {
+void gatherCreatorIdentities(const BatchLexicon& lexicon, const RecordTable& table, TitleSearch* search,
+                             SceneCandidates* candidates) {
   const TermIndex& index = identityIndex(table);
-  findWordRuns(table, index, title.english, &search->hits);
+  findWordRunsAgain(table, index, &search->hits);  // in the English reading, as findTitleRows did
   std::vector<std::uint32_t> rows;
   for (const TermHit& hit : search->hits.terms) {
     forEachRow(index, hit.lastRow, [&](std::uint32_t row) { rows.push_back(row); });
@@ -103,7 +103,7 @@ void gatherCandidates(const BatchLexicon& lexicon, const TitleTexts& title, Batc
     if (!part.humans) continue;
     matchHumanRows(*part.table, title, scratch->rows[i].humans, &scratch->humans);
     gatherHumanRows(lexicon, title, scratch->humans, candidates);
-    gatherCreatorIdentities(lexicon, *part.table, title, &scratch->search, candidates);
+    gatherCreatorIdentities(lexicon, *part.table, &scratch->search, candidates);
   }
 }
 

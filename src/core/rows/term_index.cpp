@@ -17,6 +17,7 @@ namespace {
 constexpr std::uint8_t kOneByte = 1;
 constexpr std::uint8_t kTwoBytes = 2;
 constexpr std::uint8_t kThreeBytes = 4;
+constexpr std::uint8_t kThreeToFive = kThreeBytes | kThreeBytes << 1U | kThreeBytes << 2U;
 constexpr std::uint8_t kSixBytes = 32;
 
 /// The bytes of the prefix that leads to the set of lengths: two Chinese characters. With a shorter prefix more terms
@@ -28,11 +29,15 @@ constexpr std::size_t kLongLength = kGatePrefix + 47;
 constexpr std::uint64_t kLongBit = std::uint64_t{1} << 47U;
 constexpr std::uint64_t kLengthBits = 2 * kLongBit - 1;
 
+/// Sets of lengths of all terms: bit n for n bytes, up to kLongLength for that and more.
+constexpr std::uint64_t lengthBit(std::size_t length) { return std::uint64_t{1} << length; }
+
 /// At most two thirds full, so that probes stay short.
 std::size_t tableCapacity(std::size_t count) { return count + count / 2 + 8; }
 
-/// Many terms share a prefix, so that this is never as full as it may be.
-std::size_t gateCapacity(std::size_t terms) { return terms + terms / 8 + 8; }
+/// Half full. `prefixes` is a count of bits, of which some stand for two; that it is not even half of the truth takes a
+/// seed that nobody can choose.
+std::size_t gateCapacity(std::size_t prefixes) { return 2 * prefixes + 64; }
 
 /// A place in a table of `capacity`, from the upper half of the hash. Tags come from the lower half, so that terms in
 /// one place still differ in them.
@@ -46,13 +51,18 @@ std::size_t nextPlace(std::size_t place, std::size_t capacity) { return ++place 
 
 /// The first bytes of a text as a number, the first lowest; zeros after the end of a shorter one.
 std::uint64_t frontOf(std::string_view text) {
-  std::uint64_t front = 0;
-  if (text.size() >= sizeof front) {
-    std::memcpy(&front, text.data(), sizeof front);
-  } else {
-    std::memcpy(&front, text.data(), text.size());
+  const char* const bytes = text.data();
+  const std::size_t size = text.size();
+  if (size >= 8) return loadWord(bytes);
+  if (size >= 4) {
+    // The two halves overlap where the text is shorter than both.
+    return loadHalf(bytes) | (loadHalf(bytes + size - 4) >> (8 * (8 - size))) << 32U;
   }
-  return front;
+  if (size == 0) return 0;
+  const auto byte = [bytes](std::size_t at) {
+    return std::uint64_t{static_cast<unsigned char>(bytes[at])} << (8 * at);
+  };
+  return byte(0) | byte(size / 2) | byte(size - 1);
 }
 
 std::uint8_t firstByte(std::uint64_t front) { return static_cast<std::uint8_t>(front); }
@@ -68,6 +78,13 @@ std::uint64_t gateHash(const TermIndex& index, std::uint64_t front) {
   return foldedProduct((front & 0xFFFFFFFFFFFFU) ^ index.seed.first, index.seed.second);
 }
 
+/// Whether the bit of a prefix is set. Neighbouring bits and entries of the gate belong together: both are found by the
+/// upper half of the hash.
+bool mayBeGated(const TermIndex& index, std::uint64_t hash) {
+  const std::size_t bit = placeOf(hash, 64 * index.prefixBits.size());
+  return (index.prefixBits[bit / 64] >> (bit % 64) & 1U) != 0;
+}
+
 /// An entry of the gate without its lengths. The tag's lowest bit is always set: an entry of 0 is an empty place.
 std::uint64_t gateTag(std::uint64_t hash) { return (hash << 48U) | std::uint64_t{1} << 48U; }
 
@@ -79,7 +96,7 @@ std::optional<std::uint32_t> lookUp(const RecordTable& table, const TermIndex& i
        place = nextPlace(place, capacity)) {
     if (index.slots[place] >> 32U != tagOf(hash)) continue;
     const auto row = static_cast<std::uint32_t>(index.slots[place]);
-    if (termOf(table, row) == text) return row;
+    if (isSameText(termOf(table, row), text)) return row;
   }
   return std::nullopt;
 }
@@ -136,7 +153,16 @@ void addRow(const RecordTable& table, const Hashed& added, SystemVector<std::uin
 /// True for one row of each term, the last.
 bool isLastOfTerm(const TermIndex& index, std::uint32_t row) { return (*index.ring)[row] <= row; }
 
-/// Registers what is known of a term's first bytes and of short terms. True if it belongs at the gate, too.
+/// Sets the bit of a prefix; true if it wasn't set.
+bool registerPrefix(TermIndex* index, std::uint64_t hash) {
+  const std::size_t bit = placeOf(hash, 64 * index->prefixBits.size());
+  std::uint64_t& word = index->prefixBits[bit / 64];
+  const std::uint64_t before = word;
+  word |= std::uint64_t{1} << (bit % 64);
+  return word != before;
+}
+
+/// Registers what is known of a term's first bytes and of short terms. True if its prefix is new to the gate.
 bool registerFront(TermIndex* index, std::string_view term) {
   const std::uint64_t front = frontOf(term);
   std::uint8_t& first = index->firstBytes[firstByte(front)];
@@ -151,7 +177,7 @@ bool registerFront(TermIndex* index, std::string_view term) {
     first |= kThreeBytes;
     index->shortGate[shortPlace(*index, front)] |=
         gated ? kSixBytes : static_cast<std::uint8_t>(kThreeBytes << (term.size() - 3));
-    return gated;
+    return gated && registerPrefix(index, gateHash(*index, front));
   }
   return false;
 }
@@ -217,14 +243,27 @@ void addHit(TermHits* hits, std::uint32_t lastRow, std::size_t position) {
   }
 }
 
-/// The set of lengths from six bytes up that terms with this front can have.
-std::uint64_t gatedLengths(const TermIndex& index, std::uint64_t front) {
-  const std::uint64_t hash = gateHash(index, front);
+/// The entry of a prefix in the gate without its tag; 0 if there is none.
+std::uint64_t gatedLengths(const TermIndex& index, std::uint64_t hash) {
   const std::size_t capacity = index.gate.size();
   for (std::size_t place = placeOf(hash, capacity); index.gate[place] != 0; place = nextPlace(place, capacity)) {
     if ((index.gate[place] & ~kLengthBits) == gateTag(hash)) return index.gate[place] & kLengthBits;
   }
   return 0;
+}
+
+/// The set of lengths of terms that may begin like a text with this front.
+std::uint64_t possibleLengths(const TermIndex& index, std::uint64_t front) {
+  const std::uint8_t kinds = index.firstBytes[firstByte(front)];
+  if (kinds == 0) return 0;
+  const std::uint8_t flags = index.shortGate[shortPlace(index, front)];
+  const std::uint64_t hash = gateHash(index, front);
+  // One test for the two: each alone says yes and no in turns, which processors can't foresee.
+  const bool gated = ((flags / kSixBytes) & (mayBeGated(index, hash) ? 1U : 0U)) != 0;
+  std::uint64_t lengths = (flags & kThreeToFive) << 1U | (kinds & kOneByte) << 1U;
+  if (gated) lengths |= gatedLengths(index, hash) << kGatePrefix;
+  if ((kinds & kTwoBytes) != 0) lengths |= (index.pairs[pairOf(front) / 64] >> (pairOf(front) % 64) & 1U) << 2U;
+  return lengths;
 }
 
 /// The longest long term of at most `limit` bytes that `text` begins with.
@@ -260,92 +299,60 @@ bool addContained(const Searcher& searcher, std::uint32_t lastRow, std::size_t p
   return false;
 }
 
-bool addIfTerm(const Searcher& searcher, std::string_view text, std::size_t position) {
-  const auto term = lookUp(searcher.table, searcher.index, text, keyedHash(text, searcher.index.seed));
-  return term && addContained(searcher, *term, position);
+/// Adds the long terms that `text` begins with, longest first; see addContained.
+bool addLongContained(const Searcher& searcher, std::string_view text, std::size_t position) {
+  for (std::size_t limit = text.size();;) {
+    const auto term = longestLongTerm(searcher.table, searcher.index, text, limit);
+    if (!term) return false;
+    if (addContained(searcher, *term, position)) return true;
+    limit = termOf(searcher.table, *term).size() - 1;
+  }
 }
 
-/// Terms of six bytes and more that `text` begins with, longest first.
-bool addGatedTerms(const Searcher& searcher, std::string_view text, std::uint64_t front, std::size_t position) {
-  std::uint64_t lengths = gatedLengths(searcher.index, front);
-  if ((lengths & kLongBit) != 0) {
-    for (std::size_t limit = text.size();;) {
-      const auto term = longestLongTerm(searcher.table, searcher.index, text, limit);
-      if (!term) break;
-      if (addContained(searcher, *term, position)) return true;
-      limit = termOf(searcher.table, *term).size() - 1;
-    }
-    lengths ^= kLongBit;
+/// Adds the terms that `text` begins with, longest first. `lengths` are those that they can have.
+void addContainedAt(const Searcher& searcher, std::uint64_t lengths, std::string_view text, std::size_t position) {
+  if ((lengths & lengthBit(kLongLength)) != 0) {
+    if (addLongContained(searcher, text, position)) return;
+    lengths ^= lengthBit(kLongLength);
   }
   while (lengths != 0) {
-    const std::size_t bit = static_cast<std::size_t>(std::bit_width(lengths)) - 1;
-    lengths ^= std::uint64_t{1} << bit;
-    if (bit + kGatePrefix > text.size()) continue;
-    if (addIfTerm(searcher, text.substr(0, bit + kGatePrefix), position)) return true;
+    const std::size_t length = static_cast<std::size_t>(std::bit_width(lengths)) - 1;
+    lengths ^= lengthBit(length);
+    if (length > text.size()) continue;
+    const std::string_view front = text.substr(0, length);
+    const auto term = lookUp(searcher.table, searcher.index, front, keyedHash(front, searcher.index.seed));
+    if (term && addContained(searcher, *term, position)) return;
   }
-  return false;
-}
-
-/// `kinds`: of terms that begin with the first byte of `text`.
-void addContainedAt(const Searcher& searcher, std::uint8_t kinds, std::string_view text, std::size_t position) {
-  const TermIndex& index = searcher.index;
-  const std::uint64_t front = frontOf(text);
-  if ((kinds & kThreeBytes) != 0 && text.size() >= 3) {
-    const std::uint8_t lengths = index.shortGate[shortPlace(index, front)];
-    if ((lengths & kSixBytes) != 0 && text.size() >= kGatePrefix && addGatedTerms(searcher, text, front, position)) {
-      return;
-    }
-    constexpr std::uint8_t kUpToFive = kThreeBytes | kThreeBytes << 1U | kThreeBytes << 2U;
-    for (std::size_t length = 5; length >= 3 && (lengths & kUpToFive) != 0; --length) {
-      const bool possible = (lengths >> (length - 1) & 1U) != 0 && length <= text.size();
-      if (possible && addIfTerm(searcher, text.substr(0, length), position)) return;
-    }
-  }
-  if ((kinds & kTwoBytes) != 0 && text.size() >= 2 &&
-      (index.pairs[pairOf(front) / 64] >> (pairOf(front) % 64) & 1U) != 0 &&
-      addIfTerm(searcher, text.substr(0, 2), position)) {
-    return;
-  }
-  if ((kinds & kOneByte) != 0) addIfTerm(searcher, text.substr(0, 1), position);
 }
 
 /// The text without its blanks in `words`, and where its words end in it.
 void joinWords(std::string_view text, TermHits* hits) {
-  hits->words.clear();
+  hits->words.resize(text.size());
   hits->ends.clear();
-  hits->newRunLimits.clear();
-  for (std::size_t begin = 0; begin < text.size();) {
-    const std::size_t end = std::min(text.find(' ', begin), text.size());
-    if (end > begin) {
-      hits->words.append(text.substr(begin, end - begin));
-      hits->ends.push_back(static_cast<std::uint32_t>(hits->words.size()));
-    }
-    begin = end + 1;
+  char* const begin = hits->words.data();
+  char* out = begin;
+  const auto endWord = [&] {
+    const auto end = static_cast<std::uint32_t>(out - begin);
+    if (end > (hits->ends.empty() ? 0 : hits->ends.back())) hits->ends.push_back(end);
+  };
+  for (const char byte : text) {
+    if (byte == ' ') endWord();
+    // Always written; advancing is what keeps it.
+    *out = byte;
+    out += byte == ' ' ? 0 : 1;
   }
-}
-
-/// Whether a term of this length, below that of long ones, may begin like `text`.
-bool mayBeTerm(const TermIndex& index, std::uint64_t front, std::size_t length, std::uint64_t gated) {
-  if (length >= kGatePrefix) return (gated >> (length - kGatePrefix) & 1U) != 0;
-  if (length >= 3) return (std::uint32_t{index.shortGate[shortPlace(index, front)]} >> (length - 1) & 1U) != 0;
-  const std::uint8_t kinds = index.firstBytes[firstByte(front)];
-  return (kinds & (length == 2 ? kTwoBytes : kOneByte)) != 0;
-}
-
-/// The set of lengths from six bytes up for a text that any term may begin like.
-std::uint64_t gatedLengthsIfAny(const TermIndex& index, std::string_view text, std::uint64_t front) {
-  const bool gated = text.size() >= kGatePrefix && (index.firstBytes[firstByte(front)] & kThreeBytes) != 0 &&
-                     (index.shortGate[shortPlace(index, front)] & kSixBytes) != 0;
-  return gated ? gatedLengths(index, front) : 0;
+  endWord();
+  hits->words.resize(static_cast<std::size_t>(out - begin));
 }
 
 void addRun(const Searcher& searcher, std::uint32_t lastRow, std::size_t position) {
   if (!isFound(*searcher.hits, lastRow)) addHit(searcher.hits, lastRow, position);
 }
 
-/// Adds the long terms with which `text` begins and that end where a word does; `text` begins at a word. A term that
-/// was found at an earlier word is skipped together with those of its prefixes that were tried then.
-void addLongRuns(const Searcher& searcher, std::string_view text, std::size_t position) {
+/// Adds the long terms that begin at `position`, where a word does, and end where one does. A term that was found at an
+/// earlier word is skipped together with those of its prefixes that were tried then.
+void addLongRuns(const Searcher& searcher, std::size_t position) {
+  const std::string_view text = std::string_view(searcher.hits->words).substr(position);
   const std::vector<std::uint32_t>& ends = searcher.hits->ends;
   auto& newRunLimits = searcher.hits->newRunLimits;
   std::size_t* known = nullptr;  // stored with the first of several known terms in sequence; lowered to skip them all
@@ -371,14 +378,13 @@ void addLongRuns(const Searcher& searcher, std::string_view text, std::size_t po
 void addRunsAt(const Searcher& searcher, std::size_t first, std::size_t position) {
   const TermIndex& index = searcher.index;
   const std::string_view text = std::string_view(searcher.hits->words).substr(position);
-  const std::uint64_t front = frontOf(text);
-  if (index.firstBytes[firstByte(front)] == 0) return;
-  const std::uint64_t gated = gatedLengthsIfAny(index, text, front);
-  if ((gated & kLongBit) != 0) addLongRuns(searcher, text, position);
+  const std::uint64_t lengths = possibleLengths(index, frontOf(text));
+  if (lengths == 0) return;
+  if ((lengths & lengthBit(kLongLength)) != 0) addLongRuns(searcher, position);
   for (std::size_t word = first; word < searcher.hits->ends.size(); ++word) {
     const std::size_t length = searcher.hits->ends[word] - position;
     if (length >= kLongLength) return;
-    if (!mayBeTerm(index, front, length, gated)) continue;
+    if ((lengths & lengthBit(length)) == 0) continue;
     const std::string_view run = text.substr(0, length);
     const auto term = lookUp(searcher.table, index, run, keyedHash(run, index.seed));
     if (term) addRun(searcher, *term, position);
@@ -404,15 +410,16 @@ void buildTermIndex(const RecordTable& table, bool (*isMember)(const RecordTable
       [&](const Hashed& added) { addRow(table, added, ring, index); });
 
   index->shortGate.assign(std::clamp<std::size_t>(std::bit_ceil(4 * members), 256, 65536), 0);
-  std::size_t gated = 0;
+  index->prefixBits.assign(members / 8 + 1, 0);
+  std::size_t prefixes = 0;
   bool anyLong = false;
   for (std::uint32_t row = 0; row < table.rows.size(); ++row) {
     if (!isMember(table, row) || !isLastOfTerm(*index, row)) continue;
     const std::string_view term = termOf(table, row);
-    gated += registerFront(index, term) ? 1U : 0U;
+    prefixes += registerFront(index, term) ? 1U : 0U;
     anyLong |= term.size() >= kLongLength;
   }
-  index->gate.assign(gateCapacity(gated), 0);
+  index->gate.assign(gateCapacity(prefixes), 0);
   forEachHashed(
       table, isMember, index->gate,
       [&](std::uint32_t row, std::uint64_t* hash) {
@@ -430,15 +437,22 @@ void findContainedTerms(const RecordTable& table, const TermIndex& index, std::s
   if (index.slots.empty()) return;
   const Searcher searcher{table, index, hits};
   for (std::size_t position = 0; position < text.size(); ++position) {
-    const std::uint8_t kinds = index.firstBytes[static_cast<std::uint8_t>(text[position])];
-    if (kinds != 0) addContainedAt(searcher, kinds, text.substr(position), position);
+    if (index.firstBytes[static_cast<std::uint8_t>(text[position])] == 0) continue;
+    const std::string_view rest = text.substr(position);
+    const std::uint64_t lengths = possibleLengths(index, frontOf(rest));
+    if (lengths != 0) addContainedAt(searcher, lengths, rest, position);
   }
 }
 
 void findWordRuns(const RecordTable& table, const TermIndex& index, std::string_view text, TermHits* hits) {
+  joinWords(text, hits);
+  findWordRunsAgain(table, index, hits);
+}
+
+void findWordRunsAgain(const RecordTable& table, const TermIndex& index, TermHits* hits) {
   hits->terms.clear();
   if (index.slots.empty()) return;
-  joinWords(text, hits);
+  if (!hits->newRunLimits.empty()) hits->newRunLimits.clear();
   const Searcher searcher{table, index, hits};
   std::size_t position = 0;
   for (std::size_t word = 0; word < hits->ends.size(); ++word) {
@@ -454,11 +468,9 @@ std::optional<std::uint32_t> findTerm(const RecordTable& table, const TermIndex&
 
 std::optional<std::uint32_t> findWholeTerm(const RecordTable& table, const TermIndex& index, std::string_view text) {
   if (index.slots.empty() || text.empty()) return std::nullopt;
-  const std::uint64_t front = frontOf(text);
-  if (index.firstBytes[firstByte(front)] == 0) return std::nullopt;
-  const bool possible =
-      text.size() >= kLongLength || mayBeTerm(index, front, text.size(), gatedLengthsIfAny(index, text, front));
-  return possible ? findTerm(table, index, text) : std::nullopt;
+  const std::uint64_t lengths = possibleLengths(index, frontOf(text));
+  if ((lengths & lengthBit(std::min(text.size(), kLongLength))) == 0) return std::nullopt;
+  return findTerm(table, index, text);
 }
 
 }  // namespace corvenda

@@ -8,10 +8,11 @@
 //
 // 1. A byte with which no term begins is skipped. In a Chinese text that leaves the first bytes of characters.
 // 2. The first three bytes (one Chinese character in UTF-8) lead to a byte of flags: whether terms of three, four or
-//    five bytes begin with them, or longer ones.
-// 3. For longer terms the first six bytes lead to the set of their lengths. Its entries carry a tag of the prefix's
-//    hash, so that another prefix rarely passes. If one does, it costs a look-up that finds nothing, never a missed
-//    row.
+//    five bytes begin with them, or longer ones. For longer terms a bit by the first six bytes says whether any begins
+//    with these, give or take one in eight.
+// 3. The first six bytes lead to the set of the lengths of terms that begin with them. Its entries carry a tag of the
+//    prefix's hash, so that another prefix rarely passes. If one does, it costs a look-up that finds nothing, never a
+//    missed row.
 // 4. Each possible length, the longest first, is one look-up in a hash table of eight bytes a term (a tag and a row);
 //    if the tag matches, the term itself is compared. A term that was already found in this text ends the search at
 //    this byte: its own prefixes were found with it. So a text full of nested terms costs no more than the loop.
@@ -46,10 +47,11 @@ struct TermIndex {
   HashSeed seed = {};
   SystemVector<std::uint64_t> slots;  ///< 32 bits of tag, 32 of row; or kEmptySlot
   SystemVector<std::uint64_t> gate;  ///< 16 bits of tag, 48 of lengths: bit n for 6 + n bytes, the last for longer ones
-  std::vector<std::uint8_t> shortGate;   ///< flags by the first three bytes; see kThreeBytes
-  std::vector<std::uint64_t> pairs;      ///< a bit for each term of two bytes; empty if there is none
-  std::uint8_t firstBytes[256] = {};     ///< whether terms of one byte, of two, or longer ones begin with the byte
-  std::vector<std::uint32_t> longTerms;  ///< last rows of the terms of 53 bytes and more, by the bytes of the term
+  SystemVector<std::uint64_t> prefixBits;  ///< a bit for each prefix in `gate`, about eight times as many as there are
+  std::vector<std::uint8_t> shortGate;     ///< flags by the first three bytes; see kThreeBytes
+  std::vector<std::uint64_t> pairs;        ///< a bit for each term of two bytes; empty if there is none
+  std::uint8_t firstBytes[256] = {};       ///< whether terms of one byte, of two, or longer ones begin with the byte
+  std::vector<std::uint32_t> longTerms;    ///< last rows of the terms of 53 bytes and more, by the bytes of the term
   const SystemVector<std::uint32_t>* ring = nullptr;  ///< next row with the same term
   SystemVector<std::uint32_t> ownRing;                ///< holds `ring` if it isn't shared with other indexes
 };
@@ -79,6 +81,9 @@ void findContainedTerms(const RecordTable& table, const TermIndex& index, std::s
 
 /// Terms that are runs of whole words of `text` joined without blanks (see `matchesWordRun`).
 void findWordRuns(const RecordTable& table, const TermIndex& index, std::string_view text, TermHits* hits);
+
+/// The same for the text of the last `findWordRuns`: `hits` still has its words.
+void findWordRunsAgain(const RecordTable& table, const TermIndex& index, TermHits* hits);
 
 /// The last row of the term that equals `text`.
 std::optional<std::uint32_t> findTerm(const RecordTable& table, const TermIndex& index, std::string_view text);
