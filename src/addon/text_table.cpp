@@ -6,6 +6,7 @@
 #include "addon/environment.h"
 #include "base/keyed_hash.h"
 #include "base/prefetch.h"
+#include "base/short_text.h"
 
 namespace corvenda {
 namespace {

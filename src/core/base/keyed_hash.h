@@ -5,8 +5,9 @@
 #pragma once
 
 #include <cstdint>
-#include <cstring>
 #include <string_view>
+
+#include "base/short_text.h"
 
 #if defined(_MSC_VER) && !defined(__clang__)
 #include <intrin.h>
@@ -36,28 +37,6 @@ inline std::uint64_t foldedProduct(std::uint64_t a, std::uint64_t b) {
 #endif
 }
 
-inline std::uint64_t loadWord(const char* bytes) {
-  std::uint64_t word = 0;
-  std::memcpy(&word, bytes, sizeof word);
-  return word;
-}
-
-inline std::uint64_t loadHalf(const char* bytes) {
-  std::uint32_t half = 0;
-  std::memcpy(&half, bytes, sizeof half);
-  return half;
-}
-
-/// Up to eight bytes as a number. Fewer than four lose nothing: three bytes hold the first, the middle and the last.
-inline std::uint64_t loadFew(const char* bytes, std::size_t count) {
-  if (count >= 4) return loadHalf(bytes) | loadHalf(bytes + count - 4) << 32;
-  if (count == 0) return 0;
-  const auto byte = [bytes](std::size_t at) {
-    return static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[at]));
-  };
-  return byte(0) | byte(count / 2) << 8 | byte(count - 1) << 16;
-}
-
 /// The hash of `text` under `seed`. The constant of the last step is 2^64 divided by the golden ratio: bits without a
 /// pattern, so that a seed of zero would still mix.
 inline std::uint64_t keyedHash(std::string_view text, const HashSeed& seed) {
@@ -72,20 +51,6 @@ inline std::uint64_t keyedHash(std::string_view text, const HashSeed& seed) {
   const std::uint64_t back = whole ? loadWord(bytes + left - 8) : left;
   return foldedProduct(foldedProduct(front ^ state, back ^ seed.second) ^ seed.first,
                        0x9E3779B97F4A7C15U ^ seed.second);
-}
-
-/// Whether two texts are equal. Terms and titles are short, and a call of the library's comparison costs more than they
-/// do.
-inline bool isSameText(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  if (a.size() > 32) return a == b;
-  if (a.size() < 8) return loadFew(a.data(), a.size()) == loadFew(b.data(), b.size());
-  const std::size_t back = a.size() - 8;
-  if (loadWord(a.data() + back) != loadWord(b.data() + back)) return false;
-  for (std::size_t at = 0; at < back; at += 8) {
-    if (loadWord(a.data() + at) != loadWord(b.data() + at)) return false;
-  }
-  return true;
 }
 
 /// For the standard library's tables.

@@ -67,9 +67,11 @@ void findRepeated(const RecordTable& table, const TermIndex& index, std::vector<
   std::sort(repeated->begin(), repeated->end());
 }
 
+bool isMade(const TableIndexes::Made& made) { return made.done.load(std::memory_order_acquire); }
+
 template <typename Make>
 void makeOnce(TableIndexes::Made* made, Make make) {
-  if (made->done.load(std::memory_order_acquire)) return;
+  if (isMade(*made)) return;
   std::call_once(made->once, make);
   made->done.store(true, std::memory_order_release);
 }
@@ -120,12 +122,14 @@ void makeMasters(const RecordTable& table, std::unordered_map<std::string_view, 
 
 const TermIndex& nativeIndex(const RecordTable& table) {
   TableIndexes& indexes = *table.indexes;
+  if (isMade(indexes.nativeMade)) return indexes.native;
   makeIndex(table, &indexes.nativeMade, isNative, &indexes.native, &indexes.repeatedNative);
   return indexes.native;
 }
 
 const TermIndex& englishIndex(const RecordTable& table) {
   TableIndexes& indexes = *table.indexes;
+  if (isMade(indexes.englishMade)) return indexes.english;
   makeIndex(table, &indexes.englishMade, isEnglish, &indexes.english, &indexes.repeatedEnglish);
   return indexes.english;
 }

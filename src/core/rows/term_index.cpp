@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/prefetch.h"
+#include "base/short_text.h"
 #include "rows/record_table.h"
 
 namespace corvenda {
@@ -49,21 +50,7 @@ std::uint32_t tagOf(std::uint64_t hash) { return static_cast<std::uint32_t>(hash
 
 std::size_t nextPlace(std::size_t place, std::size_t capacity) { return ++place == capacity ? 0 : place; }
 
-/// The first bytes of a text as a number, the first lowest; zeros after the end of a shorter one.
-std::uint64_t frontOf(std::string_view text) {
-  const char* const bytes = text.data();
-  const std::size_t size = text.size();
-  if (size >= 8) return loadWord(bytes);
-  if (size >= 4) {
-    // The two halves overlap where the text is shorter than both.
-    return loadHalf(bytes) | (loadHalf(bytes + size - 4) >> (8 * (8 - size))) << 32U;
-  }
-  if (size == 0) return 0;
-  const auto byte = [bytes](std::size_t at) {
-    return std::uint64_t{static_cast<unsigned char>(bytes[at])} << (8 * at);
-  };
-  return byte(0) | byte(size / 2) | byte(size - 1);
-}
+// A `front` is the first eight bytes of a term or text, see loadFront.
 
 std::uint8_t firstByte(std::uint64_t front) { return static_cast<std::uint8_t>(front); }
 
@@ -164,7 +151,7 @@ bool registerPrefix(TermIndex* index, std::uint64_t hash) {
 
 /// Registers what is known of a term's first bytes and of short terms. True if its prefix is new to the gate.
 bool registerFront(TermIndex* index, std::string_view term) {
-  const std::uint64_t front = frontOf(term);
+  const std::uint64_t front = loadFront(term);
   std::uint8_t& first = index->firstBytes[firstByte(front)];
   if (term.size() == 1) {
     first |= kOneByte;
@@ -378,7 +365,7 @@ void addLongRuns(const Searcher& searcher, std::size_t position) {
 void addRunsAt(const Searcher& searcher, std::size_t first, std::size_t position) {
   const TermIndex& index = searcher.index;
   const std::string_view text = std::string_view(searcher.hits->words).substr(position);
-  const std::uint64_t lengths = possibleLengths(index, frontOf(text));
+  const std::uint64_t lengths = possibleLengths(index, loadFront(text));
   if (lengths == 0) return;
   if ((lengths & lengthBit(kLongLength)) != 0) addLongRuns(searcher, position);
   for (std::size_t word = first; word < searcher.hits->ends.size(); ++word) {
@@ -425,7 +412,7 @@ void buildTermIndex(const RecordTable& table, bool (*isMember)(const RecordTable
       [&](std::uint32_t row, std::uint64_t* hash) {
         const std::string_view term = termOf(table, row);
         if (term.size() < kGatePrefix || !isLastOfTerm(*index, row)) return false;
-        *hash = gateHash(*index, frontOf(term));
+        *hash = gateHash(*index, loadFront(term));
         return true;
       },
       [&](const Hashed& added) { addAtGate(index, termOf(table, added.row), added.hash); });
@@ -439,7 +426,7 @@ void findContainedTerms(const RecordTable& table, const TermIndex& index, std::s
   for (std::size_t position = 0; position < text.size(); ++position) {
     if (index.firstBytes[static_cast<std::uint8_t>(text[position])] == 0) continue;
     const std::string_view rest = text.substr(position);
-    const std::uint64_t lengths = possibleLengths(index, frontOf(rest));
+    const std::uint64_t lengths = possibleLengths(index, loadFront(rest));
     if (lengths != 0) addContainedAt(searcher, lengths, rest, position);
   }
 }
@@ -468,7 +455,7 @@ std::optional<std::uint32_t> findTerm(const RecordTable& table, const TermIndex&
 
 std::optional<std::uint32_t> findWholeTerm(const RecordTable& table, const TermIndex& index, std::string_view text) {
   if (index.slots.empty() || text.empty()) return std::nullopt;
-  const std::uint64_t lengths = possibleLengths(index, frontOf(text));
+  const std::uint64_t lengths = possibleLengths(index, loadFront(text));
   if ((lengths & lengthBit(std::min(text.size(), kLongLength))) == 0) return std::nullopt;
   return findTerm(table, index, text);
 }

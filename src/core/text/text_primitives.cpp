@@ -1,24 +1,32 @@
 #include "text/text_primitives.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <limits>
 #include <numeric>
+
+#include "base/short_text.h"
 
 namespace corvenda {
 namespace {
 
 constexpr bool isPlainByte(char byte) { return (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9'); }
 
-/// Whether any of eight bytes is below 33 or a letter A to Z; bytes from 128 up are neither. All eight are tested at
-/// once: the subtraction borrows only across a byte that is below 33 itself, and the sums never carry into the next.
-bool mayNeedFolding(std::uint64_t bytes) {
-  constexpr std::uint64_t kOnes = 0x0101010101010101U;
-  constexpr std::uint64_t kTopBits = 0x80 * kOnes;
-  const std::uint64_t below33 = (bytes - 33 * kOnes) & ~bytes;
+// Eight bytes are handled at once, the first lowest. Masks have the top bit of each byte that is meant.
+constexpr std::uint64_t kOnes = 0x0101010101010101U;
+constexpr std::uint64_t kTopBits = 0x80 * kOnes;
+
+/// The letters A to Z. Bytes from 128 up are none, and the sums never carry into the next byte.
+std::uint64_t capitalLetters(std::uint64_t bytes) {
   const std::uint64_t low = bytes & ~kTopBits;
-  const std::uint64_t letters = (low + (128 - 'A') * kOnes) & ~(low + (127 - 'Z') * kOnes) & ~bytes;
-  return ((below33 | letters) & kTopBits) != 0;
+  return (low + (128 - 'A') * kOnes) & ~(low + (127 - 'Z') * kOnes) & ~bytes & kTopBits;
+}
+
+/// How many bytes come before the first that is below 33; 8 if none is. The subtraction borrows only across a byte that
+/// is below 33 itself, so the lowest bit is right.
+std::size_t bytesBeforeBlank(std::uint64_t bytes) {
+  return static_cast<std::size_t>(std::countr_zero((bytes - 33 * kOnes) & ~bytes & kTopBits)) / 8;
 }
 
 }  // namespace
@@ -26,24 +34,18 @@ bool mayNeedFolding(std::uint64_t bytes) {
 void compactTerm(std::string_view text, std::string* compact) {
   compact->resize(text.size());
   char* out = compact->data();
-  std::size_t i = 0;
-  while (i < text.size()) {
-    std::uint64_t bytes = 0;
-    if (text.size() - i >= sizeof bytes) {
-      std::memcpy(&bytes, text.data() + i, sizeof bytes);
-      if (!mayNeedFolding(bytes)) {
-        std::memcpy(out, &bytes, sizeof bytes);
-        out += sizeof bytes;
-        i += sizeof bytes;
-        continue;
-      }
+  while (!text.empty()) {
+    const std::uint64_t bytes = loadFront(text);
+    const std::uint64_t folded = bytes | capitalLetters(bytes) >> 2U;  // 0x20 is what makes a letter small
+    const std::size_t kept = bytesBeforeBlank(bytes);
+    if (text.size() >= sizeof folded) {
+      // All eight have room; what follows the kept ones is written over.
+      std::memcpy(out, &folded, sizeof folded);
+    } else {
+      for (std::size_t i = 0; i < kept; ++i) out[i] = static_cast<char>(folded >> (8 * i));
     }
-    for (const std::size_t end = std::min(i + sizeof bytes, text.size()); i < end; ++i) {
-      const char byte = text[i];
-      // Always written; advancing is what keeps it. Cheaper than a branch that titles make unpredictable.
-      *out = byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
-      out += static_cast<unsigned char>(byte) < 33 ? 0 : 1;
-    }
+    out += kept;
+    text.remove_prefix(std::min(kept < 8 ? kept + 1 : 8, text.size()));
   }
   compact->resize(static_cast<std::size_t>(out - compact->data()));
 }
@@ -65,7 +67,6 @@ bool hasNonAscii(std::string_view text) {
 }
 
 std::uint64_t countCharacters(std::string_view text, std::uint64_t enough) {
-  constexpr std::uint64_t kTopBits = 0x8080808080808080U;
   std::uint64_t count = 0;
   for (; text.size() >= 8 && count < enough; text.remove_prefix(8)) {
     std::uint64_t bytes = 0;
@@ -73,7 +74,7 @@ std::uint64_t countCharacters(std::string_view text, std::uint64_t enough) {
     // A continuation byte has its top bit set and the next one clear. The multiplication sums those bits into the top
     // byte.
     const std::uint64_t continuations = (bytes & ~(bytes << 1U) & kTopBits) >> 7U;
-    count += 8 - (continuations * 0x0101010101010101U >> 56U);
+    count += 8 - (continuations * kOnes >> 56U);
   }
   for (std::size_t i = 0; i < text.size() && i < 8 && count < enough; ++i) {
     count += (static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80U ? 1U : 0U;
