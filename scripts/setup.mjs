@@ -117,7 +117,7 @@ export function prepare({ tests = false } = {}) {
  */
 export function setup({ tests = false } = {}) {
   prepare({ tests });
-  const target = tests ? [] : ['--target', 'corvenda_semantic'];
+  const target = tests ? [] : ['--target', 'corvenda_semantic', 'corvenda_explain'];
   run('cmake', ['--build', buildFolder, '--parallel', String(availableParallelism()), ...target]);
 }
 

@@ -124,7 +124,7 @@ TEST(SceneScore, OrderOfRows) {
   std::vector<SceneRowOrder> order;
   for (std::uint32_t i = 0; i < rows.size(); ++i) {
     const SceneEvidence row = sceneEvidenceAt(table, i);
-    order.push_back({rankOf(row.kind), sceneRowScore(row, std::nullopt, ""), row.term});
+    order.push_back({rankOf(row.kind), sceneRowScore(sceneScoreParts(row, std::nullopt, "")), row.term});
   }
   for (std::size_t i = 0; i < order.size(); ++i)
     for (std::size_t j = 0; j < order.size(); ++j)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "addon/result.h"
+#include "celebrity/celebrity_badges.h"
 #include "pack/pack_records.h"
 #include "scene/scene_answer.h"
 
@@ -48,6 +49,15 @@ void describe(Out& out, const SceneAnswer& answer) {
   put(out, "sceneKey", answer.sceneKey);
   put(out, "sceneDetail", answer.sceneDetail);
   put(out, "intentHit", hit);
+}
+
+// --- People -------------------------------------------------------------------------------------------------------
+
+template <typename Out>
+void describe(Out& out, const BadgeCandidate& candidate) {
+  put(out, "label", candidate.label);
+  put(out, "score", candidate.score);
+  put(out, "reason", candidate.reason);
 }
 
 // --- Packs ---------------------------------------------------------------------------------------------------------

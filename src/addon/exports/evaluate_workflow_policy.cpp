@@ -19,8 +19,8 @@ void describe(Out& out, const WorkflowAnswer& answer) {
   put(out, "alias", answer.title.alias);
   put(out, "detail", answer.title.detail);
   put(out, "overrideType", answer.title.overrideType);
-  put(out, "hasAssetWorkflowContext", answer.decision.hasAssetWorkflowContext);
-  put(out, "hasHardWorkflowContext", answer.decision.hasHardWorkflowContext);
+  put(out, "hasAssetWorkflowContext", !answer.decision.assetWord.empty());
+  put(out, "hasHardWorkflowContext", !answer.decision.hardWord.empty());
   put(out, "reason", answer.decision.reason);
 }
 

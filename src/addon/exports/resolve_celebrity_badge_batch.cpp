@@ -3,7 +3,7 @@
 #include "addon/caller_overlays.h"
 #include "addon/exports/exports.h"
 #include "addon/options.h"
-#include "addon/result.h"
+#include "addon/shared_descriptions.h"
 #include "addon/title_reader.h"
 #include "cache/rule_pack_loader.h"
 #include "celebrity/celebrity_badges.h"
@@ -72,13 +72,6 @@ void describe(Out& out, const CelebrityHit& hit) {
   put(out, "index", hit.index);
   put(out, "len", hit.alias.size());
   put(out, "tags", hit.tags);
-}
-
-template <typename Out>
-void describe(Out& out, const BadgeCandidate& candidate) {
-  put(out, "label", candidate.label);
-  put(out, "score", candidate.score);
-  put(out, "reason", candidate.reason);
 }
 
 template <typename Out>

@@ -1,7 +1,7 @@
-#include "addon/caller_overlays.h"
+#include "addon/batch_description.h"
+#include "addon/batch_options.h"
 #include "addon/exports/exports.h"
 #include "addon/options.h"
-#include "addon/shared_descriptions.h"
 #include "addon/title_reader.h"
 #include "batch/scene_intent_batch.h"
 
@@ -28,75 +28,7 @@ bool readOptions(napi_env env, napi_value object, BatchOptions* options, Failure
   return options->caseCount <= kMaxCases || failAs(failure, ErrorKind::kRangeError, "cases exceeds the batch limit");
 }
 
-/// The option if it is there and a string, else the empty string.
-std::string readOptionalString(napi_env env, napi_value object, const char* name) {
-  return hasProperty(env, object, name) ? readStringOrEmpty(env, object, name) : std::string();
-}
-
-/// Path and root of the overlay pack. Error: "overlayAllowedRoot is required with overlayPackPath".
-bool readOverlayPack(napi_env env, napi_value object, std::string* path, std::string* root, Failure* failure) {
-  *path = readOptionalString(env, object, "overlayPackPath");
-  *root = readOptionalString(env, object, "overlayAllowedRoot");
-  return path->empty() || !root->empty() ||
-         failAs(failure, ErrorKind::kTypeError, "overlayAllowedRoot is required with overlayPackPath");
-}
-
-bool openLexicon(napi_env env, napi_value object, const BatchOptions& options, BatchLexicon* lexicon,
-                 Failure* failure) {
-  const BatchCaller caller{
-      [&](const RecordTable& base, RecordTable* rows) {
-        if (!hasProperty(env, object, "sceneOverlay")) return;
-        readSceneLexicon(env, getProperty(env, object, "sceneOverlay"), base, rows);
-      },
-      [&](std::string* path, std::string* root) { return readOverlayPack(env, object, path, root, failure); },
-      [&](RecordTable* rows) {
-        if (!hasProperty(env, object, "locationOverlay")) return;
-        readLocationOverlay(env, getProperty(env, object, "locationOverlay"), rows);
-      }};
-  return openBatchLexicon(options.packPath, options.allowedRoot, caller, lexicon, failure);
-}
-
 }  // namespace
-
-/// The place of the primary code.
-struct PrimaryHitOfCode {
-  PrimaryLocationHit hit;
-  std::string_view code;
-};
-
-template <typename Out>
-void describe(Out& out, const PrimaryHitOfCode& primary) {
-  // The alias is the label, not the term that was found: what is shown is the name of the place.
-  put(out, "alias", primary.hit.label);
-  put(out, "code", primary.code);
-  put(out, "index", primary.hit.index);
-  put(out, "label", primary.hit.label);
-  put(out, "len", primary.hit.len);
-  put(out, "source", primary.hit.source);
-  put(out, "weight", primary.hit.weight);
-}
-
-template <typename Out>
-void describe(Out& out, const LocationMeta& meta) {
-  std::optional<PrimaryHitOfCode> primary;
-  if (meta.primaryHit) primary = {*meta.primaryHit, meta.countryCode};
-  put(out, "countryCode", meta.countryCode);
-  putLastList(out, "countryCodes");  // the very array of "locationCodes"
-  put(out, "countryLabel", meta.countryLabel);
-  put(out, "locationLabel", meta.locationLabel);
-  put(out, "shortLabel", meta.shortLabel);
-  put(out, "fullLabel", meta.shortLabel);
-  put(out, "primaryHit", primary);
-}
-
-template <typename Out>
-void describe(Out& out, const BatchAnswer& answer) {
-  putConstant(out, "ok", true);
-  putConstant(out, "sceneContract", kSceneContract);
-  put(out, "locationCodes", answer.location.codes);
-  put(out, "locationMeta", answer.location.meta);
-  describe(out, answer.scene);
-}
 
 struct BatchResult {
   std::uint32_t count = 0;
@@ -140,7 +72,8 @@ napi_value makeResults(napi_env env, const BatchLexicon& lexicon, const BatchOpt
 napi_value exports::resolveSceneIntentBatch(napi_env env, napi_value object, Failure* failure) {
   BatchOptions options;
   BatchLexicon lexicon;
-  if (!readOptions(env, object, &options, failure) || !openLexicon(env, object, options, &lexicon, failure)) {
+  if (!readOptions(env, object, &options, failure) ||
+      !openLexicon(env, object, options.packPath, options.allowedRoot, &lexicon, failure)) {
     return nullptr;
   }
   const napi_value results = makeResults(env, lexicon, options, failure);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "batch/travel_inference.h"
+#include "batch/batch_trace.h"
 #include "scene/scene_detail.h"
 #include "text/text_primitives.h"
 
@@ -27,36 +27,53 @@ constexpr double kInferredTravelScore = 52;
 
 // --- Gathering -----------------------------------------------------------------------------------------------------
 
-/// Whether a row whose term was found counts for the title: see the rules at the top of the header.
-bool sceneRowMatches(const SceneEvidence& row, const TitleTexts& title) {
+/// Why a row whose term was found doesn't count for the title, by the rules at the top of the header; nothing if it
+/// does.
+std::optional<SceneDrop> dropOf(const SceneEvidence& row, const TitleTexts& title) {
   if (row.kind == SceneKind::kShort) {
-    if (row.english && title.nonAscii) return false;
-    if (row.term != textOfRow(row, title)) return false;
+    if (row.english && title.nonAscii) return SceneDrop::kNotWholeTitle;
+    if (row.term != textOfRow(row, title)) return SceneDrop::kNotWholeTitle;
   }
-  return row.english || title.nonAscii || !row.plain || row.term == title.compactRaw;
+  if (row.english || title.nonAscii || !row.plain || row.term == title.compactRaw) return std::nullopt;
+  return SceneDrop::kPlainInAscii;
 }
 
 void gatherSceneRows(const RecordTable& table, const std::vector<FoundRow>& rows, const TitleTexts& title,
                      SceneCandidates* candidates) {
   for (const FoundRow& found : rows) {
     const SceneEvidence row = sceneEvidenceAt(table, found.row);
-    if (!sceneRowMatches(row, title)) continue;
+    if (const auto reason = dropOf(row, title)) {
+      if (candidates->trace != nullptr) candidates->trace->dropped.push_back({&table, found.row, *reason});
+      continue;
+    }
     // An English row was found in the reading; its position in the title is looked for if it is needed.
     addCandidate(table, found.row, row, row.english ? std::nullopt : std::optional(found.position), candidates);
   }
+}
+
+/// Tells the trace, if there is one, of a phrase and of what it implies: the row that was added last, if any was.
+void tracePhrase(TracedPhrase phrase, bool added, SceneCandidates* candidates) {
+  if (candidates->trace == nullptr) return;
+  if (added) phrase.implied = &candidates->implied.back();
+  candidates->trace->phrases.push_back(phrase);
 }
 
 /// Adds the row that a human phrase implies. True if the phrase is a veto, which says that the title has no scene.
 bool addHumanRow(const BatchLexicon& lexicon, const HumanMatch& match, const TitleTexts& title,
                  SceneCandidates* candidates) {
   const HumanRow& human = match.row;
-  if (human.sceneKey.empty()) return true;
+  if (human.sceneKey.empty()) {
+    tracePhrase({human.term, {}, {}, false, true, nullptr}, false, candidates);
+    return true;
+  }
   const bool exact =
       (match.rawHit && human.term == title.compactRaw) || (match.englishHit && human.term == title.compactEnglish);
-  if (const auto master = findMaster(lexicon, human.sceneKey)) {
+  const auto master = findMaster(lexicon, human.sceneKey);
+  if (master) {
     const SceneKind kind = exact ? SceneKind::kShort : SceneKind::kConflict;
     addImpliedRow({impliedTerm(match, title), human.sceneKey, human.detail, kind, human.plain}, *master, candidates);
   }
+  tracePhrase({human.term, human.sceneKey, human.detail, false, false, nullptr}, master.has_value(), candidates);
   return false;
 }
 
@@ -67,7 +84,9 @@ void gatherHumanRows(const BatchLexicon& lexicon, const TitleTexts& title, const
     if (addHumanRow(lexicon, match, title, candidates)) veto = true;
   }
   // A veto clears all candidates so far, whatever the order of the phrases. Identities are added later and remain.
-  if (veto) candidates->rows.clear();
+  if (!veto) return;
+  if (candidates->trace != nullptr) candidates->trace->cleared.swap(candidates->rows);
+  candidates->rows.clear();
 }
 
 void addIdentity(const BatchLexicon& lexicon, const FacetRow& facet, SceneCandidates* candidates) {
@@ -75,8 +94,10 @@ void addIdentity(const BatchLexicon& lexicon, const FacetRow& facet, SceneCandid
                                             [&](const auto& row) { return row.facetKey == facet.facetKey; });
   if (identity == std::end(kCreatorIdentityTable)) return;
   const auto master = findMaster(lexicon, identity->sceneKey);
-  if (!master) return;
-  addImpliedRow({facet.term, identity->sceneKey, identity->detail, SceneKind::kCompound, true}, *master, candidates);
+  if (master) {
+    addImpliedRow({facet.term, identity->sceneKey, identity->detail, SceneKind::kCompound, true}, *master, candidates);
+  }
+  tracePhrase({facet.term, identity->sceneKey, identity->detail, true, false, nullptr}, master.has_value(), candidates);
 }
 
 void gatherCreatorIdentities(const BatchLexicon& lexicon, const RecordTable& table, TitleSearch* search,
@@ -94,6 +115,7 @@ void gatherCreatorIdentities(const BatchLexicon& lexicon, const RecordTable& tab
 void gatherCandidates(const BatchLexicon& lexicon, const TitleTexts& title, BatchScratch* scratch) {
   SceneCandidates* const candidates = &scratch->candidates;
   clearCandidates(candidates);
+  candidates->trace = scratch->trace == nullptr ? nullptr : &scratch->trace->scene;
   for (std::size_t i = 0; i < lexicon.parts.size(); ++i) {
     const BatchPart& part = lexicon.parts[i];
     if (part.scenes) gatherSceneRows(*part.table, scratch->rows[i].scenes, title, candidates);
@@ -138,7 +160,7 @@ SceneAnswer answerFromTravel(const BatchLexicon& lexicon, const TitleTexts& titl
 }
 
 SceneAnswer answerFromCandidates(const BatchLexicon& lexicon, const TitleTexts& title, const TravelInference& travel,
-                                 SceneCandidates* candidates) {
+                                 SceneCandidates* candidates, BatchTrace* trace) {
   SceneCandidate* const top = candidates->top;
   const SceneRow row = rowOf(*top);
   SceneAnswer answer;
@@ -146,6 +168,7 @@ SceneAnswer answerFromCandidates(const BatchLexicon& lexicon, const TitleTexts& 
   answer.sceneDetail = chooseDetail(candidates, title, row);
   if (answer.sceneKey == "travel" && containsTerm(title.compactRaw, "vlog") && isTravelDiary(*candidates, title)) {
     answer.sceneDetail = "travel diary";
+    if (trace != nullptr) trace->travelDiary = true;
   }
   // A travel inference replaces scene and detail; alias, rank and score stay those of the best row.
   if (!travel.sceneKey.empty()) {
@@ -170,7 +193,8 @@ LocationAnswer resolvePlaces(const BatchLexicon& lexicon, const TitleTexts& titl
     scratch->places.push_back({lexicon.parts[i].table, &scratch->rows[i].places});
     any |= !scratch->rows[i].places.empty();
   }
-  return any ? resolveLocation(lexicon.base->table, scratch->places, title, &scratch->hits) : LocationAnswer();
+  LocationTrace* const trace = scratch->trace == nullptr ? nullptr : &scratch->trace->location;
+  return any ? resolveLocation(lexicon.base->table, scratch->places, title, &scratch->hits, trace) : LocationAnswer();
 }
 
 }  // namespace
@@ -185,9 +209,10 @@ BatchAnswer resolveBatchTitle(const BatchLexicon& lexicon, const TitleTexts& tit
   gatherCandidates(lexicon, title, scratch);
   rankCandidates(&scratch->candidates, title, title.compactRaw);
   const TravelInference travel = inferTravelDetail(answer.location.found, title.raw);
+  if (scratch->trace != nullptr) scratch->trace->travel = travel;
   answer.scene = scratch->candidates.top == nullptr
                      ? answerFromTravel(lexicon, title, travel)
-                     : answerFromCandidates(lexicon, title, travel, &scratch->candidates);
+                     : answerFromCandidates(lexicon, title, travel, &scratch->candidates, scratch->trace);
   return answer;
 }
 

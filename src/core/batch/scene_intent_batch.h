@@ -17,6 +17,8 @@
 
 namespace corvenda {
 
+struct BatchTrace;
+
 /// What resolving a title needs, kept from title to title to reuse its memory.
 struct BatchScratch {
   TitleSearch search;
@@ -25,6 +27,7 @@ struct BatchScratch {
   std::vector<LocationHit> hits;
   std::vector<HumanMatch> humans;
   SceneCandidates candidates;
+  BatchTrace* trace = nullptr;  ///< of people who ask why, see batch_trace.h; null for all others
 };
 
 /// The answer for one title. It points into the title and the lexicon.

@@ -104,24 +104,11 @@ constexpr std::string_view kBrandWordsEn[] = {"brand event"};
 constexpr std::string_view kFashionWordsEn[] = {"fashion week"};
 constexpr std::string_view kCityWordsEn[] = {"city event"};
 
-struct ActivitySignals {
-  bool concert, airport, roadshow, fan, variety, brand, fashion, city, posterWord;
-};
-
-bool containsAny(std::string_view text, Words words) {
-  return std::any_of(words.begin(), words.end(),
-                     [&](std::string_view word) { return containsTerm(text, word).has_value(); });
-}
-
-ActivitySignals readActivitySignals(const TitleTexts& title) {
-  const auto says = [&](Words words, Words wordsEn) {
-    return containsAny(title.raw, words) || containsAny(title.compactEnglish, wordsEn);
-  };
-  return {says(kConcertWords, kConcertWordsEn),   says(kAirportWords, kAirportWordsEn),
-          says(kRoadshowWords, kRoadshowWordsEn), says(kFanWords, kFanWordsEn),
-          says(kVarietyWords, kVarietyWordsEn),   says(kBrandWords, kBrandWordsEn),
-          says(kFashionWords, kFashionWordsEn),   says(kCityWords, kCityWordsEn),
-          containsAny(title.raw, kPosterWords)};
+/// The first of the words that the text contains, or null.
+const std::string_view* findAny(std::string_view text, Words words) {
+  const auto found = std::find_if(words.begin(), words.end(),
+                                  [&](std::string_view word) { return containsTerm(text, word).has_value(); });
+  return found == words.end() ? nullptr : &*found;
 }
 
 // --- Badges --------------------------------------------------------------------------------------------------------
@@ -298,6 +285,18 @@ std::vector<CelebrityRow> findCelebrities(const TitleTexts& title, std::span<con
     if (seenIds.insert(hit.row.id).second) people.push_back(hit.row);
   }
   return people;
+}
+
+ActivitySignals readActivitySignals(const TitleTexts& title) {
+  const auto says = [&](Words words, Words wordsEn) {
+    const std::string_view* const word = findAny(title.raw, words);
+    return word != nullptr ? word : findAny(title.compactEnglish, wordsEn);
+  };
+  return {says(kConcertWords, kConcertWordsEn),   says(kAirportWords, kAirportWordsEn),
+          says(kRoadshowWords, kRoadshowWordsEn), says(kFanWords, kFanWordsEn),
+          says(kVarietyWords, kVarietyWordsEn),   says(kBrandWords, kBrandWordsEn),
+          says(kFashionWords, kFashionWordsEn),   says(kCityWords, kCityWordsEn),
+          findAny(title.raw, kPosterWords)};
 }
 
 std::string defaultCelebrityLabel(std::string_view kind, std::string_view region) {

@@ -20,6 +20,22 @@ bool isBlankTitle(const TitleTexts& title);
 std::vector<CelebrityRow> findCelebrities(const TitleTexts& title, std::span<const RecordTable* const> overlays,
                                           const RecordTable* pack);
 
+/// What a title says of the person's activity: for each, the first of its words that the title has, or null. The words
+/// are constants.
+struct ActivitySignals {
+  const std::string_view* concert;
+  const std::string_view* airport;
+  const std::string_view* roadshow;
+  const std::string_view* fan;
+  const std::string_view* variety;
+  const std::string_view* brand;
+  const std::string_view* fashion;
+  const std::string_view* city;
+  const std::string_view* posterWord;
+};
+
+ActivitySignals readActivitySignals(const TitleTexts& title);
+
 struct BadgeCandidate {
   std::string label;
   int score = 0;

@@ -5,6 +5,7 @@
 #include <string>
 #include <tuple>
 
+#include "location/location_trace.h"
 #include "text/text_primitives.h"
 
 namespace corvenda {
@@ -84,6 +85,7 @@ std::string_view firstCharacter(std::string_view text) {
 struct Search {
   const RecordTable& base;
   const TitleTexts& title;
+  LocationTrace* trace;  ///< or null
   std::string loweredEnglish;
   std::optional<bool> regionAllowed[std::size(kRegions)];
   std::string_view character;  ///< the character that was searched last, and its place
@@ -187,6 +189,13 @@ bool isCuratedToo(const PlaceRow& row, Search* search) {
 
 // --- Hits ----------------------------------------------------------------------------------------------------------
 
+LocationScore scoreOf(const PlaceRow& row, std::uint64_t termChars, std::uint64_t firstIndex) {
+  const double perCharacter = row.source == LocationSource::kDatabaseNative ? 2.2 : 1.4;
+  return {row.weightIsNumber ? kWeightFactor * row.weight : 0.0, baseScore(row.source),
+          std::min(kMaxLengthScore, static_cast<double>(termChars) * perCharacter),
+          kMaxPositionScore - std::min(static_cast<double>(firstIndex), kMaxPositionScore)};
+}
+
 /// Scores a hit whose term stands at `position` in the text of the row's language.
 void scoreHit(std::optional<std::size_t> position, const TitleTexts& title, LocationHit* hit) {
   const PlaceRow& row = hit->row;
@@ -196,11 +205,8 @@ void scoreHit(std::optional<std::size_t> position, const TitleTexts& title, Loca
   hit->labelChars = countCharacters(row.label);
   hit->matchChars = isDatabase(row.source) ? termChars : hit->labelChars;
 
-  const double weightScore = row.weightIsNumber ? kWeightFactor * row.weight : 0.0;
-  const double perCharacter = row.source == LocationSource::kDatabaseNative ? 2.2 : 1.4;
-  const double lengthScore = std::min(kMaxLengthScore, static_cast<double>(termChars) * perCharacter);
-  const double positionScore = kMaxPositionScore - std::min(static_cast<double>(hit->firstIndex), kMaxPositionScore);
-  hit->score = weightScore + baseScore(row.source) + lengthScore + positionScore;
+  const LocationScore score = scoreOf(row, termChars, hit->firstIndex);
+  hit->score = score.weight + score.source + score.length + score.position;
 }
 
 /// English after native, place in the title, table, row number.
@@ -215,11 +221,16 @@ bool isCommonWord(std::string_view term) {
 /// Adds a row whose term was found in the title, if it passes all the tests.
 void addHit(const PlaceRow& row, const FoundRow& found, std::size_t part, Search* search,
             std::vector<LocationHit>* hits) {
-  if (row.fieldCount < location_field::kCount) return;
-  if (row.english && (row.section == "location-base" || isCommonWord(row.term))) return;
-  if (!regionAllowed(row.section, search)) return;
+  const auto drop = [&](PlaceDrop reason) {
+    if (search->trace != nullptr) search->trace->dropped.push_back({row, part, found.row, reason});
+  };
+  if (row.fieldCount < location_field::kCount) return drop(PlaceDrop::kMalformed);
+  if (row.english && row.section == "location-base") return drop(PlaceDrop::kBaseEnglish);
+  if (row.english && isCommonWord(row.term)) return drop(PlaceDrop::kCommonWord);
+  if (!regionAllowed(row.section, search)) return drop(PlaceDrop::kRegion);
   const auto place = lookupPlace(row, search);
-  if (!place || (isDatabase(row.source) && isCuratedToo(row, search))) return;
+  if (!place) return drop(PlaceDrop::kKeyMissing);
+  if (isDatabase(row.source) && isCuratedToo(row, search)) return drop(PlaceDrop::kCurated);
   LocationHit& hit = hits->emplace_back();
   hit.row = row;
   hit.place = *place;
@@ -230,10 +241,14 @@ void addHit(const PlaceRow& row, const FoundRow& found, std::size_t part, Search
 
 }  // namespace
 
+LocationScore locationScore(const LocationHit& hit) {
+  return scoreOf(hit.row, countCharacters(hit.row.term), hit.firstIndex);
+}
+
 void findLocationHits(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title,
-                      std::vector<LocationHit>* hits) {
+                      std::vector<LocationHit>* hits, LocationTrace* trace) {
   hits->clear();
-  Search search{base, title, {}, {}, {}, {}, {}, {}};
+  Search search{base, title, trace, {}, {}, {}, {}, {}, {}};
   for (std::size_t part = 0; part < places.size(); ++part) {
     for (const FoundRow& found : *places[part].rows) {
       addHit(placeRowAt(*places[part].table, found.row), found, part, &search, hits);

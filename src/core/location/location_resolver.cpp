@@ -5,6 +5,7 @@
 #include <map>
 #include <tuple>
 
+#include "location/location_trace.h"
 #include "text/text_primitives.h"
 
 namespace corvenda {
@@ -104,9 +105,10 @@ bool isStrongGroup(const LocationGroup& group, double top) {
 
 /// Groups consist of database hits only: if there is a single hit of a country, a famous place or a curated one, the
 /// codes are taken from such hits (see selectCodes). So no rule here is about those classes.
-Codes codesFromGroups(const std::vector<LocationGroup>& groups) {
+Codes codesFromGroups(const std::vector<LocationGroup>& groups, LocationTrace* trace) {
   Codes codes;
   for (const LocationGroup& group : groups) {
+    if (trace != nullptr) trace->totals.push_back({group.code, group.totalScore, group.labelScores.size()});
     const bool first = &group == &groups.front();
     if (first || isStrongGroup(group, groups.front().totalScore)) addCode(group.code, &codes);
   }
@@ -115,7 +117,7 @@ Codes codesFromGroups(const std::vector<LocationGroup>& groups) {
 
 /// Drops each hit that lies inside another one, that is, whose span the other's covers without being equal to it. With
 /// the spans sorted by begin, longer ones first, only the farthest end so far has to be compared.
-std::vector<LocationHit> dropNestedHits(std::vector<LocationHit> hits) {
+std::vector<LocationHit> dropNestedHits(std::vector<LocationHit> hits, LocationTrace* trace) {
   const auto end = [](const LocationHit& hit) { return hit.firstIndex + hit.matchChars; };
   std::stable_sort(hits.begin(), hits.end(), [&](const LocationHit& a, const LocationHit& b) {
     return a.firstIndex != b.firstIndex ? a.firstIndex < b.firstIndex : end(a) > end(b);
@@ -128,6 +130,7 @@ std::vector<LocationHit> dropNestedHits(std::vector<LocationHit> hits) {
     const bool nested = i > 0 && farthest >= end(hits[i]);
     const auto span = [&](std::size_t position) { return hits.begin() + static_cast<std::ptrdiff_t>(position); };
     if (!nested) kept.insert(kept.end(), span(i), span(same));
+    if (nested && trace != nullptr) trace->nested.insert(trace->nested.end(), span(i), span(same));
     farthest = std::max(farthest, end(hits[i]));
     i = same;
   }
@@ -135,8 +138,8 @@ std::vector<LocationHit> dropNestedHits(std::vector<LocationHit> hits) {
 }
 
 /// In a title that isn't English the longest name at the earliest place decides.
-Codes codesFromPlaces(const std::vector<LocationHit>& hits) {
-  std::vector<LocationHit> kept = dropNestedHits(hits);
+Codes codesFromPlaces(const std::vector<LocationHit>& hits, LocationTrace* trace) {
+  std::vector<LocationHit> kept = dropNestedHits(hits, trace);
   mergeSort(&kept, [](const LocationHit& a, const LocationHit& b) {
     if (a.firstIndex != b.firstIndex) return a.firstIndex < b.firstIndex;
     if (a.labelChars != b.labelChars) return a.labelChars > b.labelChars;
@@ -148,14 +151,14 @@ Codes codesFromPlaces(const std::vector<LocationHit>& hits) {
 }
 
 /// One hit that isn't from a database silences all hits that are, and no score is looked at.
-Codes selectCodes(const std::vector<LocationHit>& hits, const TitleTexts& title) {
+Codes selectCodes(const std::vector<LocationHit>& hits, const TitleTexts& title, LocationTrace* trace) {
   Codes curated;
   for (const LocationHit& hit : hits) {
     if (!isDatabase(hit.row.source)) addCode(hit.row.code, &curated);
   }
   if (!curated.empty()) return curated;
-  if (title.nonAscii) return codesFromPlaces(hits);
-  return codesFromGroups(groupHits(hits));
+  if (trace != nullptr) trace->choice = title.nonAscii ? CodeChoice::kPlaces : CodeChoice::kScores;
+  return title.nonAscii ? codesFromPlaces(hits, trace) : codesFromGroups(groupHits(hits), trace);
 }
 
 /// The order of the hits of one code: higher score, earlier place, longer label.
@@ -212,11 +215,11 @@ LocationMeta describe(const std::vector<LocationHit>& hits, std::string_view pri
 }  // namespace
 
 LocationAnswer resolveLocation(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title,
-                               std::vector<LocationHit>* hits) {
+                               std::vector<LocationHit>* hits, LocationTrace* trace) {
   LocationAnswer answer;
-  findLocationHits(base, places, title, hits);
+  findLocationHits(base, places, title, hits, trace);
   if (hits->empty()) return answer;
-  answer.codes = selectCodes(*hits, title);
+  answer.codes = selectCodes(*hits, title, trace);
   answer.found = true;
   answer.meta = describe(*hits, answer.codes.front());
   return answer;

@@ -41,8 +41,8 @@ struct LocationAnswer {
 };
 
 /// `places` are the rows of each table whose terms occur in the title; `base` is the base pack's table. `hits` is kept
-/// from title to title to reuse its memory.
+/// from title to title to reuse its memory. `trace` may be null.
 LocationAnswer resolveLocation(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title,
-                               std::vector<LocationHit>* hits);
+                               std::vector<LocationHit>* hits, LocationTrace* trace);
 
 }  // namespace corvenda

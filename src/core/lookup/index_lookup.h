@@ -34,7 +34,7 @@ struct LookupCandidate {
 int genericTermPenalty(std::string_view term, std::string_view lang);
 
 /// early + (length + weight), less the penalty; may be negative. `prefix` is the text before the term. Unlike
-/// `sceneRowScore` it accepts any number of fields (a row without a language counts as "zh"), and a weight that is not
+/// `sceneScoreParts` it accepts any number of fields (a row without a language counts as "zh"), and a weight that is not
 /// a number counts as 0 without voiding the rest.
 double lookupRowScore(const IndexRecord& record, std::string_view prefix);
 

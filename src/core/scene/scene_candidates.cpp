@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "scene/scene_trace.h"
 #include "text/text_primitives.h"
 
 namespace corvenda {
@@ -68,7 +69,10 @@ void clearCandidates(SceneCandidates* candidates) {
 
 void addCandidate(const RecordTable& table, std::uint32_t number, const SceneEvidence& evidence,
                   std::optional<std::uint32_t> position, SceneCandidates* candidates) {
-  if (isTaken(table, number, candidates)) return;
+  if (isTaken(table, number, candidates)) {
+    if (candidates->trace != nullptr) candidates->trace->dropped.push_back({&table, number, SceneDrop::kRepeated});
+    return;
+  }
   candidates->rows.push_back({evidence, std::nullopt, position, number, &table, nullptr});
 }
 
@@ -95,9 +99,13 @@ std::optional<std::size_t> positionInText(const SceneCandidate& candidate, const
 
 double scoreOf(SceneCandidate* candidate, const TitleTexts& title, std::string_view positionText) {
   if (!candidate->score) {
-    candidate->score = sceneRowScore(candidate->evidence, positionInTitle(*candidate, title), positionText);
+    candidate->score = sceneRowScore(scorePartsOf(*candidate, title, positionText));
   }
   return *candidate->score;
+}
+
+SceneScore scorePartsOf(const SceneCandidate& candidate, const TitleTexts& title, std::string_view positionText) {
+  return sceneScoreParts(candidate.evidence, positionInTitle(candidate, title), positionText);
 }
 
 void rankCandidates(SceneCandidates* candidates, const TitleTexts& title, std::string_view positionText) {

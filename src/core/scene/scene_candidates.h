@@ -27,6 +27,8 @@ struct SceneCandidate {
   const SceneRow* implied = nullptr;      ///< null for a row of a table
 };
 
+struct SceneTrace;
+
 /// The candidates of one title. Kept from title to title to reuse its memory.
 struct SceneCandidates {
   std::vector<SceneCandidate> rows;     ///< in the order in which they were gathered
@@ -34,6 +36,7 @@ struct SceneCandidates {
   std::string_view positionText;        ///< in which the characters before a term are counted, for its score
   SceneCandidate* top = nullptr;        ///< see rankCandidates
   SceneCandidate* displaced = nullptr;  ///< see rankCandidates
+  SceneTrace* trace = nullptr;          ///< of people who ask why, see scene_trace.h; null for all others
   /// Identities of all rows taken so far. Empty until they have to be compared, see needsIdentities.
   std::unordered_set<SecureText, KeyedHash> seenRows;
 };
@@ -77,6 +80,9 @@ std::optional<std::size_t> positionInText(const SceneCandidate& candidate, const
 
 /// The candidate's score. It is made when it is first asked for: nearly always rank and length decide.
 double scoreOf(SceneCandidate* candidate, const TitleTexts& title, std::string_view positionText);
+
+/// The parts of that score.
+SceneScore scorePartsOf(const SceneCandidate& candidate, const TitleTexts& title, std::string_view positionText);
 
 /// Finds `top`, the candidate that decides; null if there is none.
 ///

@@ -1,5 +1,7 @@
 #include "scene/scene_detail.h"
 
+#include "scene/scene_trace.h"
+
 namespace corvenda {
 namespace {
 
@@ -37,6 +39,7 @@ std::string_view chooseDetail(SceneCandidates* candidates, const TitleTexts& tit
   const SceneEvidence& evidence = candidates->top->evidence;
   if (isOverride(evidence.kind) && evidence.tagged && evidence.term == textOfRow(evidence, title)) return top.detail;
   const SceneCandidate* const detail = findBestDetail(candidates, title, top.key);
+  if (candidates->trace != nullptr) candidates->trace->detailCandidate = detail;
   return detail == nullptr ? top.detail : rowOf(*detail).detail;
 }
 

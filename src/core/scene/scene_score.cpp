@@ -7,13 +7,16 @@
 
 namespace corvenda {
 
-double sceneRowScore(const SceneEvidence& row, std::optional<std::size_t> position, std::string_view positionText) {
-  if (!row.tagged || !row.priorityIsNumber) return 0.0;
+SceneScore sceneScoreParts(const SceneEvidence& row, std::optional<std::size_t> position,
+                           std::string_view positionText) {
+  if (!row.tagged || !row.priorityIsNumber) return {};
   const double length = lengthScore(row.term, row.chinese ? 1.2 : 0.9, 12.0);
   // A term that isn't in the title itself (an English row, found in the reading) counts as if it stood at the start.
   const double early = earlyScore(10.0, positionText.substr(0, position.value_or(0)));
-  return early + (length + row.priority);
+  return {early, length, row.priority};
 }
+
+double sceneRowScore(const SceneScore& score) { return score.early + (score.length + score.priority); }
 
 double detailRowScore(const SceneEvidence& row, std::size_t position, std::string_view text) {
   const double early = earlyScore(8.0, text.substr(0, position));

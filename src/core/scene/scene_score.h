@@ -10,10 +10,21 @@
 
 namespace corvenda {
 
+/// The parts of a score.
+struct SceneScore {
+  double early = 0;
+  double length = 0;
+  double priority = 0;
+};
+
+/// All 0 for a row with fewer than five fields or whose priority is not a number. `position` is where the term was
+/// found; the characters before it are counted in `positionText`.
+SceneScore sceneScoreParts(const SceneEvidence& row, std::optional<std::size_t> position,
+                           std::string_view positionText);
+
 /// Orders candidates of the same rank and length, and is reported as "score": early + (length + row priority), added in
-/// this order. 0.0 for a row with fewer than five fields or whose priority is not a number. `position` is where the
-/// term was found; the characters before it are counted in `positionText`.
-double sceneRowScore(const SceneEvidence& row, std::optional<std::size_t> position, std::string_view positionText);
+/// this order.
+double sceneRowScore(const SceneScore& score);
 
 /// The score of a "detail" row whose term stands at `position` in `text`, the compacted text of its language.
 double detailRowScore(const SceneEvidence& row, std::size_t position, std::string_view text);

@@ -67,9 +67,16 @@ constexpr std::string_view kBusinessTitleTokens[] = {
     "会议", "会谈", "拜访", "沟通", "对接", "签约", "谈判", "复盘", "晨会", "周会", "汇报",
 };
 
-bool containsAny(std::string_view text, Words words) {
-  return std::any_of(words.begin(), words.end(),
-                     [&](std::string_view word) { return text.find(word) != std::string_view::npos; });
+/// The first of the words that the text contains; empty for none.
+std::string_view findAny(std::string_view text, Words words) {
+  const auto found = std::find_if(words.begin(), words.end(),
+                                  [&](std::string_view word) { return text.find(word) != std::string_view::npos; });
+  return found == words.end() ? std::string_view() : *found;
+}
+
+std::string_view findInReadings(const WorkflowTitle& title, Words words, Words wordsEn) {
+  const std::string_view word = findAny(title.raw, words);
+  return word.empty() ? findAny(title.normalizedEnglish, wordsEn) : word;
 }
 
 bool equalsAny(std::string_view text, Words words) {
@@ -79,43 +86,51 @@ bool equalsAny(std::string_view text, Words words) {
 struct Verdict {
   bool suppressed;
   std::string_view reason;
+  std::string_view word;  ///< of the title, that decided; empty for none
 };
 
 /// The rules of single scenes, for titles with workflow context that no hard rule has decided.
 Verdict judgeByScene(const WorkflowTitle& title) {
   const auto& [raw, english, sceneKey, alias, detail, overrideType] = title;
   if (sceneKey == "home" && (alias == "整理" || alias == "收纳" || detail == "room reset")) {
-    if (containsAny(raw, kHomeTitleTokens)) return {false, "home-title-token-allow"};
-    return {true, "home-workflow-suppressed"};
+    const std::string_view word = findAny(raw, kHomeTitleTokens);
+    if (!word.empty()) return {false, "home-title-token-allow", word};
+    return {true, "home-workflow-suppressed", {}};
   }
   if (sceneKey == "health" &&
       (alias == "检查" || alias == "恢复" || detail == "medical checkup" || detail == "recovery session")) {
-    if (containsAny(raw, kHealthTitleTokens)) return {false, "health-title-token-allow"};
-    return {true, "health-workflow-suppressed"};
+    const std::string_view word = findAny(raw, kHealthTitleTokens);
+    if (!word.empty()) return {false, "health-title-token-allow", word};
+    return {true, "health-workflow-suppressed", {}};
   }
   if (sceneKey == "sport" && (alias == "训练" || detail == "workout session")) {
-    if (containsAny(raw, kSportDataTokens)) return {true, "sport-data-workflow-suppressed"};
-    return {false, "sport-title-allow"};
+    const std::string_view word = findAny(raw, kSportDataTokens);
+    if (!word.empty()) return {true, "sport-data-workflow-suppressed", word};
+    return {false, "sport-title-allow", {}};
   }
   if (sceneKey == "food" && (alias == "打包" || detail == "restaurant dining")) {
     // Suppressed only when a project word is there and no food word is.
-    if (containsAny(raw, kFoodProjectTokens) && !containsAny(raw, kFoodTitleTokens)) {
-      return {true, "food-workflow-suppressed"};
-    }
-    return {false, "food-title-token-allow"};
+    const std::string_view project = findAny(raw, kFoodProjectTokens);
+    const std::string_view food = findAny(raw, kFoodTitleTokens);
+    if (!project.empty() && food.empty()) return {true, "food-workflow-suppressed", project};
+    return {false, "food-title-token-allow", food};
   }
   if (sceneKey == "business" && (alias == "客户" || detail == "client meeting")) {
-    if (raw.find("客户资料") != std::string::npos) return {false, "business-client-material-explicit-allow"};
-    if (containsAny(raw, kBusinessTitleTokens)) return {false, "business-title-token-allow"};
-    return {true, "business-workflow-suppressed"};
+    constexpr std::string_view kClientMaterial = "客户资料";
+    if (raw.find(kClientMaterial) != std::string::npos) {
+      return {false, "business-client-material-explicit-allow", kClientMaterial};
+    }
+    const std::string_view word = findAny(raw, kBusinessTitleTokens);
+    if (!word.empty()) return {false, "business-title-token-allow", word};
+    return {true, "business-workflow-suppressed", {}};
   }
-  return {false, "workflow-context-not-applicable"};
+  return {false, "workflow-context-not-applicable", {}};
 }
 
 Verdict judge(const WorkflowTitle& title, bool asset, bool hard) {
-  if (!title.overrideType.empty()) return {false, "override-bypass"};
-  if (!asset && !hard) return {false, "no-workflow-context"};
-  if (hard && equalsAny(title.sceneKey, kHardSuppressedScenes)) return {true, "hard-workflow-suppressed-scene"};
+  if (!title.overrideType.empty()) return {false, "override-bypass", {}};
+  if (!asset && !hard) return {false, "no-workflow-context", {}};
+  if (hard && equalsAny(title.sceneKey, kHardSuppressedScenes)) return {true, "hard-workflow-suppressed-scene", {}};
   return judgeByScene(title);
 }
 
@@ -123,12 +138,11 @@ Verdict judge(const WorkflowTitle& title, bool asset, bool hard) {
 
 WorkflowDecision evaluateWorkflowPolicy(const WorkflowTitle& title) {
   WorkflowDecision decision;
-  decision.hasAssetWorkflowContext =
-      containsAny(title.raw, kAssetContextWordsZh) || containsAny(title.normalizedEnglish, kAssetContextWordsEn);
-  decision.hasHardWorkflowContext =
-      containsAny(title.raw, kHardContextWordsZh) || containsAny(title.normalizedEnglish, kHardContextWordsEn);
-  const Verdict verdict = judge(title, decision.hasAssetWorkflowContext, decision.hasHardWorkflowContext);
+  decision.assetWord = findInReadings(title, kAssetContextWordsZh, kAssetContextWordsEn);
+  decision.hardWord = findInReadings(title, kHardContextWordsZh, kHardContextWordsEn);
+  const Verdict verdict = judge(title, !decision.assetWord.empty(), !decision.hardWord.empty());
   decision.suppressed = verdict.suppressed;
+  decision.sceneWord = verdict.word;
   decision.reason = verdict.reason;
   return decision;
 }

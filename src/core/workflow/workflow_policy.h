@@ -17,9 +17,10 @@ struct WorkflowTitle {
 
 struct WorkflowDecision {
   bool suppressed = false;
-  bool hasAssetWorkflowContext = false;
-  bool hasHardWorkflowContext = false;
-  std::string_view reason;  ///< one of fifteen constants
+  std::string_view assetWord;  ///< the first word of asset handling that the title has; empty for none
+  std::string_view hardWord;   ///< the same of the words that suppress whole scenes
+  std::string_view sceneWord;  ///< the word of the title by which the rule of a single scene decided; empty for none
+  std::string_view reason;     ///< one of fifteen constants
 };
 
 WorkflowDecision evaluateWorkflowPolicy(const WorkflowTitle& title);

@@ -1,0 +1,49 @@
+// Description (see result.h) of what a batch says of one title.
+#pragma once
+
+#include "addon/shared_descriptions.h"
+#include "batch/scene_intent_batch.h"
+
+namespace corvenda {
+
+/// The place of the primary code.
+struct PrimaryHitOfCode {
+  PrimaryLocationHit hit;
+  std::string_view code;
+};
+
+template <typename Out>
+void describe(Out& out, const PrimaryHitOfCode& primary) {
+  // The alias is the label, not the term that was found: what is shown is the name of the place.
+  put(out, "alias", primary.hit.label);
+  put(out, "code", primary.code);
+  put(out, "index", primary.hit.index);
+  put(out, "label", primary.hit.label);
+  put(out, "len", primary.hit.len);
+  put(out, "source", primary.hit.source);
+  put(out, "weight", primary.hit.weight);
+}
+
+template <typename Out>
+void describe(Out& out, const LocationMeta& meta) {
+  std::optional<PrimaryHitOfCode> primary;
+  if (meta.primaryHit) primary = {*meta.primaryHit, meta.countryCode};
+  put(out, "countryCode", meta.countryCode);
+  putLastList(out, "countryCodes");  // the very array of "locationCodes"
+  put(out, "countryLabel", meta.countryLabel);
+  put(out, "locationLabel", meta.locationLabel);
+  put(out, "shortLabel", meta.shortLabel);
+  put(out, "fullLabel", meta.shortLabel);
+  put(out, "primaryHit", primary);
+}
+
+template <typename Out>
+void describe(Out& out, const BatchAnswer& answer) {
+  putConstant(out, "ok", true);
+  putConstant(out, "sceneContract", kSceneContract);
+  put(out, "locationCodes", answer.location.codes);
+  put(out, "locationMeta", answer.location.meta);
+  describe(out, answer.scene);
+}
+
+}  // namespace corvenda
