@@ -39,3 +39,11 @@ test('the core knows no JavaScript value', () => {
   assert.ok(knowing.length > 0);
   assert.deepEqual(knowing.filter((file) => !file.startsWith('addon/')), []);
 });
+
+test('neither module knows the other', () => {
+  const rooms = ['addon/exports', 'addon/explain'];
+  const knowing = sources.flatMap((file) => includes(file, /^#include "([^"]+)"/gm)
+    .filter((name) => rooms.includes(dirname(name)) && dirname(name) !== dirname(file)).map((name) => `${file} includes ${name}`));
+  assert.deepEqual(rooms.filter((room) => !sources.some((file) => dirname(file) === room)), []);
+  assert.deepEqual(knowing, []);
+});

@@ -1,15 +1,13 @@
 // Calls of all twelve functions and what they come to, one line of JSON a call. Packs, titles and options are the same in
 // every run: tables, and rows and titles drawn by a generator with a fixed seed. Paths are written as "@base" or "@root".
-import { execFileSync } from 'node:child_process';
-import { mkdirSync, readdirSync, readFileSync } from 'node:fs';
+import { mkdirSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
-import { fileURLToPath } from 'node:url';
 
 import { buildLocationShard, buildManifest, buildMetadata, buildPayload, sealPack } from '../../tools/index.mjs';
 import { addon } from '../support/addon.mjs';
 import { indexDocument, metadataFields, root, writeFile } from '../support/packs.mjs';
+import { sampleTitles, sealSample } from '../support/sample.mjs';
 
-const project = fileURLToPath(new URL('../..', import.meta.url));
 export const recordFile = new URL('record.jsonl', import.meta.url);
 
 // --- What is drawn --------------------------------------------------------------------------------------------------
@@ -116,20 +114,8 @@ function writeWorld(name, packs) {
   return paths;
 }
 
-function sampleWorld() {
-  const sources = (folder, extension) =>
-    readdirSync(join(project, folder)).filter((name) => name.endsWith(extension)).sort().map((name) => join(project, folder, name));
-  const path = join(root, 'sealed.klrx');
-  const klrx = [join(project, 'tools/klrx.mjs'), 'build', ...sources('sample/lexicon', '.json'), ...sources('sample/places', '.tsv')];
-  const options = ['--rule-set-id', 'sample-1', '--nonce', '0'.repeat(24), '--out', path];
-  execFileSync(process.execPath, [...klrx, ...options], { stdio: ['ignore', 'ignore', 'inherit'] });
-  const titles = ['sample/home-titles.tsv', 'sample/titles.tsv'].flatMap((file) =>
-    readFileSync(join(project, file), 'utf8').trimEnd().split('\n').slice(1).map((line) => {
-      const [raw, normalizedEnglish = ''] = line.split('\t');
-      return { raw, normalizedEnglish };
-    }));
-  return { paths: writeWorld('sample', { base: readFileSync(path) }), titles };
-}
+const sampleWorld = () =>
+  ({ paths: writeWorld('sample', { base: readFileSync(sealSample()) }), titles: sampleTitles() });
 
 const patch = { kind: 'patch', baseRuleSetId: 'rules-1', ruleSetId: 'rules-2' };
 

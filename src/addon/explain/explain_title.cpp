@@ -113,7 +113,7 @@ struct ExplainedDrop {
 
 struct ExplainedScene {
   std::vector<ExplainedCandidate> candidates;
-  bool wholeTitle = false;
+  bool promoted = false;  ///< the first was put there because it equals the whole title
   std::vector<ExplainedDrop> dropped;
   std::vector<TracedPhrase> phrases;
   std::vector<ExplainedCandidate> cleared;
@@ -201,7 +201,7 @@ void describe(Out& out, const TracedPhrase& phrase) {
 template <typename Out>
 void describe(Out& out, const ExplainedScene& scene) {
   put(out, "candidates", scene.candidates);
-  put(out, "wholeTitle", scene.wholeTitle);
+  put(out, "promoted", scene.promoted);
   put(out, "dropped", scene.dropped);
   put(out, "phrases", scene.phrases);
   put(out, "cleared", scene.cleared);
@@ -318,7 +318,7 @@ ExplainedScene explainScene(Explanation* explanation) {
   const SceneCandidates& candidates = explanation->scratch.candidates;
   ExplainedScene scene;
   scene.candidates = explainCandidates(explanation);
-  scene.wholeTitle = candidates.top != candidates.displaced;
+  scene.promoted = candidates.top != candidates.displaced;
   for (const DroppedSceneRow& drop : trace.dropped) {
     const SceneEvidence evidence = sceneEvidenceAt(*drop.table, drop.number);
     scene.dropped.push_back({evidence.term, firstFieldOf(*drop.table, drop.number), nameOf(evidence.kind),
