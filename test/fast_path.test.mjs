@@ -60,7 +60,10 @@ const titlesOf = (texts) => Array.from({ length: 300 }, (_, i) => ({
 const titles = titlesOf(short);
 
 test('a batch, its titles one by one, and the same without scripts', () => {
-  const cases = titlesOf([...short, 'é'.repeat(70000), `东京玩${'火'.repeat(40000)}`]);
+  const [long, other] = ['é'.repeat(70000), `东京玩星a星${'火'.repeat(70000)}`];
+  const inARow = [long, long, other, other, other, '火锅', other, long].flatMap((raw) =>
+    [{ raw, mediaType: 'photo' }, { raw: ` ${raw}`.slice(1), mediaType: 'photo' }, { raw }, { raw, normalizedEnglish: 'vlog' }]);
+  const cases = [...titlesOf([...short, long, `东京玩${'火'.repeat(40000)}`]), ...inARow];
   const keys = (value) => (Object(value) === value ? [Object.keys(value), Object.values(value).map(keys)] : 0);
   for (const name of batches) {
     const batch = fast[name]({ ...pack, cases });

@@ -1,9 +1,8 @@
 // The first load of a process: the pack from the file to the answers of every function that has an index of its own.
 import assert from 'node:assert/strict';
 
-import { memoryStatus, residentBytes, timed } from '../lib/measure.mjs';
+import { forgetPeak, memoryStatus, residentBytes, timed } from '../lib/measure.mjs';
 import { packFile } from '../lib/packs.mjs';
-import { writeFileSync } from 'node:fs';
 
 /** Everything that a load may have put off. */
 function askAll(addon, pack) {
@@ -19,7 +18,7 @@ export default function run(addon, { size }) {
   const { packPath, allowedRoot, payloadBytes, rowCount, rows } = packFile(size);
   const pack = { packPath, allowedRoot };
   const before = residentBytes();
-  writeFileSync('/proc/self/clear_refs', '5'); // the peak begins here
+  forgetPeak();
   const { cpu, all, wall, result } = timed(() => askAll(addon, pack));
   assert.equal(result.binaryIndex.sectionCounts.scene, rows.scene);
   const peak = memoryStatus('VmHWM');

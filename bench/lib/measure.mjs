@@ -1,7 +1,8 @@
 // Clocks and statistics. The machine is taken to be shared: what is compared is the CPU time of one thread, taken in
 // turns.
-import { readFileSync } from 'node:fs';
+import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 
+const hasProc = existsSync('/proc/self/clear_refs');
 const cell = new Int32Array(new SharedArrayBuffer(4));
 
 /** CPU time of the whole process in microseconds: V8's helper threads and the addon's own are in it. */
@@ -75,10 +76,16 @@ export function takeTurns(contenders, { rounds = 15, warm = 3, units = 1 } = {})
   return { figures, ratio };
 }
 
-/** A field of /proc/self/status in bytes: VmRSS, or VmHWM, the highest that VmRSS has been. */
+/** A field of /proc/self/status in bytes: VmRSS, or VmHWM, the highest that VmRSS has been. NaN where there is none. */
 export function memoryStatus(name) {
+  if (!hasProc) return NaN;
   const line = new RegExp(`^${name}:\\s+(\\d+) kB`, 'm').exec(readFileSync('/proc/self/status', 'latin1'));
   return line ? Number(line[1]) * 1024 : NaN;
+}
+
+/** Lets VmHWM begin anew. */
+export function forgetPeak() {
+  if (hasProc) writeFileSync('/proc/self/clear_refs', '5');
 }
 
 /** Resident bytes once the garbage is collected; needs --expose-gc. */

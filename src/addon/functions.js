@@ -22,8 +22,8 @@
     }
   };
 
-  // What can be wrong with a case; title_reader.cpp has the same numbers.
-  const GOOD = 0, NO_OBJECT = 1, NO_RAW = 2, EMPTY_RAW = 3, NO_ENGLISH = 4;
+  // What can be wrong with a case, and what a part may be; title_reader.cpp has the same numbers.
+  const GOOD = 0, NO_OBJECT = 1, NO_RAW = 2, EMPTY_RAW = 3, NO_ENGLISH = 4, REPEATED = 5;
 
   /** Texts are joined until they have so many UTF-16 units. */
   const ENOUGH = 65536;
@@ -34,12 +34,13 @@
   // Both readers take cases from `begin` on, at most `count`, and join their texts into one: that can be handed over at
   // once, and `lengths` says how to cut it. `lengths[0]` becomes how many cases were read and `lengths[1]` what was
   // wrong with the next; from there on each case has a fixed number of places. A case whose texts are long ends the
-  // reading and gives them apart.
+  // reading and gives them apart. `last` holds it until the next reading: if that begins with the same title, it says
+  // so instead of giving it again. Titles that share their text are compared in no time, however long they are.
   //
   // They look at a case as the addon does from outside, step for step: a proxy or getter sees no difference.
 
   /** Of each case: the lengths of "raw" and of "normalizedEnglish". */
-  const readScenes = (cases, begin, count, lengths) => {
+  const readScenes = (cases, begin, count, lengths, last) => {
     let text = '', read = 0, fault = GOOD, at = 2;
     while (read < count && begin + read < cases.length && text.length < ENOUGH) {
       const element = cases[begin + read];
@@ -55,15 +56,15 @@
       lengths[at++] = raw.length;
       lengths[at++] = english.length;
       read++;
-      if (raw.length + english.length >= ENOUGH) return finish(lengths, read, fault, text, raw, english);
+      if (raw.length + english.length >= ENOUGH) return finishLong(lengths, read, text, raw, english, false, last);
       text += raw;
       text += english;
     }
-    return finish(lengths, read, fault, text, null, null);
+    return finish(lengths, read, fault, text, last);
   };
 
   /** Of each case: the same, then 1 for a photo. What is no string counts as empty, what is no object has nothing. */
-  const readPeople = (cases, begin, count, lengths) => {
+  const readPeople = (cases, begin, count, lengths, last) => {
     let text = '', read = 0, at = 2;
     while (read < count && begin + read < cases.length && text.length < ENOUGH) {
       const element = cases[begin + read];
@@ -79,16 +80,26 @@
       lengths[at++] = english.length;
       lengths[at++] = photo ? 1 : 0;
       read++;
-      if (raw.length + english.length >= ENOUGH) return finish(lengths, read, GOOD, text, raw, english);
+      if (raw.length + english.length >= ENOUGH) return finishLong(lengths, read, text, raw, english, photo, last);
       text += raw;
       text += english;
     }
-    return finish(lengths, read, GOOD, text, null, null);
+    return finish(lengths, read, GOOD, text, last);
   };
 
-  const finish = (lengths, read, fault, text, raw, english) => {
+  const finish = (lengths, read, fault, text, last) => {
     lengths[0] = read;
     lengths[1] = fault;
+    last[0] = null;
+    return [text, null, null];
+  };
+
+  const finishLong = (lengths, read, text, raw, english, photo, last) => {
+    lengths[0] = read;
+    lengths[1] = read === 1 && raw === last[0] && english === last[1] && photo === last[2] ? REPEATED : GOOD;
+    last[0] = raw;
+    last[1] = english;
+    last[2] = photo;
     return [text, raw, english];
   };
 

@@ -16,6 +16,18 @@ constexpr std::size_t kWorthScript = 8;
 constexpr std::size_t kMostTitles = 256;
 constexpr std::size_t kEnoughBytes = 65536;
 
+/// The memory of a long title is not kept, since others may take its place.
+void dropLongTitle(TitleReader* reader) {
+  if (reader->longPlace > 0) reader->titles[reader->longPlace - 1] = CaseTitle();
+  reader->longPlace = 0;
+}
+
+/// The next place of the part.
+CaseTitle* addTitle(TitleReader* reader) {
+  if (reader->count == reader->titles.size()) reader->titles.emplace_back();
+  return &reader->titles[reader->count++];
+}
+
 // --- Step by step --------------------------------------------------------------------------------------------------
 
 bool failNoObject(Failure* failure) {
@@ -36,15 +48,10 @@ void readPerson(napi_env env, napi_value element, CaseTitle* title) {
   title->photo = plain && readStringOrEmpty(env, element, "mediaType") == "photo";
 }
 
-/// The next place of the part.
-CaseTitle* addTitle(TitleReader* reader) {
-  if (reader->count == reader->titles.size()) reader->titles.emplace_back();
-  return &reader->titles[reader->count++];
-}
-
 /// The length is read anew for each case, since a getter may change it.
 bool readStepByStep(TitleReader* reader, std::size_t most, Failure* failure) {
   const napi_env env = reader->env;
+  dropLongTitle(reader);
   std::size_t bytes = 0;
   while (reader->count < most && bytes < kEnoughBytes && reader->next < arrayLength(env, reader->cases)) {
     const HandleScope scope(env);
@@ -59,12 +66,16 @@ bool readStepByStep(TitleReader* reader, std::size_t most, Failure* failure) {
     }
     bytes += title->raw.size() + title->english.size();
   }
+  if (bytes >= kEnoughBytes) reader->longPlace = reader->count;
   return true;
 }
 
 // --- By the function -----------------------------------------------------------------------------------------------
 
 constexpr std::size_t kHead = 2;  ///< numbers in front of the lengths
+
+/// In the place of a fault: the part is the title before once more.
+constexpr std::int32_t kRepeated = 5;
 
 std::size_t placesOf(CaseKind kind) { return kind == CaseKind::kScene ? 2 : 3; }
 
@@ -110,24 +121,32 @@ void readLongTitle(TitleReader* reader, napi_value raw, napi_value english, std:
   title->raw = readString(reader->env, raw);
   title->english = readString(reader->env, english);
   title->photo = reader->kind == CaseKind::kPerson && reader->lengthData[kHead + number * 3 + 2] != 0;
+  reader->longPlace = reader->count;
 }
 
 bool readByFunction(TitleReader* reader, std::size_t most, Failure* failure) {
   const napi_env env = reader->env;
   const HandleScope scope(env);
   const napi_value part = callFunction(
-      env, reader->readPart, {reader->cases, makeNumber(env, reader->next), makeNumber(env, most), reader->lengths});
+      env, reader->readPart,
+      {reader->cases, makeNumber(env, reader->next), makeNumber(env, most), reader->lengths, reader->last});
   if (part == nullptr) return false;
+  const auto count = static_cast<std::size_t>(reader->lengthData[0]);
+  reader->next += static_cast<std::uint32_t>(count);
+  reader->repeated = reader->lengthData[1] == kRepeated;
+  if (reader->repeated) {
+    reader->count = 1;
+    return true;
+  }
+  dropLongTitle(reader);
   napi_value texts[3] = {};  // the joined ones, and the two of a long title or null
   for (std::uint32_t i = 0; i < 3; ++i) {
     if (!settled(env, napi_get_element(env, part, i, &texts[i]))) return false;
   }
-  const auto count = static_cast<std::size_t>(reader->lengthData[0]);
   const bool hasLong = isString(env, texts[1]);
   if (!checkFault(reader->lengthData[1], failure) || !readUnits(env, texts[0], &reader->units)) return false;
   cutTitles(reader, hasLong ? count - 1 : count);
   if (hasLong) readLongTitle(reader, texts[1], texts[2], count - 1);
-  reader->next += static_cast<std::uint32_t>(count);
   return true;
 }
 
@@ -145,7 +164,9 @@ TitleReader beginTitles(napi_env env, napi_value cases, CaseKind kind, std::size
   void* data = nullptr;
   napi_value buffer = nullptr;
   const std::size_t places = kHead + kMostTitles * placesOf(kind);
-  if (!settled(env, napi_create_arraybuffer(env, places * sizeof(std::int32_t), &data, &buffer)) ||
+  const napi_value null = makeNull(env);
+  reader.last = callFunction(env, scriptFunction(env, ScriptFunction::kCollect), {null, null, null});
+  if (reader.last == nullptr || !settled(env, napi_create_arraybuffer(env, places * sizeof(std::int32_t), &data, &buffer)) ||
       !settled(env, napi_create_typedarray(env, napi_int32_array, places, buffer, 0, &reader.lengths))) {
     reader.readPart = nullptr;
   }
@@ -154,11 +175,8 @@ TitleReader beginTitles(napi_env env, napi_value cases, CaseKind kind, std::size
 }
 
 bool readTitles(TitleReader* reader, std::size_t most, Failure* failure) {
-  // A long title ends its part. Others may take its place, so its memory is not kept.
-  if (reader->count > 0 && reader->titles[reader->count - 1].raw.size() > kEnoughBytes) {
-    reader->titles[reader->count - 1] = CaseTitle();
-  }
   reader->count = 0;
+  reader->repeated = false;
   most = std::min(most, kMostTitles);
   return reader->readPart != nullptr && most > 1 ? readByFunction(reader, most, failure)
                                                  : readStepByStep(reader, most, failure);

@@ -31,8 +31,11 @@ struct TitleReader {
   std::uint32_t next = 0;         ///< the first case that is not read yet
   std::vector<CaseTitle> titles;  ///< the current part, then what is left of longer ones, for its memory
   std::size_t count = 0;          ///< titles of the current part
+  bool repeated = false;          ///< the part is the last title once more, and `titles` is as it was
+  std::size_t longPlace = 0;      ///< after the place of the last title in `titles` if it is long, else 0
   napi_value readPart = nullptr;  ///< the function that reads a part, or null
-  napi_value lengths = nullptr;   ///< see functions.js
+  napi_value lengths = nullptr;   ///< see functions.js, as for `last`
+  napi_value last = nullptr;
   std::int32_t* lengthData = nullptr;
   std::u16string units;
 };
@@ -40,7 +43,8 @@ struct TitleReader {
 /// A reader of an array that is foreseen to have `length` cases.
 TitleReader beginTitles(napi_env env, napi_value cases, CaseKind kind, std::size_t length);
 
-/// Reads the next part, of at most `most` titles; it is empty after the last case. False if a case is refused or can't
+/// Reads the next part, of at most `most` titles; it is empty after the last case. A long title that stands in many cases
+/// in a row may come as `repeated` parts: its answer is that of the title before. False if a case is refused or can't
 /// be read. Errors, for scenes: "each batch case must be an object", those of requireStringOption for "raw", those of
 /// readNormalizedEnglish.
 ///

@@ -166,7 +166,7 @@ napi_value makeResults(napi_env env, const CelebrityOptions& options, const std:
   do {
     if (!readTitles(&reader, pack == nullptr ? 1 : kPart, failure)) return nullptr;
     for (std::size_t i = 0; i < reader.count; ++i) {
-      fillTitle(reader.titles[i].raw, reader.titles[i].english, &title);
+      if (!reader.repeated) fillTitle(reader.titles[i].raw, reader.titles[i].english, &title);
       if (pack == nullptr && !isBlankTitle(title)) {
         if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &pack, failure)) {
           return nullptr;
@@ -176,7 +176,7 @@ napi_value makeResults(napi_env env, const CelebrityOptions& options, const std:
       // Only now: a getter that throws doesn't keep the pack from being loaded.
       if (isExceptionPending(env)) return nullptr;
       const RecordTable* const table = pack == nullptr ? nullptr : &pack->table;
-      resolveCase(title, reader.titles[i].photo, overlays, table, &result);
+      if (!reader.repeated) resolveCase(title, reader.titles[i].photo, overlays, table, &result);
       if (!append(&results, result)) return nullptr;
     }
   } while (reader.count > 0);

@@ -57,11 +57,15 @@ napi_value makeResults(napi_env env, const BatchLexicon& lexicon, const BatchOpt
   for (const BatchPart& rows : lexicon.parts) expectTextsOf(&results, *rows.table);
   BatchScratch scratch;
   TitleTexts title;
+  BatchAnswer answer;
   do {
     if (!readTitles(&reader, kPart, failure)) return nullptr;
     for (std::size_t i = 0; i < reader.count; ++i) {
-      fillTitle(reader.titles[i].raw, reader.titles[i].english, &title);
-      if (!append(&results, resolveBatchTitle(lexicon, title, &scratch))) return nullptr;
+      if (!reader.repeated) {
+        fillTitle(reader.titles[i].raw, reader.titles[i].english, &title);
+        answer = resolveBatchTitle(lexicon, title, &scratch);
+      }
+      if (!append(&results, answer)) return nullptr;
     }
   } while (reader.count > 0);
   return finishList(&results, options.caseCount);
