@@ -101,8 +101,18 @@ bool readProvedPayload(LoadedPack* loaded, SemanticError* error) {
 }
 
 bool slotHolds(const SemanticCacheSlot& slot, const fs::path& path, const FileStatus& status) {
-  return slot.valid && slot.path.native() == path.native() && slot.fileSize == status.size &&
-         slot.lastWriteTime == status.lastWriteTime;
+  return slot.valid && slot.path.native() == path.native() && slot.status == status;
+}
+
+/// The hit of a path that is canonical as written, without a look at its parts: the slot's own path has been checked.
+bool takeHeldPack(const std::string& packPath, const std::string& allowedRoot, const SemanticCacheSlot& slot,
+                  std::shared_ptr<const LoadedPack>* loaded) {
+  FileStatus status;
+  if (!queryPlainPath(packPath, allowedRoot, &status)) return false;
+  const std::lock_guard lock(semanticCache().semanticCacheMutex);
+  const bool held = slot.valid && slot.pathText == packPath && slot.status == status;
+  if (held) *loaded = slot.loaded;
+  return held;
 }
 
 /// What a load leaves over: the slot's old content, or a pack that failed. Declared before the lock, so that it is
@@ -121,7 +131,7 @@ bool fillSlot(const fs::path& path, FileImage image, const std::optional<Sha256D
     return false;
   }
   released->replaced =
-      std::exchange(*slot, {true, path, image.status.size, image.status.lastWriteTime, sha256, std::move(opened)});
+      std::exchange(*slot, {true, path, utf8FromPath(path), image.status, sha256, std::move(opened)});
   return true;
 }
 
@@ -158,6 +168,7 @@ bool openRulePack(SecureBlock file, LoadedPack* loaded, SemanticError* error) {
 
 bool RulePackLoader(const std::string& packPath, const std::string& allowedRoot, SemanticCacheSlot& slot,
                     std::shared_ptr<const LoadedPack>* loaded, SemanticError* error) {
+  if (takeHeldPack(packPath, allowedRoot, slot, loaded)) return true;
   PackLocation location;
   if (!locatePack(packPath, allowedRoot, &location, error)) return false;
   Released released;

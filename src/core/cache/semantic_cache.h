@@ -6,10 +6,12 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 
 #include "base/secure_block.h"
 #include "pack/crypto.h"
 #include "pack/pack_records.h"
+#include "pack/system_file.h"
 #include "rows/record_table.h"
 
 namespace corvenda {
@@ -24,9 +26,9 @@ struct LoadedPack {
 /// it as it was.
 struct SemanticCacheSlot {
   bool valid = false;
-  std::filesystem::path path;              ///< canonical; together with size and time the key
-  std::uint64_t fileSize = 0;              ///< bytes of the very file that was read
-  std::int64_t lastWriteTime = 0;          ///< of that file, in platform ticks, compared for equality only
+  std::filesystem::path path;              ///< canonical; together with the status the key
+  std::string pathText;                    ///< the same as UTF-8
+  FileStatus status;                       ///< of the very file that was read
   std::optional<Sha256Digest> fileSha256;  ///< of that file's bytes, if a manifest was verified against them
   std::shared_ptr<const LoadedPack> loaded;
 };

@@ -1,6 +1,7 @@
 #include "pack/pack_file.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -39,10 +40,11 @@ bool isAscii(const std::string& text) {
 
 /// The root without a slash at its end, if the path begins with exactly that text and a slash follows; else empty. If
 /// the path turns out to be canonical, so is this root, and since both are ASCII, `isInsideApprovedRoot` holds.
-std::string rootContinuedBy(const std::string& path, const std::string& root) {
-  const std::string bare = root.ends_with('/') ? root.substr(0, root.size() - 1) : root;
+std::string_view rootContinuedBy(const std::string& path, const std::string& root) {
+  std::string_view bare = root;
+  if (bare.ends_with('/')) bare.remove_suffix(1);
   const bool continued = path.size() > bare.size() && path.starts_with(bare) && path[bare.size()] == '/';
-  return continued && isPathText(path) && isAscii(path) ? bare : std::string();
+  return continued && isPathText(path) && isAscii(path) ? bare : std::string_view();
 }
 
 bool isWithin(const FileStatus& status, const SizeLimits& limits) {
@@ -127,12 +129,15 @@ bool checkPackExtension(const fs::path& path, SemanticError* error) {
   return path.extension() == ".klrx" || fail(error, "semantic rule-pack extension is invalid");
 }
 
+bool queryPlainPath(const std::string& packPath, const std::string& allowedRoot, FileStatus* status) {
+  return !rootContinuedBy(packPath, allowedRoot).empty() && queryCanonicalFile(packPath, status);
+}
+
 bool locatePack(const std::string& packPath, const std::string& allowedRoot, PackLocation* location,
                 SemanticError* error) {
-  const std::string root = rootContinuedBy(packPath, allowedRoot);
-  if (!root.empty() && queryCanonicalFile(packPath, &location->status)) {
+  if (queryPlainPath(packPath, allowedRoot, &location->status)) {
     location->path = packPath;
-    location->root = root;
+    location->root = rootContinuedBy(packPath, allowedRoot);
     if (!checkPackExtension(location->path, error)) return false;
   } else if (!resolveLocation(packPath, allowedRoot, location, error)) {
     return false;

@@ -38,8 +38,11 @@ struct PackLocation {
   FileStatus status;
 };
 
-/// Confines the path to its root and finds out what lies there. In the common case, a path without links that continues
-/// the text of its root, this takes one question to the system. Errors, in the order of the checks: those of
+/// The common case of `locatePack`: a path that is canonical as written and continues the text of its root. One question
+/// to the system gives the status of what lies there. False for any other path, and where the platform can't tell.
+bool queryPlainPath(const std::string& packPath, const std::string& allowedRoot, FileStatus* status);
+
+/// Confines the path to its root and finds out what lies there. Errors, in the order of the checks: those of
 /// `canonicalizePackPath` for path and root, those of `checkPackRoot` and `checkPackExtension`, "semantic rule-pack
 /// file stat is invalid".
 bool locatePack(const std::string& packPath, const std::string& allowedRoot, PackLocation* location,
