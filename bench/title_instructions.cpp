@@ -64,6 +64,7 @@ std::shared_ptr<const LoadedPack> load(const Pack& pack) {
 
 Work sceneBatch(const Pack& pack) {
   const BatchCaller nobody = {
+      false,
       [](const RecordTable&, RecordTable*) {},
       [](std::string*, std::string*) { return true; },
       [](RecordTable*) {},

@@ -117,3 +117,31 @@ test("the places of a batch follow the base pack, the overlay pack and the calle
   spoil(path);
   assert.equal(ask({}), 'B');
 });
+
+test("code of the caller's that runs while a batch is opened is seen by the next look at the pack", () => {
+  const bytesOf = (code) => packBytes({ sections: { location: [['东京', code, 'location', '1', '东京', 'zh', '日本']] } });
+  const path = writeFile(bytesOf('A'));
+  const options = { packPath: path, allowedRoot: root, cases: [{ raw: '东京' }] };
+  const acting = (act) => ({ configurable: true, get() { act(); return undefined; } });
+  const trap = (target, act) => new Proxy(target, { has: (of, key) => { if (key === 'sceneOverlay') act(); return key in of; } });
+  const inherited = (key, act) => Object.defineProperty(Object.prototype, key, acting(act));
+  const ways = {
+    'a trap': (act) => trap({ ...options }, act),
+    'a trap of the prototype': (act) => Object.setPrototypeOf({ ...options }, trap({}, act)),
+    'a trap, behind two prototypes': (act) => Object.assign(Object.create(Object.create(trap({}, act))), options),
+    ...Object.fromEntries(['sceneOverlay', 'overlayPackPath', 'overlayAllowedRoot'].flatMap((key) => [
+      [`a getter of ${key}`, (act) => Object.defineProperty({ ...options }, key, acting(act))],
+      [`an inherited getter of ${key}`, (act) => { inherited(key, act); return { ...options }; }],
+    ])),
+  };
+  for (const [name, make] of Object.entries(ways)) {
+    writeAt(path, bytesOf('A'));
+    let acted = 0;
+    const given = make(() => { acted += 1; writeAt(path, bytesOf('BB')); });
+    try {
+      assert.deepEqual([addon.resolveSceneIntentBatch(given).results[0].locationCodes, acted], [['BB'], 1], name);
+    } finally {
+      for (const key of ['sceneOverlay', 'overlayPackPath', 'overlayAllowedRoot']) delete Object.prototype[key];
+    }
+  }
+});

@@ -1,5 +1,6 @@
 #include "addon/border.h"
 
+#include <algorithm>
 #include <array>
 
 #include "text/utf16.h"
@@ -114,6 +115,8 @@ std::string readString(napi_env env, napi_value value) {
 }
 
 napi_value callFunction(napi_env env, napi_value function, const std::vector<napi_value>& arguments) {
+  // The host would take a null handle for a value.
+  if (std::find(arguments.begin(), arguments.end(), nullptr) != arguments.end()) return nullptr;
   napi_value receiver = nullptr;
   napi_value result = nullptr;
   napi_get_undefined(env, &receiver);

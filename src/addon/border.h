@@ -86,7 +86,8 @@ std::uint32_t arrayLength(napi_env env, napi_value array);
 /// The text of a string value, as UTF-8. A lone surrogate becomes U+FFFD.
 std::string readString(napi_env env, napi_value value);
 
-/// What `function` gives for the arguments. Null, with the exception pending, if it throws.
+/// What `function` gives for the arguments. Null, with the exception pending, if it throws or an argument could not be
+/// made.
 napi_value callFunction(napi_env env, napi_value function, const std::vector<napi_value>& arguments);
 
 // --- Making --------------------------------------------------------------------------------------------------------

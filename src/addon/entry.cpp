@@ -1,5 +1,7 @@
 #include "addon/entry.h"
 
+#include "addon/environment.h"
+
 namespace corvenda {
 namespace {
 
@@ -26,6 +28,7 @@ napi_value trampoline(napi_env env, napi_callback_info info) {
 }  // namespace
 
 napi_value registerExports(napi_env env, napi_value exports, std::span<const Export> table) {
+  findProxyTest(env);
   for (const Export& entry : table) {
     napi_value function = nullptr;
     // Without a name: the functions' own `name` is the empty string, by contract.

@@ -21,7 +21,7 @@ struct SharedArray {
 };
 
 struct CompiledFunction {
-  std::string (*source)();
+  ScriptSource source;
   napi_ref function;
 };
 
@@ -29,6 +29,7 @@ struct Environment {
   bool scriptsTried = false;
   std::array<napi_ref, kScriptFunctionCount> functions{};  ///< null if the host runs no scripts
   std::vector<CompiledFunction> compiled;
+  napi_ref isProxy = nullptr;  ///< null if the host doesn't offer it
   SharedArray integers;
   SharedArray numbers;
 };
@@ -41,6 +42,7 @@ void destroy(napi_env env, void* data, void* /*hint*/) {
   const std::unique_ptr<Environment> environment(static_cast<Environment*>(data));
   for (napi_ref function : environment->functions) deleteReference(env, function);
   for (const CompiledFunction& compiled : environment->compiled) deleteReference(env, compiled.function);
+  deleteReference(env, environment->isProxy);
   deleteReference(env, environment->integers.array);
   deleteReference(env, environment->numbers.array);
 }
@@ -112,6 +114,17 @@ void compileScriptFunctions(napi_env env, Environment* environment) {
   }
 }
 
+// --- Proxies -------------------------------------------------------------------------------------------------------
+
+/// What all object literals inherit from; null, with nothing pending, if that can't be said.
+napi_value objectPrototype(napi_env env) {
+  napi_value object = nullptr;
+  napi_value prototype = nullptr;
+  napi_create_object(env, &object);
+  napi_get_prototype(env, object, &prototype);
+  return prototype;
+}
+
 // --- Filled arrays ------------------------------------------------------------------------------------------------
 
 /// An array of as many arguments, which take eight bytes each of the stack. Null if the caller has left too little of
@@ -175,19 +188,50 @@ napi_value scriptFunction(napi_env env, ScriptFunction function) {
   return referenced(env, environment->functions[static_cast<std::size_t>(function)]);
 }
 
-napi_value compiledFunction(napi_env env, std::string (*source)()) {
-  const napi_value blank = scriptFunction(env, ScriptFunction::kBlank);
-  if (blank == nullptr) return nullptr;
-  std::vector<CompiledFunction>& compiled = environmentOf(env)->compiled;
-  for (const CompiledFunction& each : compiled) {
+napi_value compiledFunction(napi_env env, ScriptSource source, const void* record) {
+  Environment* const environment = environmentOf(env);
+  if (environment == nullptr) return nullptr;
+  for (const CompiledFunction& each : environment->compiled) {
     if (each.source == source) return referenced(env, each.function);
   }
-  const napi_value function = runScript(env, source(), {blank});
+  const napi_value blank = scriptFunction(env, ScriptFunction::kBlank);
+  if (blank == nullptr) return nullptr;
+  const napi_value function = runScript(env, source(record), {blank});
   napi_ref reference = nullptr;
   if (function != nullptr && napi_create_reference(env, function, 1, &reference) == napi_ok) {
-    compiled.push_back({source, reference});
+    environment->compiled.push_back({source, reference});
   }
   return function;
+}
+
+void findProxyTest(napi_env env) {
+  Environment* const environment = environmentOf(env);
+  napi_value value = nullptr;
+  napi_value process = nullptr;
+  napi_get_global(env, &value);
+  // process.getBuiltinModule('util').types.isProxy
+  const napi_value util = makeText(env, "util");
+  const bool found = environment != nullptr && napi_get_named_property(env, value, "process", &process) == napi_ok &&
+                     napi_get_named_property(env, process, "getBuiltinModule", &value) == napi_ok &&
+                     napi_call_function(env, process, value, 1, &util, &value) == napi_ok &&
+                     napi_get_named_property(env, value, "types", &value) == napi_ok &&
+                     napi_get_named_property(env, value, "isProxy", &value) == napi_ok &&
+                     napi_create_reference(env, value, 1, &environment->isProxy) == napi_ok;
+  if (!found) dropException(env);
+}
+
+bool isOrdinary(napi_env env, napi_value object) {
+  Environment* const environment = environmentOf(env);
+  const napi_value isProxy = environment == nullptr ? nullptr : referenced(env, environment->isProxy);
+  if (isProxy == nullptr) return false;
+  napi_value answer = nullptr;
+  napi_value prototype = nullptr;
+  bool proxy = true;
+  bool plain = false;
+  if (napi_call_function(env, object, isProxy, 1, &object, &answer) != napi_ok) dropException(env);
+  return napi_get_value_bool(env, answer, &proxy) == napi_ok && !proxy &&
+         napi_get_prototype(env, object, &prototype) == napi_ok &&
+         napi_strict_equals(env, prototype, objectPrototype(env), &plain) == napi_ok && plain;
 }
 
 napi_value makeFilledArray(napi_env env, std::size_t length) {

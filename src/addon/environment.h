@@ -22,9 +22,20 @@ enum class ScriptFunction : std::uint32_t { kCollect, kBlank, kReadScenes, kRead
 /// The function, or null if the host runs no scripts.
 napi_value scriptFunction(napi_env env, ScriptFunction function);
 
-/// The function that is the value of the script `source()`, called with the function kBlank; null if the host runs no
-/// scripts. `source` is what it is kept under.
-napi_value compiledFunction(napi_env env, std::string (*source)());
+/// Writes a script. It may look at a record of its type for names, but not for values: it is asked only once.
+using ScriptSource = std::string (*)(const void* record);
+
+/// The function that is the value of the script `source(record)`, called with the function kBlank; null if the host runs
+/// no scripts. `source` is what it is kept under.
+napi_value compiledFunction(napi_env env, ScriptSource source, const void* record = nullptr);
+
+/// Finds the host's function that tells proxies. Called when the module is registered, before the caller's code can
+/// have replaced it; a host without one is not missed.
+void findProxyTest(napi_env env);
+
+/// True if it is certain that asking the object for a property that it doesn't have runs none of the caller's code: it
+/// is no proxy, and inherits from Object.prototype alone.
+bool isOrdinary(napi_env env, napi_value object);
 
 /// An array of `length` elements, all of them in place: assigning to them looks at no prototype. Null, with an
 /// exception pending, if it can't be made. A long one takes time: see `extendFilledArray`.

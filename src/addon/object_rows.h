@@ -39,9 +39,13 @@ napi_value makeArray(napi_env env);
 template <typename List>
 napi_value makeList(napi_env env, const List& items);
 
-/// An object with the properties that the record's `describe` names.
+/// See object_literal.h.
 template <typename Record>
-napi_value makeObject(napi_env env, const Record& record, napi_value lastList = nullptr) {
+napi_value makeObject(napi_env env, const Record& record, napi_value lastList = nullptr);
+
+/// An object with the properties that the record's `describe` names, defined one by one.
+template <typename Record>
+napi_value defineObject(napi_env env, const Record& record, napi_value lastList) {
   ObjectRows out = beginObject(env, lastList);
   describe(out, record);
   return finishObject(&out);

@@ -79,14 +79,9 @@ void put(RecordScript& out, const char* name, const Value& /*any*/) {
   out.literal += std::string(name) + ": " + (isList<Value> ? "list = " : "") + value + ", ";
 }
 
-/// A flag, or a text without quotation marks and backslashes.
 template <typename Value>
 void putConstant(RecordScript& out, const char* name, const Value& value) {
-  if constexpr (isText<Value>) {
-    out.literal += std::string(name) + ": '" + std::string(value) + "', ";
-  } else {
-    out.literal += std::string(name) + (value ? ": true, " : ": false, ");
-  }
+  out.literal += constantProperty(name, value);
 }
 
 inline void putLastList(RecordScript& out, const char* name) { out.literal += std::string(name) + ": list, "; }
@@ -121,7 +116,7 @@ std::string readingOf(RecordScript& out) {
 std::string recordScript(const RecordScript& functions, const std::string& record);
 
 template <typename Record>
-std::string readingScript() {
+std::string readingScript(const void* /*record*/) {
   RecordScript out;
   const std::string record = readingOf<Record>(out);
   return recordScript(out, record);

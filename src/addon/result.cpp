@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "addon/environment.h"
-
 namespace corvenda {
 namespace {
 
@@ -22,7 +20,7 @@ bool setLength(napi_env env, napi_value array, std::size_t length) {
 
 }  // namespace
 
-ResultList beginList(napi_env env, std::size_t length, std::string (*script)()) {
+ResultList beginList(napi_env env, std::size_t length, ScriptSource script) {
   ResultList list;
   list.env = env;
   if (length >= kWorthScript) list.makeObjects = compiledFunction(env, script);

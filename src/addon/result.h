@@ -18,10 +18,11 @@
 // Object.prototype or Array.prototype. So nothing of the caller's runs while a result is made. The first step that
 // fails ends the making and leaves its exception pending; JavaScript then sees that exception and never the value.
 //
-// A single record is made directly (object_rows.h), and so is a short list. A longer one is made by a JavaScript
-// function (record_stream.h): the same objects at a tenth of the price. The function is written from the `describe` of
-// a record in its default form: that has to be possible, and whether a property is put must not depend on what the
-// record holds.
+// A record is made by a JavaScript function that returns an object literal of its arguments (object_literal.h), and a
+// longer list by one that reads numbers (record_stream.h): the same objects at a fifth and a tenth of the price of
+// defining them from outside (object_rows.h), which is left for hosts that run no scripts. The functions are written
+// from the `describe`, so whether a property is put must not depend on what the record holds. For lists, the record is
+// one in its default form: that has to be possible.
 #pragma once
 
 #include <cstddef>
@@ -31,6 +32,8 @@
 #include <string>
 #include <vector>
 
+#include "addon/environment.h"
+#include "addon/object_literal.h"
 #include "addon/object_rows.h"
 #include "addon/record_stream.h"
 #include "rows/record_table.h"
@@ -50,7 +53,7 @@ struct ResultList {
 
 /// A list that is foreseen to have `length` records; `script` is `readingScript` of their type. It is used in the
 /// handle scope in which it was begun.
-ResultList beginList(napi_env env, std::size_t length, std::string (*script)());
+ResultList beginList(napi_env env, std::size_t length, ScriptSource script);
 
 /// Says that texts of these rows are to be expected. The rows must outlive the list.
 void expectTextsOf(ResultList* list, const RecordTable& rows);

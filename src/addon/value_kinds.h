@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <vector>
@@ -52,6 +54,22 @@ struct ContentOf<Value*> {
 };
 template <typename Value>
 using Content = typename ContentOf<Value>::Type;
+
+/// An object whose property names are data.
+template <typename Value>
+constexpr bool isMap = false;
+template <typename Key, typename Item>
+constexpr bool isMap<std::map<Key, Item>> = true;
+
+/// A property that is the same in all results, as JavaScript: a flag, or a text without quotation marks and backslashes.
+template <typename Value>
+std::string constantProperty(const char* name, const Value& value) {
+  if constexpr (isText<Value>) {
+    return name + (": '" + std::string(value) + "', ");
+  } else {
+    return std::string(name) + (value ? ": true, " : ": false, ");
+  }
+}
 
 /// What has a `describe`.
 template <typename Value>

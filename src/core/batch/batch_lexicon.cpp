@@ -39,7 +39,8 @@ bool openBatchLexicon(const std::string& packPath, const std::string& allowedRoo
   // caller's own categories, never from the overlay pack.
   caller.readSceneOverlay(lexicon->sceneBase->table, &lexicon->caller);
   if (!caller.readOverlayPack(&overlayPath, &overlayRoot) || !loadOverlay(&lexicon->sceneOverlay)) return false;
-  if (!loadBase(&lexicon->base)) return false;
+  lexicon->base = lexicon->sceneBase;
+  if (caller.acted && !loadBase(&lexicon->base)) return false;
   caller.readLocationOverlay(&lexicon->caller);
   if (!loadOverlay(&lexicon->placeOverlay)) return false;
   finishTable(&lexicon->caller);

@@ -18,6 +18,9 @@ namespace corvenda {
 /// The steps between the loads in which the caller's own code may run: they read options of the call, and an option's
 /// getter can do anything, even load another pack or replace a file.
 struct BatchCaller {
+  /// Whether any of the caller's code may have run since the first load. The steps set it. If nobody had the chance to
+  /// replace a file, the base pack need not be looked at again.
+  bool acted = true;
   /// Adds the rows of "sceneOverlay". `base` has the scene rows that an override may take its scene's data from.
   std::function<void(const RecordTable& base, RecordTable* rows)> readSceneOverlay;
   /// Reads path and root of the overlay pack; the path is empty if there is none. False ends the call; the caller knows
