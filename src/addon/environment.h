@@ -25,8 +25,8 @@ napi_value scriptFunction(napi_env env, ScriptFunction function);
 /// Writes a script. It may look at a record of its type for names, but not for values: it is asked only once.
 using ScriptSource = std::string (*)(const void* record);
 
-/// The function that is the value of the script `source(record)`, called with the function kBlank; null if the host runs
-/// no scripts. `source` is what it is kept under.
+/// The function that is the value of the script `source(record)`, called with the function kBlank; null if the host
+/// runs no scripts. `source` is what it is kept under.
 napi_value compiledFunction(napi_env env, ScriptSource source, const void* record = nullptr);
 
 /// Finds the host's function that tells proxies. Called when the module is registered, before the caller's code can

@@ -166,7 +166,8 @@ TitleReader beginTitles(napi_env env, napi_value cases, CaseKind kind, std::size
   const std::size_t places = kHead + kMostTitles * placesOf(kind);
   const napi_value null = makeNull(env);
   reader.last = callFunction(env, scriptFunction(env, ScriptFunction::kCollect), {null, null, null});
-  if (reader.last == nullptr || !settled(env, napi_create_arraybuffer(env, places * sizeof(std::int32_t), &data, &buffer)) ||
+  if (reader.last == nullptr ||
+      !settled(env, napi_create_arraybuffer(env, places * sizeof(std::int32_t), &data, &buffer)) ||
       !settled(env, napi_create_typedarray(env, napi_int32_array, places, buffer, 0, &reader.lengths))) {
     reader.readPart = nullptr;
   }

@@ -43,10 +43,10 @@ struct TitleReader {
 /// A reader of an array that is foreseen to have `length` cases.
 TitleReader beginTitles(napi_env env, napi_value cases, CaseKind kind, std::size_t length);
 
-/// Reads the next part, of at most `most` titles; it is empty after the last case. A long title that stands in many cases
-/// in a row may come as `repeated` parts: its answer is that of the title before. False if a case is refused or can't
-/// be read. Errors, for scenes: "each batch case must be an object", those of requireStringOption for "raw", those of
-/// readNormalizedEnglish.
+/// Reads the next part, of at most `most` titles; it is empty after the last case. A long title that stands in many
+/// cases in a row may come as `repeated` parts: its answer is that of the title before. False if a case is refused or
+/// can't be read. Errors, for scenes: "each batch case must be an object", those of requireStringOption for "raw",
+/// those of readNormalizedEnglish.
 ///
 /// A part of one title is read step by step, so that all of the caller's code that runs belongs to that title. If it
 /// throws while a person's case is read, the part ends there, and the exception is pending.

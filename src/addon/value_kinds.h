@@ -61,7 +61,8 @@ constexpr bool isMap = false;
 template <typename Key, typename Item>
 constexpr bool isMap<std::map<Key, Item>> = true;
 
-/// A property that is the same in all results, as JavaScript: a flag, or a text without quotation marks and backslashes.
+/// A property that is the same in all results, as JavaScript: a flag, or a text without quotation marks and
+/// backslashes.
 template <typename Value>
 std::string constantProperty(const char* name, const Value& value) {
   if constexpr (isText<Value>) {

@@ -130,8 +130,7 @@ bool fillSlot(const fs::path& path, FileImage image, const std::optional<Sha256D
     released->failed = std::move(opened);
     return false;
   }
-  released->replaced =
-      std::exchange(*slot, {true, path, utf8FromPath(path), image.status, sha256, std::move(opened)});
+  released->replaced = std::exchange(*slot, {true, path, utf8FromPath(path), image.status, sha256, std::move(opened)});
   return true;
 }
 

@@ -38,8 +38,9 @@ struct PackLocation {
   FileStatus status;
 };
 
-/// The common case of `locatePack`: a path that is canonical as written and continues the text of its root. One question
-/// to the system gives the status of what lies there. False for any other path, and where the platform can't tell.
+/// The common case of `locatePack`: a path that is canonical as written and continues the text of its root. One
+/// question to the system gives the status of what lies there. False for any other path, and where the platform can't
+/// tell.
 bool queryPlainPath(const std::string& packPath, const std::string& allowedRoot, FileStatus* status);
 
 /// Confines the path to its root and finds out what lies there. Errors, in the order of the checks: those of
