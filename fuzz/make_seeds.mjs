@@ -1,5 +1,5 @@
 // Makes the seeds of the fuzz targets: small sound inputs, one file each. The same bytes at every run.
-import { mkdirSync, writeFileSync } from 'node:fs';
+import { mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 
 import {
   buildBinaryIndex, buildLocationShard, buildMetadata, buildPayload, compressLz4Block, INDEX_DOCUMENT_NAME,
@@ -19,6 +19,13 @@ const shard = buildLocationShard([
 ]);
 const indexDocument = { type: 8, name: INDEX_DOCUMENT_NAME, data: index };
 const metadata = { kind: 'base', keyId: 'test-v1', ruleSetId: 'r-1', baseRuleSetId: 'r-1', payloadSha256: 'a'.repeat(64) };
+
+const vector = (name) => readFileSync(new URL(`../vectors/${name}.manifest`, import.meta.url));
+/** Terms and a text in which they are searched. */
+const searchSeed = (terms, text) => Buffer.concat([Buffer.from([terms.length]),
+  ...terms.flatMap((term) => [Buffer.from([Buffer.byteLength(term)]), Buffer.from(term)]), Buffer.from(text)]);
+/** A text whose last eight bytes are also a number. */
+const numberSeed = (text, number) => Buffer.concat([Buffer.from(text), Buffer.from(new Float64Array([number]).buffer)]);
 
 const seeds = {
   binary_index: { empty: buildBinaryIndex(), rows: index },
@@ -44,6 +51,26 @@ const seeds = {
     compressed: buildMetadata({ ...metadata, kind: 'patch', keyId: 'release-v1', compression: 'lz4-block-v1' }),
     unsupported: buildMetadata({ ...metadata, compression: 'zip' }),
     fraction: buildMetadata({ ...metadata, version: 1.5 }),
+  },
+  manifest: {
+    good: vector('a_manifest_vouches_for_its_patch'),
+    modules: vector('the_modules_were_changed_afterwards'),
+    twice: vector('the_first_of_two_sizes_counts'),
+    zeros: vector('leading_zeros_are_signed_without'),
+    unsigned: vector('an_unknown_key_is_not_signed'),
+    base64: 'MCowBQYDK2VwAyEAPUAXw+hDiVqStwqnTRt+vJyYLM8uxJaMwM1V8Sr0Zg==',
+  },
+  number_text: {
+    decimal: '12.5', comma: '1.234,5', grouped: '1,234.5', hexadecimal: ' 0x1.8p-3', nan: '-nan(12)', infinite: 'Infinity',
+    long: '9007199254740992.99999999999999999999', ties: numberSeed('1e309', 2.5e-7), large: numberSeed('', 1e300),
+  },
+  term_index: {
+    short: searchSeed(['a', 'ab', 'abc', 'abcd', 'abcde', 'abcdef', 'bcd', 'é'], 'xabcdefé abcde'),
+    characters: searchSeed(['火锅', '火锅店', '锅', '火', '火锅店里的老火锅'], '今天吃火锅店里的老火锅'),
+    words: searchSeed(['streetfood', 'foodmarket', 'street', 'food', 'reet'], 'street food market  food'),
+    long: searchSeed([52, 53, 54, 70, 70].map((length) => 'ab'.repeat(length).slice(0, length)), 'ab'.repeat(60)),
+    nested: searchSeed(Array.from({ length: 20 }, (_, i) => 'a'.repeat(3 * i + 1)), 'a'.repeat(64)),
+    bytes: searchSeed(['\0', '\0\0\0', ' ', '\x7f', '\n'], '\0 \0\0\0\x7f\n'),
   },
   scene_intent: {
     whole: '火锅店', english: '小吃\nhot pot a b', human: '今天吃撑\nab abc', short: 'A b C', long: `${'a'.repeat(70)}\n${'a '.repeat(40)}`,

@@ -1,68 +1,21 @@
 // The index compared with the loop over all rows that it replaces.
 #include "rows/term_index.h"
 
-#include <algorithm>
 #include <random>
 
 #include <gtest/gtest.h>
 
-#include "support/tables.h"
-#include "text/text_primitives.h"
+#include "support/term_search.h"
 
 namespace corvenda {
 namespace {
 
-using Numbers = std::vector<std::uint32_t>;
-
-/// Terms as facet rows, which are all in one index, whatever they are.
-RecordTable tableOf(const std::vector<std::string>& terms) {
-  std::vector<TestRow> rows;
-  for (const std::string& term : terms) {
-    if (!term.empty()) rows.push_back({"facet", term, {}});
-  }
-  return makeTable(rows);
-}
-
-template <typename Test>
-Numbers naive(const RecordTable& table, Test matches) {
-  Numbers found;
-  for (std::uint32_t row = 0; row < table.rows.size(); ++row) {
-    if (matches(termOf(table, row))) found.push_back(row);
-  }
-  return found;
-}
-
-Numbers rowsOf(const RecordTable& table, const TermHits& hits) {
-  Numbers rows;
-  for (const TermHit& hit : hits.terms) {
-    Numbers ring;
-    forEachRow(facetIndex(table), hit.lastRow, [&](std::uint32_t row) { ring.push_back(row); });
-    EXPECT_TRUE(std::is_sorted(ring.begin(), ring.end()));
-    rows.insert(rows.end(), ring.begin(), ring.end());
-  }
-  std::sort(rows.begin(), rows.end());
-  EXPECT_EQ(std::adjacent_find(rows.begin(), rows.end()), rows.end()) << "a row twice";
-  return rows;
-}
-
-/// Compares all searches in one text. Returns the number of rows found.
+/// Compares all searches in one text with the loop. Returns the number of rows found.
 std::size_t compareAll(const RecordTable& table, const std::string& text) {
-  const TermIndex& index = facetIndex(table);
-  // Reused for every text, as in a batch.
   static TermHits* const hits = new TermHits;
-  findContainedTerms(table, index, text, hits);
-  for (const TermHit& hit : hits->terms) EXPECT_EQ(text.find(termOf(table, hit.lastRow)), hit.position) << text;
-  const Numbers contained = rowsOf(table, *hits);
-  EXPECT_EQ(contained, naive(table, [&](std::string_view term) { return containsTerm(text, term).has_value(); }))
-      << text;
-  findWordRuns(table, index, text, hits);
-  const Numbers runs = rowsOf(table, *hits);
-  EXPECT_EQ(runs, naive(table, [&](std::string_view term) { return matchesWordRun(text, term); })) << text;
-  const Numbers equal = naive(table, [&](std::string_view term) { return term == text; });
-  const auto last = equal.empty() ? std::nullopt : std::optional(equal.back());
-  EXPECT_EQ(findTerm(table, index, text), last) << text;
-  EXPECT_EQ(findWholeTerm(table, index, text), last) << text;
-  return contained.size() + runs.size();
+  const SearchCheck check = checkSearches(table, text, hits);
+  EXPECT_EQ(check.difference, nullptr) << check.difference << " in " << text;
+  return check.rows;
 }
 
 TEST(TermIndex, EveryLengthAroundItsLimits) {
@@ -79,7 +32,7 @@ TEST(TermIndex, EveryLengthAroundItsLimits) {
     terms.push_back(text.substr((text.size() - length) / 2, length));  // in between
     terms.push_back(text.substr(0, length) + '!');                     // nowhere
   }
-  const RecordTable table = tableOf(terms);
+  const RecordTable table = tableOfTerms(terms);
   for (const std::size_t cut : {0U, 1U, 2U, 3U, 4U, 5U, 6U, 7U, 51U, 52U, 53U, 54U, 121U, 299U, 300U}) {
     compareAll(table, text.substr(0, cut));
     compareAll(table, text.substr(text.size() - cut));
@@ -111,7 +64,7 @@ TEST(TermIndex, RandomTermsInRandomTexts) {
     std::vector<std::string> terms;
     const std::size_t longest = round % 5 == 0 ? 80 : 8;
     for (std::size_t i = below(200); i > 0; --i) terms.push_back(make(longest));
-    const RecordTable table = tableOf(terms);
+    const RecordTable table = tableOfTerms(terms);
     for (int i = 0; i < 10; ++i) {
       std::string text = make(longest + 40);
       if (i % 4 == 0 && !terms.empty()) text += terms[below(terms.size())] + make(5);
@@ -123,7 +76,7 @@ TEST(TermIndex, RandomTermsInRandomTexts) {
 }
 
 TEST(TermIndex, WithoutRows) {
-  const RecordTable table = tableOf({});
+  const RecordTable table = tableOfTerms({});
   for (const char* text : {"", "a", "火锅 店"}) compareAll(table, text);
 }
 
@@ -153,7 +106,7 @@ TEST(RecordTable, FiltersBySectionAndTerm) {
     Section section;
     const char* text;
     bool contains;
-    Numbers expected;
+    RowNumbers expected;
   } rows[] = {
       {Section::kScene, "火锅", true, {0, 2, 4, 6}},
       {Section::kScene, "火锅", false, {4, 6}},
@@ -167,7 +120,7 @@ TEST(RecordTable, FiltersBySectionAndTerm) {
       {Section::kLocation, "北京", false, {1}},
   };
   for (const auto& row : rows) {
-    Numbers numbers;
+    RowNumbers numbers;
     for (const FoundRow& found : filterRecords(table, row.section, row.text, row.contains))
       numbers.push_back(found.row);
     EXPECT_EQ(numbers, row.expected) << row.text;
@@ -189,11 +142,11 @@ TEST(RecordTable, TellsRepeatedRows) {
       {"scene", "火锅", {"a", "b"}},
   });
   nativeIndex(table);
-  Numbers repeated;
+  RowNumbers repeated;
   for (std::uint32_t row = 0; row < table.rows.size(); ++row) {
     if (isRepeated(table, row)) repeated.push_back(row);
   }
-  EXPECT_EQ(repeated, (Numbers{2, 3})) << "of scene rows, by term and joined fields";
+  EXPECT_EQ(repeated, (RowNumbers{2, 3})) << "of scene rows, by term and joined fields";
 }
 
 TEST(Sections, Names) {

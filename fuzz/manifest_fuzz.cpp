@@ -1,0 +1,180 @@
+// Manifests as files, verified with a sound pack. A second reader, which searches and copies byte by byte, foretells
+// the verdict: it holds the fields against those of the one manifest that is signed.
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <string>
+
+#include "delta/delta_manifest.h"
+#include "delta/signed_text.h"
+#include "fuzz_target.h"
+#include "pack/metadata_scanner.h"
+
+using namespace corvenda;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view kPack = "a_patch_is_accepted.klrx";
+
+std::string readFile(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The text after the first `"key":`; nothing if there is none.
+std::optional<std::string_view> after(std::string_view text, std::string_view key) {
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    std::string_view rest = text.substr(at);
+    const bool named = rest.starts_with('"') && rest.substr(1).starts_with(key);
+    if (named && rest.substr(1 + key.size()).starts_with("\":")) return rest.substr(3 + key.size());
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> plainString(std::string_view text, std::string_view key) {
+  const auto rest = after(text, key);
+  if (!rest || !rest->starts_with('"')) return std::nullopt;
+  std::string value;
+  for (const char byte : rest->substr(1)) {
+    if (byte == '"') return value;
+    if (byte == '\\' || (byte >= 0 && byte < ' ')) return std::nullopt;
+    value += byte;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::uint64_t> plainNumber(std::string_view text, std::string_view key) {
+  std::optional<std::uint64_t> value;
+  for (const char byte : after(text, key).value_or("")) {
+    if (byte < '0' || byte > '9') break;
+    value = value.value_or(0) * 10 + static_cast<std::uint64_t>(byte - '0');
+    if (*value > 0xFFFFFFFF) return std::nullopt;
+  }
+  return value;
+}
+
+std::optional<std::string> plainArray(std::string_view text, std::string_view key) {
+  const auto rest = after(text, key);
+  if (!rest || !rest->starts_with('[')) return std::nullopt;
+  std::string value;
+  for (const char byte : *rest) {
+    value += byte;
+    if (byte == ']') return value;
+  }
+  return std::nullopt;
+}
+
+/// By a table of all digits, and bit by bit.
+std::optional<std::string> plainBase64(std::string_view text) {
+  std::string bits;
+  if (text.size() % 4 != 0) return std::nullopt;
+  for (const char digit : text) {
+    if (digit == '=') break;
+    int value = -1;
+    if (digit >= 'A' && digit <= 'Z') value = digit - 'A';
+    if (digit >= 'a' && digit <= 'z') value = 26 + digit - 'a';
+    if (digit >= '0' && digit <= '9') value = 52 + digit - '0';
+    if (digit == '+') value = 62;
+    if (digit == '/') value = 63;
+    if (value < 0) return std::nullopt;
+    for (int bit = 32; bit > 0; bit /= 2) bits += (value & bit) != 0 ? '1' : '0';
+  }
+  std::string bytes;
+  for (std::size_t at = 0; at + 8 <= bits.size(); at += 8) {
+    bytes += static_cast<char>(std::stoi(bits.substr(at, 8), nullptr, 2));
+  }
+  if (bytes.empty()) return std::nullopt;
+  return bytes;
+}
+
+std::string plainQuote(std::string_view text) {
+  std::string quoted = "\"";
+  for (const char byte : text) {
+    switch (byte) {
+      case '\\': quoted += "\\\\"; break;
+      case '"': quoted += "\\\""; break;
+      case '\n': quoted += "\\n"; break;
+      case '\r': quoted += "\\r"; break;
+      case '\t': quoted += "\\t"; break;
+      default: quoted += byte;
+    }
+  }
+  return quoted + '"';
+}
+
+/// The folder with the pack and the manifest, and the manifest that was signed.
+struct Place {
+  fs::path folder = fs::canonical(fs::temp_directory_path()) / ("corvenda-manifest-fuzz-" + std::to_string(getpid()));
+  std::string good = readFile(fs::path(CORVENDA_VECTORS) / "a_manifest_vouches_for_its_patch.manifest");
+
+  Place() {
+    fs::create_directories(folder);
+    fs::copy_file(fs::path(CORVENDA_VECTORS) / kPack, folder / kPack, fs::copy_options::overwrite_existing);
+  }
+  ~Place() { fs::remove_all(folder); }
+};
+
+bool sameString(std::string_view text, std::string_view good, std::string_view key) {
+  return plainString(text, key) == plainString(good, key);
+}
+
+/// The message that the manifest must meet; empty if it must be accepted.
+std::string foretell(std::string_view text, std::string_view good) {
+  const std::string kind = "semantic delta manifest ";
+  if (text.empty() || text.size() > 131072) return kind + "size is invalid";
+  for (const char* key : {"schema", "keyId", "signatureEncoding"}) {
+    if (!sameString(text, good, key)) return kind + "contract is invalid";
+  }
+  for (const char* key :
+       {"pack", "packSha256", "baseRuleSetId", "ruleSetId", "publicKeySha256", "publicKeyDerBase64", "signature"}) {
+    if (!plainString(text, key)) return kind + "contract is invalid";
+  }
+  if (plainNumber(text, "version") != 1U || !plainNumber(text, "packBytes") || !plainArray(text, "modules")) {
+    return kind + "contract is invalid";
+  }
+  for (const char* key : {"pack", "baseRuleSetId", "ruleSetId", "publicKeySha256", "publicKeyDerBase64"}) {
+    if (!sameString(text, good, key)) return kind + "trust or identity check failed";
+  }
+  if (plainString(text, "packSha256")->size() != 64) return kind + "trust or identity check failed";
+  if (!sameString(text, good, "packSha256") || plainNumber(text, "packBytes") != plainNumber(good, "packBytes")) {
+    return kind + "pack digest or size mismatch";
+  }
+  // Of what is signed only this has not been held against the good one yet.
+  const bool covered = plainArray(text, "modules") == plainArray(good, "modules") &&
+                       plainBase64(*plainString(text, "signature")) == plainBase64(*plainString(good, "signature"));
+  return covered ? "" : kind + "Ed25519 signature verification failed";
+}
+
+void verify(std::string_view text) {
+  static const Place place;
+  const fs::path path = place.folder / "m";
+  // Some file systems write a file that was overwritten to the disk at once, and a new one later.
+  fs::remove(path);
+  std::ofstream(path, std::ios::binary) << text;
+  const DeltaExpectation expected{(place.folder / kPack).string(), place.folder.string(), "vectors-1", "vectors-2"};
+  DeltaManifest manifest;
+  SemanticError error;
+  const bool accepted = verifySemanticDeltaManifest(path.string(), expected, &manifest, &error);
+  const std::string message = foretell(text, place.good);
+  mustHold(error.message == message && accepted == message.empty());
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  verify(text);
+  std::string modules = "unchanged";
+  const bool read = readJsonArrayField(text, "modules", &modules);
+  mustHold(read ? modules == plainArray(text, "modules") : !plainArray(text, "modules") && modules == "unchanged");
+  std::vector<std::uint8_t> bytes;
+  const auto plain = plainBase64(text);
+  mustHold(decodeBase64(text, &bytes) == plain.has_value());
+  mustHold(!plain || std::string(bytes.begin(), bytes.end()) == *plain);
+  mustHold(quoteJsonString(text) == plainQuote(text));
+  return 0;
+}
