@@ -21,6 +21,45 @@ const indexDocument = { type: 8, name: INDEX_DOCUMENT_NAME, data: index };
 const metadata = { kind: 'base', keyId: 'test-v1', ruleSetId: 'r-1', baseRuleSetId: 'r-1', payloadSha256: 'a'.repeat(64) };
 
 const vector = (name) => readFileSync(new URL(`../vectors/${name}.manifest`, import.meta.url));
+// For the resolvers: titles, and rows in the notation of resolvers_fuzz.cpp.
+const titles = {
+  whole: '火锅店', english: '小吃\nhot pot a b', human: '今天吃撑\nab abc', short: 'A b C', trip: '北京旅行随拍\nparis trip food market',
+  place: 'paris trip\nparis trip', people: '林小北见面会\nlin ab', long: `${'a'.repeat(70)}\n${'a '.repeat(40)}`,
+};
+const scene = '!K\tdetail\t1\t';
+const sceneEnd = '\tL\tA\tC\tI\tdefault\t2';
+const lexicon = `
+bs火锅\t${scene}!A\t!F${sceneEnd}
+bshotpot\t${scene}!A\t!G${sceneEnd}
+bs火锅店\t${scene}!B\t!F${sceneEnd}
+bsa\t!L\t!N\t!X\t!B\t!G${sceneEnd}
+bs火\t${scene}!C\t!F${sceneEnd}
+bsab\t!L\t!N\tx\t!D\t!G${sceneEnd}
+bsb\tpet\td\t!U\t!B\t!F
+bsb\tpet\td\t!U\t!B\t!F
+bsc\tpet\td\t1\t!C
+bsvisit\t!L\td\t1\t!A\t!F${sceneEnd}
+csab\t!M\tcaller\t9\t!A\t!G${sceneEnd}
+os火\t!O\toverlay\t9\t!E\t!F${sceneEnd}
+bh吃撑\t!K\thearty\t
+bhab\t!K\tcosy
+bhabc\t!K\tcosy\t
+bh无\t\t
+bl北京\tcn\t!P\t1\t北京\t!F\t中国
+blparis\tfr\t!Q\t!S\tparis\t!G\tfrance
+beparis\tus\t!T\t9\tparis texas\t!G\tusa
+be北\tjp\t!W\t!Y\t北海道\t!F\t日本
+ca\tx\tt\t1\ttrip\t!G\tT
+cltrip\ttt\tx\t1\ttrip\t!G\tT
+ol京\tky\t!W\t2\t京都\t!F\t日本
+bfa\t!H\t!I\t1\t!G
+bf旅行\ttime\tholiday\t!S\t!F
+bfab\ttime\tholiday\t2\t!G
+bc林小北\tlin\tname\tidol\tCN\t1\tphoto\ttag
+cclin\tlin2\tname\tsinger\tJP\t1\tphoto
+ocb\tx\tname\tadult\tJP\t1\tphoto`;
+const lexiconSeed = (title) => `${title.includes('\n') ? title : `${title}\n`}${lexicon}`;
+
 /** Terms and a text in which they are searched. */
 const searchSeed = (terms, text) => Buffer.concat([Buffer.from([terms.length]),
   ...terms.flatMap((term) => [Buffer.from([Buffer.byteLength(term)]), Buffer.from(term)]), Buffer.from(text)]);
@@ -72,9 +111,7 @@ const seeds = {
     nested: searchSeed(Array.from({ length: 20 }, (_, i) => 'a'.repeat(3 * i + 1)), 'a'.repeat(64)),
     bytes: searchSeed(['\0', '\0\0\0', ' ', '\x7f', '\n'], '\0 \0\0\0\x7f\n'),
   },
-  scene_intent: {
-    whole: '火锅店', english: '小吃\nhot pot a b', human: '今天吃撑\nab abc', short: 'A b C', long: `${'a'.repeat(70)}\n${'a '.repeat(40)}`,
-  },
+  resolvers: Object.fromEntries(Object.entries(titles).map(([name, title]) => [name, lexiconSeed(title)])),
 };
 
 for (const [target, files] of Object.entries(seeds)) {
