@@ -8,6 +8,7 @@ import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { addon } from './support/addon.mjs';
 import { root as folder } from './support/packs.mjs';
+import { noElf, noNpm } from './support/platform.mjs';
 
 const root = dirname(dirname(fileURLToPath(import.meta.url)));
 const installed = join(folder, 'node_modules/corvenda-semantic');
@@ -32,7 +33,7 @@ test('types that name the functions in order', () => {
   assert.deepEqual(declared('lib/index.d.cts'), Object.keys(addon).filter((name) => typeof addon[name] === 'function'));
 });
 
-test('the tarball holds what package.json names and nothing of the work on it; both formats find the binary', () => {
+test('the tarball holds what package.json names and nothing of the work on it; both formats find the binary', { skip: noNpm }, () => {
   mkdirSync(installed, { recursive: true });
   const packed = run('npm', ['pack', '--json', '--silent', '--pack-destination', folder]);
   const [{ filename, files }] = JSON.parse(packed);
@@ -80,8 +81,7 @@ test('the tarball holds what package.json names and nothing of the work on it; b
 
 // The host exports an OpenSSL and a uv of its own: an open symbol would be bound to it without a word, and one shown
 // here could take the place of another addon's. A sanitizer's runtime takes the versions off the C library's names.
-const skip = process.platform !== 'linux';
-test('the binary shows two entry points, needs Node-API and the system, and stays loaded', { skip }, () => {
+test('the binary shows two entry points, needs Node-API and the system, and stays loaded', { skip: noElf }, () => {
   const symbols = (option) =>
     run('nm', ['-D', option, binary]).trim().split('\n').map((line) => line.split(/\s+/).at(-1)).sort();
   assert.deepEqual(symbols('--defined-only'), ['napi_register_module_v1', 'node_api_module_get_api_version_v1']);

@@ -5,6 +5,7 @@ import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import test from 'node:test';
 import { root, writeFile } from './support/packs.mjs';
+import { noCMake } from './support/platform.mjs';
 
 const project = join(import.meta.dirname, '..');
 const development = readFileSync(join(project, 'trust/development.json'), 'utf8');
@@ -23,7 +24,7 @@ function refusal(change) {
   }
 }
 
-test('every piece and pin has its length and its digits', () => {
+test('every piece and pin has its length and its digits', { skip: noCMake }, () => {
   const derRefusal = 'manifest publicKeyDerBase64: an Ed25519 public key expected, ' +
     '60 characters of base64 that begin with MCowBQYDK2VwAyEA';
   const shaRefusal = 'manifest publicKeySha256: 64 lower-case hexadecimal digits expected';

@@ -9,7 +9,10 @@ import { buildBinaryIndex, buildMetadata, buildPayload, sealPack } from '../../t
 
 /** A fresh directory for the test's packs; removed when the test process ends. */
 export const root = realpathSync(mkdtempSync(join(tmpdir(), 'corvenda-test-')));
-process.on('exit', () => rmSync(root, { recursive: true, force: true }));
+process.on('exit', () => {
+  process.chdir(tmpdir()); // a test may have gone below the root, and Windows keeps the folder that a process is in
+  rmSync(root, { recursive: true, force: true });
+});
 
 export const sha256Hex = (bytes) => createHash('sha256').update(bytes).digest('hex');
 

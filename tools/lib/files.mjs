@@ -1,14 +1,16 @@
 // Files in and out of the command.
 
-import { closeSync, fsyncSync, openSync, readFileSync, realpathSync, renameSync, rmSync, writeSync } from 'node:fs';
+import { closeSync, fsyncSync, openSync, readFileSync, realpathSync, renameSync, rmSync, statSync, writeSync } from 'node:fs';
 import { basename, dirname, join, resolve } from 'node:path';
 
 const REASONS = {
   EACCES: 'permission denied',
+  EBUSY: 'it is in use',
   EISDIR: 'it is a directory',
   ENOENT: 'no such file or directory',
   ENOSPC: 'no space left',
   ENOTDIR: 'a part of the path is no directory',
+  EPERM: 'it is protected or in use',
   EROFS: 'the file system is read-only',
 };
 
@@ -65,6 +67,8 @@ export function writeWhole(path, content) {
     renameSync(temporary, path);
   } catch (error) {
     if (created) rmSync(temporary, { force: true });
-    throw new Error(`cannot be written: ${reasonOf(error)}`, { cause: error });
+    // What it means to take the name of a directory, Windows says with a code that stands for much else.
+    const isDirectory = statSync(path, { throwIfNoEntry: false })?.isDirectory();
+    throw new Error(`cannot be written: ${isDirectory ? REASONS.EISDIR : reasonOf(error)}`, { cause: error });
   }
 }
