@@ -14,6 +14,10 @@ function load() {
   // A build made in this folder comes first, so that whoever changes the source runs what was built.
   try { return require('../build/release/corvenda_semantic.node'); } catch (e) { failed('build/release/corvenda_semantic.node', e); }
   try { return require('../build/debug/corvenda_semantic.node'); } catch (e) { failed('build/debug/corvenda_semantic.node', e); }
+  if (process.platform === 'win32') {
+    try { return require('../build/windows-msvc/corvenda_semantic.node'); } catch (e) { failed('build/windows-msvc/corvenda_semantic.node', e); }
+    try { return require('../build/windows/corvenda_semantic.node'); } catch (e) { failed('build/windows/corvenda_semantic.node', e); }
+  }
   const target = `${process.platform}-${process.arch}`;
   try {
     switch (target) {
@@ -31,9 +35,13 @@ function load() {
     `corvenda-semantic: the native module could not be loaded (${target}, Node.js ${process.versions.node})`,
     `Tried, in ${root}:`,
     ...tried.map(({ path, reason }) => `  ${path}: ${reason}`),
-    'Build it here with this command:',
-    `  npm --prefix "${root}" run setup`,
-    ...(/[\\/]node_modules[\\/]/.test(root) ? [
+    ...(process.platform === 'linux' ? [
+      'Build it here with this command:',
+      `  npm --prefix "${root}" run setup`,
+    ] : [
+      `How it is built for other systems than Linux: ${root}/docs/platforms.md`,
+    ]),
+    ...(process.platform === 'linux' && /[\\/]node_modules[\\/]/.test(root) ? [
       'npm ci removes what was built there. To have it built again each time, add to the scripts of your own package.json:',
       '  "postinstall": "npm --prefix node_modules/corvenda-semantic run setup"',
     ] : []),

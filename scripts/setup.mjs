@@ -76,7 +76,7 @@ export function installDebianPackages(names, reason) {
 }
 
 /** Installs what the lock file names. A published package came with what it needs. */
-function installNodeModules() {
+export function installNodeModules() {
   const [wanted, present] = ['package-lock.json', 'node_modules/.package-lock.json']
     .map((path) => statSync(join(root, path), { throwIfNoEntry: false })?.mtimeMs ?? 0);
   if (!isCheckout || present >= wanted) return;
@@ -106,6 +106,7 @@ function configure(tests) {
 export function prepare({ tests = false } = {}) {
   const { node } = process.versions;
   if (Number.parseInt(node, 10) < 20) throw new SetupError(`Node.js 20 or newer is needed; this is ${node}`);
+  if (process.platform !== 'linux') throw new SetupError('docs/platforms.md tells how the addon is built for other systems than Linux');
   installNodeModules();
   configure(tests);
 }
