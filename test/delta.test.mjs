@@ -89,7 +89,6 @@ test('verifySemanticDeltaManifest: each field altered, signed again and not', ()
 });
 
 test('verifySemanticDeltaManifest: paths, files, fields, signature and pack, in order', () => {
-  const manifestPath = writeManifest(goodManifest);
   const long = 'x'.repeat(4097);
   const inner = { manifestPath: writeFile(goodManifest, 'inner/manifest.json'), allowedRoot: join(root, 'inner') };
   const raw = Buffer.from(signature, 'base64');

@@ -47,3 +47,16 @@ test('neither module knows the other', () => {
   assert.deepEqual(rooms.filter((room) => !sources.some((file) => dirname(file) === room)), []);
   assert.deepEqual(knowing, []);
 });
+
+// A header for what differs between platforms, and a source file for each of them, which CMake chooses.
+test('only files of a platform use what a platform has', () => {
+  const standard = sources.filter((file) => !/_(?:posix|openssl|win|cng)\.cpp$/.test(file));
+  const foreign = standard.flatMap((file) => includes(file, /^#include <([^>]+\.h)>/gm)
+    .filter((name) => !['intrin.h', 'napi.h', 'node_api.h', 'sodium.h'].includes(name)).map((name) => `${file} includes ${name}`));
+  assert.deepEqual(foreign, []);
+  // What only GCC and clang understand stands beside what Microsoft's compiler does.
+  const gnu = /__(?:asm|attribute|builtin|extension|int128)/;
+  const text = (file) => readFileSync(join(source, file), 'utf8');
+  assert.deepEqual(standard.filter((file) => gnu.test(text(file)) && !text(file).includes('_MSC_VER')), []);
+  assert.deepEqual(standard.filter((file) => /_WIN32|__linux__|__APPLE__/.test(text(file))), []);
+});
