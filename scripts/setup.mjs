@@ -1,15 +1,16 @@
-// Makes this folder ready: installs the npm packages of a checkout, then configures and builds the addon. As root on
-// Debian it installs what the machine lacks; everywhere else it says what to install. If all is done already, it takes
-// about a second.
+// Makes this folder ready: installs the npm packages of a checkout, then configures and builds the addon. In a checkout,
+// as root on Debian, it installs what the machine lacks; everywhere else it says what to install. If all is done already,
+// it takes about a second.
 //
 //   node scripts/setup.mjs [--tests]
 //
 // Only Node's own modules are used, because this runs before anything is installed. All that it says goes to standard
 // error, so that a script that calls it keeps standard output for results.
 import { spawnSync } from 'node:child_process';
-import { existsSync, realpathSync, statSync } from 'node:fs';
+import { existsSync, realpathSync, rmSync, statSync } from 'node:fs';
+import { createRequire } from 'node:module';
 import { availableParallelism } from 'node:os';
-import { basename, dirname, join, sep } from 'node:path';
+import { basename, dirname, join, relative, sep } from 'node:path';
 import { fileURLToPath, pathToFileURL } from 'node:url';
 
 export const root = dirname(dirname(fileURLToPath(import.meta.url)));
@@ -53,7 +54,8 @@ export function run(program, args, env) {
  * @param {string[]} names
  * @param {string} reason what failed without them, for whoever has to install them by hand
  * @returns {boolean} whether one was missing
- * @throws {SetupError} that says what to install, if this is no Debian or not root
+ * @throws {SetupError} that says what to install, if this is no Debian, not root, or a published package, which
+ *   doesn't change the machine of whoever depends on it
  */
 export function installDebianPackages(names, reason) {
   if (!ask('dpkg-query', ['--version']).ok) {
@@ -64,8 +66,10 @@ export function installDebianPackages(names, reason) {
   const missing = names.filter((name) => !present.split('\n').includes(`${name} installed`));
   if (missing.length === 0) return false;
   const install = ['install', '-y', '--no-install-recommends', ...missing];
-  if (process.getuid?.() !== 0) {
-    const line = `sudo apt-get update && sudo apt-get ${install.join(' ')}`;
+  const isRoot = process.getuid?.() === 0;
+  if (!isRoot || !isCheckout) {
+    const sudo = isRoot ? '' : 'sudo ';
+    const line = `${sudo}apt-get update && ${sudo}apt-get ${install.join(' ')}`;
     throw new SetupError(`${reason}Run this command, then this script again:\n  ${line}`);
   }
   say(`setup: installing ${missing.join(' ')}`);
@@ -111,6 +115,15 @@ export function prepare({ tests = false } = {}) {
   configure(tests);
 }
 
+/** Removes the published binary of this platform if what was built here is newer: the loader takes the published one. */
+function dropOlderPrebuild() {
+  const { mtimeMs } = statSync(join(buildFolder, 'corvenda_semantic.node'));
+  const prebuild = join(root, 'prebuilds', `${createRequire(import.meta.url)('../lib/target.cjs')(process)}.node`);
+  if ((statSync(prebuild, { throwIfNoEntry: false })?.mtimeMs ?? Infinity) >= mtimeMs) return;
+  rmSync(prebuild);
+  say(`setup: removed ${relative(root, prebuild)}, which is older than the build`);
+}
+
 /**
  * Does whatever is left to do until the addon is built.
  *
@@ -120,6 +133,7 @@ export function setup({ tests = false } = {}) {
   prepare({ tests });
   const target = tests ? [] : ['--target', 'corvenda_semantic', 'corvenda_explain'];
   run('cmake', ['--build', buildFolder, '--parallel', String(availableParallelism()), ...target]);
+  dropOlderPrebuild();
 }
 
 /** Runs `main` as a command: a SetupError prints its message alone and ends with status 1. */

@@ -3,6 +3,7 @@
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { existsSync, mkdirSync, readFileSync, readdirSync, rmSync, symlinkSync, writeFileSync } from 'node:fs';
+import { createRequire } from 'node:module';
 import { dirname, join, resolve } from 'node:path';
 import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
@@ -12,11 +13,12 @@ import { noElf, noNpm } from './support/platform.mjs';
 
 const root = dirname(dirname(fileURLToPath(import.meta.url)));
 const installed = join(folder, 'node_modules/corvenda-semantic');
-const target = `${process.platform}-${process.arch}`;
-const places = [...['release', 'debug'].map((preset) => `build/${preset}/corvenda_semantic.node`),
-  `prebuilds/${target}.node`];
+const target = createRequire(import.meta.url)('../lib/target.cjs')(process);
+const places = [`prebuilds/${target}.node`,
+  ...['release', 'debug'].map((preset) => `build/${preset}/corvenda_semantic.node`)];
 const binary = [process.env.CORVENDA_TEST_BINARY, ...places].filter(Boolean)
   .map((path) => resolve(root, path)).find(existsSync);
+const published = existsSync(join(root, places[0])) ? join(root, places[0]) : binary;
 const read = (path) => readFileSync(join(root, path), 'utf8');
 const { LD_PRELOAD, ...env } = process.env; // npm, the compiler and nm run without a sanitizer's runtime
 const run = (program, args, options) =>
@@ -66,13 +68,13 @@ test('the tarball holds what package.json names and nothing of the work on it; b
       console.log(Object.keys(required).filter(same).join());`), `${Object.keys(addon)}\n`);
     rmSync(join(installed, place));
   }
-  put(places[1], 'no library');
+  put(places[2], 'no library');
   assert.throws(() => runModule('import "corvenda-semantic"'), ({ stderr }) => {
     const lines = stderr.slice(stderr.indexOf('Error: ')).split('\n').slice(0, 9);
-    assert.match(lines.splice(3, 1)[0], /^ {2}build\/debug\/corvenda_semantic\.node: .*(?:too short|ELF|mach-o)/);
+    assert.match(lines.splice(4, 1)[0], /^ {2}build\/debug\/corvenda_semantic\.node: .*(?:too short|ELF|mach-o)/);
     return assert.deepEqual(lines, [
       `Error: corvenda-semantic: the native module could not be loaded (${target}, Node.js ${process.versions.node})`,
-      `Tried, in ${installed}:`, `  ${places[0]}: not there`, `  ${places[2]}: not there`,
+      `Tried, in ${installed}:`, `  ${places[0]}: not there`, `  ${places[1]}: not there`,
       'Build it here with this command:', `  npm --prefix "${installed}" run setup`,
       'npm ci removes what was built there. To have it built again each time, add to the scripts of your own package.json:',
       '  "postinstall": "npm --prefix node_modules/corvenda-semantic run setup"']) ?? true;
@@ -90,6 +92,17 @@ test('the binary shows two entry points, needs Node-API and the system, and stay
     : /@(?:GLIBC|GLIBCXX|CXXABI|GCC)_|^(?:napi_|node_api_)|^(?:_ITM_\w+|__gmon_start__)$/;
   assert.deepEqual(symbols('--undefined-only').filter((name) => !system.test(name)), []);
   assert.match(run('readelf', ['-d', binary]), /NODELETE/);
+});
+
+test('the published binary runs on the systems that README names', { skip }, () => {
+  const [, glibc, libstdcxx] = /glibc ([\d.]+) and libstdc\+\+ ([\d.]+)/.exec(read('README.md'));
+  const floors = { GLIBC: glibc, GLIBCXX: libstdcxx, CXXABI: '1.3.13', GCC: '3.0' };
+  const versions = new Set(run('nm', ['-D', '--undefined-only', published]).match(/@(?:GLIBC|GLIBCXX|CXXABI|GCC)_[\d.]+/g));
+  const newer = [...versions].filter((version) => {
+    const [, name, number] = /@(\w+)_([\d.]+)/.exec(version);
+    return number.localeCompare(floors[name], 'en', { numeric: true }) > 0;
+  });
+  assert.deepEqual([versions.size > 3, newer], [true, []]);
 });
 
 test('no pack key stands in one piece in the binary', () => {

@@ -1,0 +1,79 @@
+// `npm run prebuild`: fills prebuilds/ with the binaries that are published. This machine's is built here and stripped;
+// those of other platforms are taken in if they were built (npm run test:windows, npm run test:arm64).
+//
+//   CORVENDA_TRUST_FILE=FILE npm run prebuild    a release names its trust file; otherwise the keys are those for development
+//   node scripts/prebuild.mjs --list             says what is there
+//
+// npm takes a script of this name for one that belongs before `npm run build`. What makes the binaries is therefore the
+// script that npm runs before `prebuild` when that is asked for by its name; `prebuild` itself lists what is there.
+import { copyFileSync, existsSync, mkdirSync, readFileSync, readdirSync, rmSync, statSync } from 'node:fs';
+import { createRequire } from 'node:module';
+import { availableParallelism } from 'node:os';
+import { join, relative, resolve } from 'node:path';
+import { parseArgs } from 'node:util';
+import { buildFolder, command, root, run, setup, SetupError } from './setup.mjs';
+
+export const prebuilds = join(root, 'prebuilds');
+export const developmentTrust = join(root, 'trust', 'development.json');
+
+const say = (line) => process.stderr.write(`prebuild: ${line}\n`);
+
+/** What other platforms' builds leave, by the name under which it is published. */
+const otherBuilds = {
+  'win32-x64': ['build/windows-msvc', 'build/windows'],
+  'linux-arm64-gnu': ['build/linux-arm64'],
+};
+
+/** Whether a binary was built with this trust file: its pieces of the keys lie in the binary as they are. */
+export function holdsKeysOf(binary, trustFile) {
+  const { packKeys } = JSON.parse(readFileSync(trustFile, 'utf8'));
+  const pieces = [packKeys['test-v1'].block, ...packKeys['test-v1'].values, ...packKeys['release-v1'].tables];
+  const bytes = readFileSync(binary);
+  return pieces.every((hex) => bytes.includes(Buffer.from(hex, 'hex')));
+}
+
+/** The addon for this machine with the keys of a trust file; those of a release get a build folder of their own. */
+function build(trust) {
+  setup();
+  if (trust === developmentTrust) return join(buildFolder, 'corvenda_semantic.node');
+  const folder = join(root, 'build', 'prebuild');
+  run('cmake', ['--preset', 'release', '-B', folder, '-DBUILD_TESTING=OFF', `-DCORVENDA_TRUST_FILE=${trust}`]);
+  run('cmake', ['--build', folder, '--parallel', String(availableParallelism()), '--target', 'corvenda_semantic']);
+  return join(folder, 'corvenda_semantic.node');
+}
+
+function take(binary, name, trust) {
+  const prebuild = join(prebuilds, `${name}.node`);
+  if (!holdsKeysOf(binary, trust)) throw new SetupError(`${relative(root, binary)} was built with other keys than ${trust}`);
+  copyFileSync(binary, prebuild);
+  if (name.startsWith('linux-x64')) run('strip', ['--strip-unneeded', prebuild]);
+}
+
+function make(trust) {
+  const binary = build(trust);
+  rmSync(prebuilds, { recursive: true, force: true });
+  mkdirSync(prebuilds);
+  take(binary, createRequire(import.meta.url)('../lib/target.cjs')(process), trust);
+  for (const [name, folders] of Object.entries(otherBuilds)) {
+    const built = folders.map((folder) => join(root, folder, 'corvenda_semantic.node')).find((path) => existsSync(path));
+    if (built) take(built, name, trust);
+    else say(`no ${name}, which was not built on this machine`);
+  }
+}
+
+function list() {
+  if (!existsSync(prebuilds)) return;
+  for (const name of readdirSync(prebuilds).sort()) {
+    const binary = join(prebuilds, name);
+    const keys = holdsKeysOf(binary, developmentTrust) ? 'the DEVELOPMENT keys, which are public: not for a release' : 'keys of its own';
+    say(`${relative(root, binary)}, ${Math.ceil(statSync(binary).size / 1024)} KiB, with ${keys}`);
+  }
+}
+
+if (process.argv[1] === import.meta.filename) {
+  await command((args) => {
+    const { values } = parseArgs({ args, options: { list: { type: 'boolean' } } });
+    if (values.list) list();
+    else make(resolve(process.env.CORVENDA_TRUST_FILE || developmentTrust));
+  });
+}
