@@ -17,15 +17,13 @@ export interface PackOptions {
   allowedRoot: string;
 }
 
-/** A second pack whose rows join those of the base pack. Its root is needed as soon as its path is not empty. */
-export type OverlayPackOptions =
-  | {
-    /** Path of the second pack. Absent, null and the empty string mean that there is none. */
-    overlayPackPath?: string | null;
-    /** The approved root of the second pack. */
-    overlayAllowedRoot: string;
-  }
-  | { overlayPackPath?: '' | null; overlayAllowedRoot?: string | null };
+/** A second pack whose rows join those of the base pack. */
+export interface OverlayPackOptions {
+  /** Path of the second pack, as `packPath`. Absent, `undefined`, null and the empty string mean that there is none. */
+  overlayPackPath?: string | null | undefined;
+  /** The approved root of the second pack, as `allowedRoot`. Needed as soon as `overlayPackPath` is not empty: a `TypeError`. */
+  overlayAllowedRoot?: string | null | undefined;
+}
 
 /** A title in its two forms. */
 export interface Title {
@@ -51,16 +49,23 @@ export type SceneRank = 0 | 100 | 200 | 300 | 400 | 500;
 
 /** The contract of this binary. Every value is fixed. */
 export interface SemanticInfo {
+  /** Always true: a call that fails throws. */
   ok: true;
+  /** Name of the module. */
   module: 'CorvendaSemantic';
+  /** Market of the build. */
   market: 'EN';
+  /** Version of what the functions promise. */
   contractVersion: 1;
+  /** Name of what the functions promise. */
   stage: 'native-stage-semantic-rule-pack-v1';
   /** File name of the native module. */
   binary: 'corvenda_semantic.node';
   /** The value of "schema" that a pack must have. */
   packSchema: 'corvenda.semantic-rule-pack.v1';
+  /** The value of "version" that a pack must have. */
   packVersion: 1;
+  /** The binary opens packs under the release key too. */
   testKeyOnly: false;
   /** Id of the key under which packs that ship are sealed. */
   releaseKeyId: 'release-v1';
@@ -92,7 +97,9 @@ export interface BinaryIndexInfo {
 
 /** What a pack says of itself, and what is in it. */
 export interface RulePackInfo {
+  /** Always true: a call that fails throws. */
   ok: true;
+  /** The pack's "schema". */
   schema: 'corvenda.semantic-rule-pack.v1';
   /** `base` stands by itself; `patch` is laid over a base. */
   kind: 'base' | 'patch';
@@ -108,6 +115,7 @@ export interface RulePackInfo {
   packBytes: number;
   /** Documents of each type, the names in byte order; types that do not occur are absent. */
   documentCounts: Partial<Record<DocumentTypeName, number>>;
+  /** The term index, in which the rows are. */
   binaryIndex: BinaryIndexInfo;
 }
 
@@ -121,6 +129,7 @@ export function inspectRulePack(options: PackOptions): RulePackInfo;
 
 // --- inspectSemanticDelta ----------------------------------------------------------------------------------------
 
+/** A patch pack and what it must be. */
 export interface DeltaOptions extends PackOptions {
   /** The rule set that the patch must start from. */
   baseRuleSetId: string;
@@ -130,7 +139,9 @@ export interface DeltaOptions extends PackOptions {
 
 /** A patch pack that is the expected one. */
 export interface SemanticDeltaInfo extends Omit<RulePackInfo, 'schema' | 'kind'> {
+  /** Version of this result. */
   contract: 'native-semantic-delta-v1';
+  /** As in `RulePackInfo`; a base pack is refused. */
   kind: 'patch';
 }
 
@@ -144,18 +155,25 @@ export function inspectSemanticDelta(options: DeltaOptions): SemanticDeltaInfo;
 
 // --- verifySemanticDeltaManifest ---------------------------------------------------------------------------------
 
+/** A patch pack, what it must be, and the manifest that vouches for it. */
 export interface DeltaManifestOptions extends DeltaOptions {
   /** Path of the signed manifest, 1 to 131072 bytes long, below `allowedRoot` like the pack. */
   manifestPath: string;
 }
 
+/** A patch pack that may be trusted. */
 export interface DeltaManifestResult {
+  /** Always true: a call that fails throws. */
   ok: true;
+  /** Version of this result. */
   contract: 'native-semantic-delta-manifest-v1';
+  /** The rule set that the patch starts from, as expected. */
   baseRuleSetId: string;
+  /** The rule set that the patch leads to, as expected. */
   ruleSetId: string;
   /** SHA-256 of the pack file as it lies on disk: 64 lower-case hexadecimal digits. */
   packSha256: string;
+  /** Always true: a signature that doesn't hold is an error. */
   signatureVerified: true;
 }
 
@@ -169,6 +187,7 @@ export function verifySemanticDeltaManifest(options: DeltaManifestOptions): Delt
 
 // --- lookupBinaryIndex -------------------------------------------------------------------------------------------
 
+/** A question to one section of a pack. */
 export interface LookupQuery {
   /** The section to ask. `location` covers the rows of all location shards too. */
   section: Section;
@@ -178,44 +197,60 @@ export interface LookupQuery {
   mode?: LookupMode;
 }
 
+/** A pack, and a question to it. */
 export interface LookupOptions extends PackOptions, LookupQuery {}
 
 /** A row that was found, scored as if it were a scene row. */
 export interface LookupMatch {
   /** The row's own section; for `location` possibly a name that begins with `location-`. */
   section: string;
+  /** The row's term. */
   term: string;
   /** All fields of the row. Every number in a row is text. */
   fields: string[];
+  /** How strong a row of this kind is; 0 for rows of other sections than scenes. */
   candidateRank: SceneRank;
   /** Field 3 of the row, "" if it has none: the kind of a scene row. */
   candidateType: string;
-  /** Earliness + (length + weight) - penalty for a generic word; may be negative. */
+  /**
+   * How well the row's term fits, higher is better: earliness, 10 at the start of the text to 0 from its eleventh character
+   * on; plus length, 0.9 (English) or 1.2 a character, at most 12; plus the row's weight, any number; less 0 to 26 for a
+   * word that says little, such as `daily`. May be negative.
+   */
   candidateScore: number;
-  /** Score as a scene detail; 0 unless the row's kind is `detail`. */
+  /** The same for a row of the kind `detail`, without weight: 6 to 24. 0 for rows of other kinds. */
   detailScore: number;
 }
 
 /** The matches of one scene, folded. */
 export interface SceneCandidate {
+  /** Key of the scene. */
   sceneKey: string;
   /** Detail of the strongest row: highest rank, then longest term. */
   detailLabel: string;
+  /** The highest rank among its rows. */
   bestRank: SceneRank;
-  /** Number of rows of this scene. */
+  /** Number of rows of this scene, 1 or more. */
   candidateCount: number;
+  /** The highest `detailScore` among its rows. */
   bestDetailScore: number;
   /** The kinds of its rows, each once, in the order of `matches`. */
   candidateTypes: string[];
 }
 
+/** The rows that a pack has for a term or a title. */
 export interface LookupResult {
+  /** Always true: a call that fails throws. */
   ok: true;
+  /** The option, unchanged; so are the next two. */
   section: Section;
+  /** The text that was asked about. */
   term: string;
+  /** How it was asked about. */
   mode: LookupMode;
   /** All rows, by rank, then length of the term, then field 0. Empty if none. */
   matches: LookupMatch[];
+  /** Version of the scores. */
   scoreContract: 'native-candidate-v1';
   /** One entry for each scene, strongest first; empty unless the section is `scene`. */
   sceneCandidates: SceneCandidate[];
@@ -231,6 +266,7 @@ export function lookupBinaryIndex(options: LookupOptions): LookupResult;
 
 // --- lookupBinaryIndexOverlay ------------------------------------------------------------------------------------
 
+/** Two packs, and a question to the first as seen through the second. */
 export interface OverlayLookupOptions extends LookupQuery {
   /** The base pack. */
   basePackPath: string;
@@ -240,20 +276,31 @@ export interface OverlayLookupOptions extends LookupQuery {
   allowedRoot: string;
 }
 
+/** A row that was found in one of the two packs. */
 export interface OverlayLookupMatch {
+  /** The row's own section; for `location` possibly a name that begins with `location-`. */
   section: string;
+  /** The row's term. */
   term: string;
   /** Which pack the row came from. */
   source: 'overlay' | 'base';
+  /** All fields of the row. Every number in a row is text. */
   fields: string[];
 }
 
+/** The rows that the two packs have for a term or a title. */
 export interface OverlayLookupResult {
+  /** Always true: a call that fails throws. */
   ok: true;
+  /** Version of this result. */
   contract: 'native-semantic-overlay-lookup-v1';
+  /** The option, unchanged; so are the next two. */
   section: Section;
+  /** The text that was asked about. */
   term: string;
+  /** How it was asked about. */
   mode: LookupMode;
+  /** The patch's rows come first. */
   overlayFirst: true;
   /** Id of the patch pack's rule set. */
   overlayRuleSetId: string;
@@ -273,20 +320,24 @@ export function lookupBinaryIndexOverlay(options: OverlayLookupOptions): Overlay
 
 // --- evaluateWorkflowPolicy --------------------------------------------------------------------------------------
 
-/** All six are optional; what is absent or no string counts as empty. */
+/**
+ * A title and the scene that it gave. All six are optional; what is absent or no string counts as empty. Words of asset
+ * handling are looked for as plain substrings, Chinese ones in `raw` and English ones in `normalizedEnglish`: `raw` is in
+ * `strawberry`, `test` in `latest`, `file` in `profile`.
+ */
 export interface WorkflowPolicyOptions {
   /** The title as the user wrote it. */
-  raw?: string;
-  /** Its English form. */
-  normalizedEnglish?: string;
-  /** The scene under judgement. */
-  sceneKey?: string;
-  /** The alias that gave the scene. */
-  alias?: string;
-  /** The scene's detail. */
-  detail?: string;
+  raw?: string | undefined;
+  /** Its English reading, in lower case. */
+  normalizedEnglish?: string | undefined;
+  /** Key of the scene under judgement, compared as it stands. */
+  sceneKey?: string | undefined;
+  /** The alias that gave the scene, compared as it stands. */
+  alias?: string | undefined;
+  /** The scene's detail, compared as it stands. */
+  detail?: string | undefined;
   /** Not empty while an override of the caller is in force: nothing is suppressed then. */
-  overrideType?: string;
+  overrideType?: string | undefined;
 }
 
 /** Why a scene is suppressed. */
@@ -300,21 +351,37 @@ export type WorkflowAllowReason =
   | 'sport-title-allow' | 'food-title-token-allow' | 'business-client-material-explicit-allow'
   | 'business-title-token-allow' | 'workflow-context-not-applicable';
 
+/** Whether the scene of a title stands, and why. */
 export type WorkflowPolicyResult = {
+  /** Always true: a call that fails throws. */
   ok: true;
+  /** Version of the decisions. */
   policyContract: 'native-workflow-v1';
   /** The option, unchanged; so are the next three. */
   sceneKey: string;
+  /** The alias that gave the scene. */
   alias: string;
+  /** The scene's detail. */
   detail: string;
+  /** The override in force, or "". */
   overrideType: string;
   /** The title speaks of files, footage, projects or the like. */
   hasAssetWorkflowContext: boolean;
   /** It does so in words that leave little doubt. */
   hasHardWorkflowContext: boolean;
 } & (
-  | { suppressed: true; reason: WorkflowSuppressReason }
-  | { suppressed: false; reason: WorkflowAllowReason }
+  | {
+    /** The title speaks of work on files: the scene should not be used. */
+    suppressed: true;
+    /** The rule that decided. */
+    reason: WorkflowSuppressReason;
+  }
+  | {
+    /** The scene stands. */
+    suppressed: false;
+    /** The rule that decided. */
+    reason: WorkflowAllowReason;
+  }
 );
 
 /**
@@ -325,12 +392,16 @@ export function evaluateWorkflowPolicy(options: WorkflowPolicyOptions): Workflow
 
 // --- extractSemanticFacets ---------------------------------------------------------------------------------------
 
+/** A pack, and a title. */
 export interface FacetOptions extends PackOptions, Title {}
 
 /** One alias that stands in the title. */
 export interface FacetHit {
+  /** What kind of thing the facet says, such as `creator`. */
   dimension: string;
+  /** Key of the facet inside its dimension. */
   facetKey: string;
+  /** The row's term, as it stands in the title. */
   alias: string;
   /** Language tag of the row: `zh` or another value. */
   type: string;
@@ -338,23 +409,29 @@ export interface FacetHit {
   index: number;
   /** Characters of the alias. */
   len: number;
+  /** Length, 0.4 a character or 0.6 for type `zh`, at most 8; plus the row's weight, any number. Higher is stronger. */
   score: number;
 }
 
 /** All hits of one facet. */
 export interface FacetGroup {
+  /** As in the hits. */
   dimension: string;
+  /** As in the hits. */
   facetKey: string;
-  /** Number of hits. */
+  /** Number of hits, 1 or more. */
   count: number;
   /** Sum of their scores. */
   score: number;
-  /** Smallest `index` among them. */
+  /** Smallest `index` among them, be it in the title or in its English reading. */
   firstIndex: number;
 }
 
+/** The facets of a title. */
 export interface FacetResult {
+  /** Always true: a call that fails throws. */
   ok: true;
+  /** Version of the scores. */
   facetContract: 'native-facet-v1';
   /** In the order of the pack's rows, those of `raw` first. */
   hits: FacetHit[];
@@ -371,16 +448,24 @@ export function extractSemanticFacets(options: FacetOptions): FacetResult;
 
 // --- resolveSceneIntent ------------------------------------------------------------------------------------------
 
+/** A pack, and a title. */
 export interface SceneIntentOptions extends PackOptions, Title {}
 
 /** Data of the scene, from the row that decided. All are strings, the priority too. */
 export interface SceneEntry {
+  /** Key of the scene. */
   key: string;
+  /** Detail that titles get which name the scene itself. */
   defaultDetail: string;
+  /** Weight of the scene's aliases: a decimal number as text, "" if there is none. */
   priority: string;
+  /** Name of the scene for people, in the language of the pack. */
   label: string;
+  /** Name of the scene in archives. */
   archiveLabel: string;
+  /** Short code of the scene in archives. */
   archiveCode: string;
+  /** Name of an icon. */
   icon: string;
 }
 
@@ -390,20 +475,48 @@ export interface IntentHit {
   alias: string;
   /** Its language: `zh` or `en`, "" for a row without one. */
   type: string;
+  /** Key of the scene, as in the result. */
   sceneKey: string;
+  /** The scene's detail, as in the result. */
   detail: string;
-  /** 0 for a travel inference that no row gave. */
+  /** How strong the row's kind is. 0 for a travel inference that no row gave. */
   rank: SceneRank;
+  /**
+   * How well the alias fits, higher is better among hits of one rank and length: earliness, 10 at the start of the title to
+   * 0 from its eleventh character on; plus length, 0.9 (English) or 1.2 a character, at most 12; plus the row's weight, any
+   * number. An alias that stands only in the English reading has the full 10 for earliness.
+   */
   score: number;
+  /** What the pack has to say about the scene. */
   entry: SceneEntry;
 }
 
 /** For a title without a scene `intentHit` is null and both strings are empty. */
 export type SceneIntent =
-  | { sceneKey: string; sceneDetail: string; intentHit: IntentHit }
-  | { sceneKey: ''; sceneDetail: ''; intentHit: null };
+  | {
+    /** Key of the scene. */
+    sceneKey: string;
+    /** What of the scene the title speaks of; may be "". */
+    sceneDetail: string;
+    /** The row that decided. */
+    intentHit: IntentHit;
+  }
+  | {
+    /** No scene. */
+    sceneKey: '';
+    /** No detail. */
+    sceneDetail: '';
+    /** No row. */
+    intentHit: null;
+  };
 
-export type SceneIntentResult = { ok: true; sceneContract: 'native-scene-v1' } & SceneIntent;
+/** The scene of one title. */
+export type SceneIntentResult = {
+  /** Always true: a call that fails throws. */
+  ok: true;
+  /** Version of matching and scores. */
+  sceneContract: 'native-scene-v1';
+} & SceneIntent;
 
 /**
  * Which scene one title is about, with which detail, and which alias decided. For more than a few titles use
@@ -419,41 +532,62 @@ export function resolveSceneIntent(options: SceneIntentOptions): SceneIntentResu
 export interface SceneOverlayCategory {
   /** The scene's key, not empty; else the category is dropped. */
   key: string;
-  label?: string;
-  archiveLabel?: string;
-  archiveCode?: string;
-  icon?: string;
-  defaultDetail?: string;
-  /** Weight of its aliases. A number is kept with six decimals. */
-  priority?: string | number;
+  /** Name of the scene for people. Default "", as for the next four. */
+  label?: string | undefined;
+  /** Name of the scene in archives. */
+  archiveLabel?: string | undefined;
+  /** Short code of the scene in archives. */
+  archiveCode?: string | undefined;
+  /** Name of an icon. */
+  icon?: string | undefined;
+  /** Detail that titles get which name the scene itself. */
+  defaultDetail?: string | undefined;
+  /** Weight of its aliases, any number; default 0. A number is kept with six decimals. */
+  priority?: string | number | undefined;
   /** Aliases that are looked for in `raw`, whatever their script; so are `aliases` and `keywords`. */
-  zh?: readonly string[];
-  aliases?: readonly string[];
-  keywords?: readonly string[];
+  zh?: readonly string[] | undefined;
+  /** More aliases that are looked for in `raw`. */
+  aliases?: readonly string[] | undefined;
+  /** More aliases that are looked for in `raw`. */
+  keywords?: readonly string[] | undefined;
   /** Aliases that are looked for in `normalizedEnglish`, as whole words. */
-  en?: readonly string[];
+  en?: readonly string[] | undefined;
   /** Finer descriptions inside the scene. */
-  details?: ReadonlyArray<{ label?: string; zh?: readonly string[]; en?: readonly string[] }>;
+  details?: readonly SceneOverlayDetail[] | undefined;
+}
+
+/** A finer description inside a scene of the caller's own. */
+export interface SceneOverlayDetail {
+  /** The detail, reported as `sceneDetail`. Default "". */
+  label?: string | undefined;
+  /** Aliases that are looked for in `raw`. */
+  zh?: readonly string[] | undefined;
+  /** Aliases that are looked for in `normalizedEnglish`, as whole words. */
+  en?: readonly string[] | undefined;
 }
 
 /** Words that decide for a scene above its plain aliases. */
 export interface SceneOverlayOverride {
   /** Key of the scene, not empty; else the override is dropped. */
   sceneKey: string;
-  detailLabel?: string;
-  zh?: readonly string[];
-  en?: readonly string[];
+  /** The detail, reported as `sceneDetail`. Default "". */
+  detailLabel?: string | undefined;
+  /** Aliases that are looked for in `raw`. */
+  zh?: readonly string[] | undefined;
+  /** Aliases that are looked for in `normalizedEnglish`, as whole words. */
+  en?: readonly string[] | undefined;
 }
 
 /** Scenes of the caller's own. What can't be read is dropped without an error. */
 export interface SceneOverlay {
-  categories?: readonly SceneOverlayCategory[];
+  /** Scenes with their aliases. */
+  categories?: readonly SceneOverlayCategory[] | undefined;
   /** Whole titles. Strongest. */
-  shortTitleOverrides?: readonly SceneOverlayOverride[];
+  shortTitleOverrides?: readonly SceneOverlayOverride[] | undefined;
   /** Weakest of the three, above plain aliases. */
-  compoundOverrides?: readonly SceneOverlayOverride[];
+  compoundOverrides?: readonly SceneOverlayOverride[] | undefined;
   /** Between the two. */
-  conflictOverrides?: readonly SceneOverlayOverride[];
+  conflictOverrides?: readonly SceneOverlayOverride[] | undefined;
 }
 
 /** A place: code, three positions that are not read, weight (default 0), label (default: the folded alias). */
@@ -463,16 +597,39 @@ export type LocationOverlayEntry = readonly [
 
 /** Places of the caller's own, by alias. What can't be read is dropped without an error. */
 export interface LocationOverlay {
-  aliasesZh?: Readonly<Record<string, readonly LocationOverlayEntry[]>>;
-  aliasesEn?: Readonly<Record<string, readonly LocationOverlayEntry[]>>;
+  /** Aliases that are looked for in `raw`. */
+  aliasesZh?: Readonly<Record<string, readonly LocationOverlayEntry[]>> | undefined;
+  /** Aliases that are looked for in `normalizedEnglish`, as whole words. */
+  aliasesEn?: Readonly<Record<string, readonly LocationOverlayEntry[]>> | undefined;
 }
 
-export type SceneIntentBatchOptions = PackOptions & OverlayPackOptions & {
+/** Packs, overlays and titles. */
+export interface SceneIntentBatchOptions extends PackOptions, OverlayPackOptions {
   /** The titles, at most 10000. One bad case fails the whole call. */
   cases: readonly Title[];
-  sceneOverlay?: SceneOverlay;
-  locationOverlay?: LocationOverlay;
-};
+  /** Scenes of the caller's own. */
+  sceneOverlay?: SceneOverlay | undefined;
+  /** Places of the caller's own. */
+  locationOverlay?: LocationOverlay | undefined;
+}
+
+/** The row that decided about a place. */
+export interface LocationHit {
+  /** The row's label, not its term. */
+  alias: string;
+  /** The row's code: that of a country, or what the pack has in its place. */
+  code: string;
+  /** Characters before the term, in the title without its blanks; 9999 if it occurs nowhere literally. */
+  index: number;
+  /** The row's label. */
+  label: string;
+  /** Characters of the label. */
+  len: number;
+  /** Class of the row, such as `location-famous`, `location`, `location-db-native`, `location-db-en`. */
+  source: string;
+  /** The row's weight, any number; higher is more likely. 0 if the row has none that can be read. */
+  weight: number;
+}
 
 /** The place that a title names. */
 export interface LocationMeta {
@@ -480,6 +637,7 @@ export interface LocationMeta {
   countryCode: string;
   /** The very array of `locationCodes`. */
   countryCodes: string[];
+  /** Name of the country, in the language of the row. */
   countryLabel: string;
   /** Name of the place inside the country; may be empty. */
   locationLabel: string;
@@ -488,23 +646,14 @@ export interface LocationMeta {
   /** Same as `shortLabel`. */
   fullLabel: string;
   /** The row that decided; null if only the country itself was named. */
-  primaryHit: {
-    /** The row's label, not its term. */
-    alias: string;
-    code: string;
-    /** Characters before the term; 9999 if it occurs nowhere literally. */
-    index: number;
-    label: string;
-    /** Characters of the label. */
-    len: number;
-    /** Class of the row, such as `location-famous`, `location`, `location-db-native`, `location-db-en`. */
-    source: string;
-    weight: number;
-  } | null;
+  primaryHit: LocationHit | null;
 }
 
+/** Scene and place of one title. */
 export type SceneIntentBatchCase = {
+  /** Always true: a call that fails throws. */
   ok: true;
+  /** Version of matching and scores. */
   sceneContract: 'native-scene-v1';
   /** At most three codes, the most likely first. */
   locationCodes: string[];
@@ -512,8 +661,11 @@ export type SceneIntentBatchCase = {
   locationMeta: LocationMeta | null;
 } & SceneIntent;
 
+/** Scenes and places of many titles. */
 export interface SceneIntentBatchResult {
+  /** Always true: a call that fails throws. */
   ok: true;
+  /** Version of matching and scores. */
   sceneContract: 'native-scene-v1';
   /** Number of cases. */
   count: number;
@@ -542,68 +694,93 @@ export interface CelebrityOverlayPerson {
   id: string;
   /** Display name and first alias, not empty. */
   name: string;
-  kind?: CelebrityKind;
-  region?: string;
-  /** Key of a portrait. */
-  photoKey?: string;
-  priority?: string | number;
-  tags?: readonly string[];
+  /** What the person is known as; decides which badge is the default. */
+  kind?: CelebrityKind | undefined;
+  /** Region code, such as `JP`. Default "". */
+  region?: string | undefined;
+  /** Key of a portrait. Default "". */
+  photoKey?: string | undefined;
+  /** Kept with the row, a number with six decimals; decides nothing today. */
+  priority?: string | number | undefined;
+  /** Words that are reported with the person. */
+  tags?: readonly string[] | undefined;
   /** Further aliases, under names that are free (language codes, for instance). */
-  aliases?: Readonly<Record<string, readonly string[]>>;
+  aliases?: Readonly<Record<string, readonly string[]>> | undefined;
 }
 
-/** Everything is optional; what is absent or no string counts as empty. */
+/** A title. Everything is optional; what is absent or no string counts as empty. */
 export interface CelebrityCase {
-  raw?: string;
-  normalizedEnglish?: string;
+  /** The title as the library has it. Names are looked for in it without its blanks, activities as it stands. */
+  raw?: string | undefined;
+  /** Its English reading, in which names and activities are looked for too. */
+  normalizedEnglish?: string | undefined;
   /** Anything but exactly `photo` counts as `video`. */
-  mediaType?: 'photo' | 'video';
+  mediaType?: 'photo' | 'video' | undefined;
 }
 
-export type CelebrityBadgeBatchOptions = PackOptions & OverlayPackOptions & {
+/** Packs, an overlay and titles. */
+export interface CelebrityBadgeBatchOptions extends PackOptions, OverlayPackOptions {
   /** The titles; there is no limit. */
   cases: readonly CelebrityCase[];
-  /** What can't be read is dropped without an error. */
-  celebrityOverlay?: readonly CelebrityOverlayPerson[];
-};
+  /** People of the caller's own. What can't be read is dropped without an error. */
+  celebrityOverlay?: readonly CelebrityOverlayPerson[] | undefined;
+}
 
+/** A person that a title names. */
 export interface CelebrityHit {
+  /** The person's id in the pack or overlay. */
   id: string;
+  /** The person's display name. */
   name: string;
+  /** Region code, or "". */
   region: string;
+  /** What the person is known as, or "". */
   kind: CelebrityKind;
+  /** Key of a portrait, or "". */
   photoKey: string;
   /** The longest alias of this person in the title, in folded form. */
   alias: string;
   /** `en` if the alias has only a to z, digits and blanks. */
   type: 'en' | 'zh';
+  /** How the person was found. */
   sourceKind: 'alias';
   /** Position in `celebrityHits`. */
   index: number;
   /** Length of the alias in bytes of UTF-8. */
   len: number;
+  /** The person's words of the pack or overlay. */
   tags: string[];
 }
 
+/** A badge that could be shown. */
 export interface BadgeCandidate {
   /** The badge, a short Chinese label. */
   label: string;
-  /** 54 to 100. */
+  /** How sure the badge is: 54 (fits anybody) to 100 (the title says so). */
   score: number;
+  /** What speaks for a badge at this place of the list. */
   reason:
     | 'default' | 'default-kind' | 'adult' | 'idol-fan' | 'fan' | 'explicit' | 'photo-airport' | 'photo-brand' | 'brand'
     | 'fashion';
 }
 
-/** With nobody named, `primaryCelebrity` is null and everything after it is empty. */
-export type CelebrityBadgeCase = { ok: true; mediaType: 'photo' | 'video' } & (
+/** The people of one title. With nobody named, `primaryCelebrity` is null and everything after it is empty. */
+export type CelebrityBadgeCase = {
+  /** Always true: a call that fails throws. */
+  ok: true;
+  /** What the badge was made for. */
+  mediaType: 'photo' | 'video';
+} & (
   | {
     /** The people that the title names, each once, the longest alias first. */
     celebrityHits: [CelebrityHit, ...CelebrityHit[]];
+    /** The first of them. */
     primaryCelebrity: CelebrityHit;
+    /** The first one's display name. */
     primaryLabel: string;
+    /** Key of the first one's portrait, or "". */
     primaryPhotoKey: string;
-    /** The proposed badge. */
+    /** The proposed badge, a short Chinese label. */
     secondaryRawLabel: string;
     /** A more general badge of the same activity. */
     secondaryMediumFallbackLabel: string;
@@ -611,29 +788,46 @@ export type CelebrityBadgeCase = { ok: true; mediaType: 'photo' | 'video' } & (
     secondaryFallbackLabel: string;
     /** Same as `secondaryRawLabel`. */
     secondaryLabel: string;
+    /** Always false: nothing falls back by itself. */
     secondaryUsedMediumFallback: false;
-    /** In a fixed order that is not always that of the scores. */
+    /** Badges that could be shown, in a fixed order that is not always that of the scores. */
     secondaryCandidates: [BadgeCandidate, BadgeCandidate, ...BadgeCandidate[]];
+    /** How sure the first candidate is: by its score, and by how far the second is behind. */
     secondaryConfidence: 0.99 | 0.96 | 0.9 | 0.78 | 0.64 | 0.52;
+    /** The same in words: `high` from 0.9, `medium` from 0.64. */
     secondaryConfidenceLevel: 'high' | 'medium' | 'low';
   }
   | {
+    /** Nobody. */
     celebrityHits: [];
+    /** Nobody. */
     primaryCelebrity: null;
+    /** Empty, as all labels. */
     primaryLabel: '';
+    /** Empty. */
     primaryPhotoKey: '';
+    /** Empty. */
     secondaryRawLabel: '';
+    /** Empty. */
     secondaryMediumFallbackLabel: '';
+    /** Empty. */
     secondaryFallbackLabel: '';
+    /** Empty. */
     secondaryLabel: '';
+    /** Always false. */
     secondaryUsedMediumFallback: false;
+    /** Empty. */
     secondaryCandidates: [];
+    /** 0: there is no badge. */
     secondaryConfidence: 0;
+    /** Empty. */
     secondaryConfidenceLevel: '';
   }
 );
 
+/** The people of many titles. */
 export interface CelebrityBadgeBatchResult {
+  /** Always true: a call that fails throws. */
   ok: true;
   /** Number of cases. */
   count: number;
@@ -650,11 +844,16 @@ export function resolveCelebrityBadgeBatch(options: CelebrityBadgeBatchOptions):
 
 // --- warmSemanticRulePack ----------------------------------------------------------------------------------------
 
-export type WarmOptions = PackOptions & OverlayPackOptions;
+/** The packs to load. */
+export interface WarmOptions extends PackOptions, OverlayPackOptions {}
 
+/** What was loaded. */
 export interface WarmResult {
+  /** Always true: a promise that fails is rejected. */
   ok: true;
+  /** Who loaded it. */
   authority: 'native';
+  /** The packs, and the places of both together, are in memory. */
   prewarmed: boolean;
 }
 

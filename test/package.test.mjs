@@ -7,6 +7,7 @@ import { createRequire } from 'node:module';
 import { dirname, join, resolve } from 'node:path';
 import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
+import ts from 'typescript';
 import { addon } from './support/addon.mjs';
 import { root as folder } from './support/packs.mjs';
 import { noElf, noNpm } from './support/platform.mjs';
@@ -30,9 +31,21 @@ function put(place, content) {
   writeFileSync(join(installed, place), content);
 }
 
-test('types that name the functions in order', () => {
+test('types that name the functions in order, and say what everything in them is', () => {
   const declared = (path) => Array.from(read(path).matchAll(/^export (?:function|const) (\w+)/gm), ([, name]) => name);
   assert.deepEqual(declared('lib/index.d.cts'), Object.keys(addon).filter((name) => typeof addon[name] === 'function'));
+  const silent = [];
+  for (const path of ['lib/index.d.cts', 'lib/lexicon.d.cts']) {
+    const source = ts.createSourceFile(path, read(path), ts.ScriptTarget.Latest, true);
+    const visit = (node) => {
+      const counts = ts.isTypeElement(node) || ts.isInterfaceDeclaration(node) || ts.isTypeAliasDeclaration(node) ||
+        ts.isFunctionDeclaration(node);
+      if (counts && !ts.getJSDocCommentsAndTags(node).length) silent.push(`${path}: ${node.getText().split('\n')[0]}`);
+      ts.forEachChild(node, visit);
+    };
+    visit(source);
+  }
+  assert.deepEqual(silent, []);
 });
 
 test('the tarball holds what package.json names and nothing of the work on it; both formats find the binary', { skip: noNpm }, () => {

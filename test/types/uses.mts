@@ -1,5 +1,6 @@
 // How a caller of the module entry writes it; compiled, never run. A line below `@ts-expect-error` must not compile.
 import semantic, * as names from 'corvenda-semantic';
+import { openLexicon, type LexiconOptions, type SemanticError } from 'corvenda-semantic/lexicon';
 import { buildBinaryIndex, buildPack, INDEX_DOCUMENT_NAME, signDetached, type Trust } from 'corvenda-semantic/tools';
 
 const pack: names.PackOptions = { packPath: 'a.klrx', allowedRoot: '.' };
@@ -10,8 +11,6 @@ semantic.default;
 semantic.resolveSceneIntent(pack);
 // @ts-expect-error: results are closed
 semantic.inspectRulePack(pack).keyId;
-// @ts-expect-error: an overlay pack needs its root
-semantic.warmSemanticRulePack({ ...pack, overlayPackPath: 'b.klrx' });
 // @ts-expect-error: five sections
 semantic.lookupBinaryIndex({ ...pack, section: 'people', term: 'x' });
 const policy = semantic.evaluateWorkflowPolicy({ raw: '项目交付', sceneKey: 'travel' });
@@ -27,11 +26,27 @@ for (const result of names.resolveSceneIntentBatch({ ...pack, cases: [{ raw: 'x'
   (result.intentHit ? result.intentHit.entry.priority : result.sceneKey) satisfies string;
 }
 declare const maybe: string | undefined;
-(await names.warmSemanticRulePack({ ...pack, overlayPackPath: maybe ?? null, overlayAllowedRoot: '.' })).prewarmed satisfies boolean;
+(await names.warmSemanticRulePack({ ...pack, overlayPackPath: maybe, overlayAllowedRoot: '.' })).prewarmed satisfies boolean;
+names.resolveCelebrityBadgeBatch({ ...pack, ...(maybe && { overlayPackPath: maybe, overlayAllowedRoot: '.' }), cases: [], celebrityOverlay: undefined });
+// @ts-expect-error: an explicit undefined is refused when the call is made
+names.resolveSceneIntent({ ...pack, raw: 'x', normalizedEnglish: maybe });
 const data = buildBinaryIndex({ sections: [{ type: 'scene', rows: [{ term: 'a', fields: ['b'] }] }] });
 buildPack({ ruleSetId: 'one', documents: [{ type: 'semantic-index', name: INDEX_DOCUMENT_NAME, data }] }) satisfies Uint8Array;
 // @ts-expect-error: two keys
 buildPack({ ruleSetId: 'one', documents: [], keyId: 'test-v2' });
+
+const options: LexiconOptions = { pack: new URL('a.klrx', import.meta.url), patch: maybe, overlays: { scenes: sceneOverlay, places: locationOverlay } };
+{
+  await using lexicon = await openLexicon(options);
+  async function* titles() { yield { raw: null, mediaType: 'photo' as const }; }
+  const signal = new AbortController().signal;
+  (await lexicon.people(titles(), { signal, onProgress: ({ done, total = 0 }) => done / total }))[0]?.primaryLabel satisfies string | undefined;
+  (await lexicon.places(new Set(['x']))).map(({ locationMeta }) => locationMeta?.primaryHit?.weight) satisfies Array<number | undefined>;
+  // @ts-expect-error: titles, not numbers
+  lexicon.resolve([5]);
+}
+const caught = new Error() as SemanticError;
+if (caught.code === 'ERR_SEMANTIC_TITLE') caught.index satisfies number | undefined;
 declare const trust: Trust;
 // @ts-expect-error: bytes
 signDetached('text', { trust }) satisfies string;

@@ -1,0 +1,2 @@
+// The same types under the module entry.
+export * from './lexicon.cjs';

@@ -1,0 +1,7 @@
+'use strict';
+
+/** An error with a code and what it is about: the path of a file, or the index of a title. */
+module.exports = function semanticError(code, message, { type = Error, cause, ...about } = {}) {
+  const error = new type(message, cause === undefined ? undefined : { cause });
+  return Object.assign(error, { code }, about);
+};
