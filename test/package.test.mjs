@@ -2,7 +2,7 @@
 // formats and their types give the same twelve functions, and what the binary shows to the process that loads it.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { existsSync, mkdirSync, readFileSync, readdirSync, rmSync, symlinkSync, writeFileSync } from 'node:fs';
+import { existsSync, mkdirSync, readFileSync, rmSync, symlinkSync, writeFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { dirname, join, resolve } from 'node:path';
 import { test } from 'node:test';
@@ -26,6 +26,18 @@ const run = (program, args, options) =>
   execFileSync(program, args, { cwd: root, encoding: 'utf8', env, stdio: 'pipe', ...options });
 const runModule = (code) =>
   run(process.execPath, ['--input-type=module', '-e', code], { cwd: folder, env: process.env });
+/** GitHub's anchor of a heading. */
+const anchorOf = (heading) => heading.toLowerCase().replace(/[^\p{L}\p{N}_ -]/gu, '').replaceAll(' ', '-');
+/** Links of a document in the package to what is not in it. The page on performance leads to the benchmarks, which stay out. */
+function brokenLinks(path) {
+  const links = Array.from(readFileSync(join(installed, path), 'utf8').matchAll(/\]\((?!https?:)([^)#]*)(?:#([^)]*))?\)/g));
+  const isBroken = ([, to, anchor]) => {
+    const target = to === '' ? join(installed, path) : join(installed, dirname(path), to);
+    if (!existsSync(target)) return path !== 'docs/performance.md';
+    return anchor && !readFileSync(target, 'utf8').match(/^#+ .*$/gm).map((line) => anchorOf(line.replace(/^#+ /, ''))).includes(anchor);
+  };
+  return links.filter(isBroken).map(([link]) => `${path}: ${link}`);
+}
 function put(place, content) {
   mkdirSync(dirname(join(installed, place)), { recursive: true });
   writeFileSync(join(installed, place), content);
@@ -66,19 +78,14 @@ test('the tarball holds what package.json names and nothing of the work on it; b
   const unasked = Object.keys(scripts).filter((name) => /^(?:pre|post)?install$|^prepare$/.test(name));
   assert.deepEqual(unasked, [], 'nothing runs by itself');
   assert.doesNotMatch(read('package-lock.json'), /"resolved"/);
+  assert.deepEqual(files.map(({ path }) => path).filter((path) => path.endsWith('.md')).flatMap(brokenLinks), []);
 
-  const [, example, output] = /```js\n(.*?)```\n\n```\n(.*?)```/s.exec(read('README.md'));
-  const lexicons = readdirSync(join(root, 'sample/lexicon')).map((name) => join(root, 'sample/lexicon', name));
-  const sample = join(folder, 'build/demo/sample.klrx');
-  mkdirSync(dirname(sample), { recursive: true });
-  run(process.execPath, [join(installed, bin.klrx), 'build', ...lexicons, '--out', sample]);
   for (const place of places) {
     put(place, readFileSync(binary));
-    assert.equal(runModule(example), output, place);
     assert.equal(runModule(`import * as named from 'corvenda-semantic';
       const required = (await import('node:module')).createRequire(import.meta.url)('corvenda-semantic');
       const same = (name) => named[name] === required[name] && named.default[name] === required[name];
-      console.log(Object.keys(required).filter(same).join());`), `${Object.keys(addon)}\n`);
+      console.log(Object.keys(required).filter(same).join());`), `${Object.keys(addon)}\n`, place);
     rmSync(join(installed, place));
   }
   put(places[2], 'no library');
@@ -108,7 +115,7 @@ test('the binary shows two entry points, needs Node-API and the system, and stay
 });
 
 test('the published binary runs on the systems that README names', { skip }, () => {
-  const [, glibc, libstdcxx] = /glibc ([\d.]+) and libstdc\+\+ ([\d.]+)/.exec(read('README.md'));
+  const [, glibc, libstdcxx] = /`GLIBC_([\d.]+)`, `GLIBCXX_([\d.]+)`/.exec(read('README.md'));
   const floors = { GLIBC: glibc, GLIBCXX: libstdcxx, CXXABI: '1.3.13', GCC: '3.0' };
   const versions = new Set(run('nm', ['-D', '--undefined-only', published]).match(/@(?:GLIBC|GLIBCXX|CXXABI|GCC)_[\d.]+/g));
   const newer = [...versions].filter((version) => {
