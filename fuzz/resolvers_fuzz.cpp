@@ -283,9 +283,9 @@ void judgeWorkflow(const plain::Title& title, const std::string& more) {
   const WorkflowDecision longer =
       evaluateWorkflowPolicy({title.raw + more, more + title.english, "food", "打包", "", more});
   mustHold(!decision.reason.empty() &&
-           (!decision.suppressed || decision.hasAssetWorkflowContext || decision.hasHardWorkflowContext));
-  mustHold(!decision.hasAssetWorkflowContext || longer.hasAssetWorkflowContext);
-  mustHold(!decision.hasHardWorkflowContext || longer.hasHardWorkflowContext);
+           (!decision.suppressed || !decision.assetWord.empty() || !decision.hardWord.empty()));
+  mustHold(decision.assetWord.empty() || !longer.assetWord.empty());
+  mustHold(decision.hardWord.empty() || !longer.hardWord.empty());
   mustHold(more.empty() || !longer.suppressed);
 }
 

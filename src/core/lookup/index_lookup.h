@@ -34,8 +34,8 @@ struct LookupCandidate {
 int genericTermPenalty(std::string_view term, std::string_view lang);
 
 /// early + (length + weight), less the penalty; may be negative. `prefix` is the text before the term. Unlike
-/// `sceneScoreParts` it accepts any number of fields (a row without a language counts as "zh"), and a weight that is not
-/// a number counts as 0 without voiding the rest.
+/// `sceneScoreParts` it accepts any number of fields (a row without a language counts as "zh"), and a weight that is
+/// not a number counts as 0 without voiding the rest.
 double lookupRowScore(const IndexRecord& record, std::string_view prefix);
 
 /// early + length + 6 for a row of kind "detail", else 0. `prefix` is the text before the term.
