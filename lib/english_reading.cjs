@@ -14,7 +14,10 @@ function englishReading(text) {
     .toLowerCase()
     .replace(withPlainLetter, (letter) => plainLetters[letter]);
   // An apostrophe belongs to a word only inside it; elsewhere it is a quotation mark.
-  return folded.replace(/[^a-z0-9']+|(?<![a-z0-9])'|'(?![a-z0-9])/g, ' ').replace(/ +/g, ' ').trim();
+  const words = folded.replace(/[^a-z0-9'\p{L}\p{N}]+|(?<![a-z0-9])'|'(?![a-z0-9])/gu, ' ').trim();
+  if (!/[a-z0-9]/.test(words)) return '';
+  // What can't be read keeps its place: a reading of "vlog" alone would be found to equal the whole title.
+  return words.replace(/[^a-z0-9' ]+/g, ' … ').replace(/ {2,}/g, ' ').replace(/…( …)+/g, '…').trim();
 }
 
 module.exports = englishReading;

@@ -178,7 +178,7 @@ export function openLexicon(options: LexiconOptions): Promise<Lexicon>;
  * | full-width and other forms of letters and digits | the plain ones: `ＣＡＦＥ` → `cafe`, `①` → `1` |
  * | an apostrophe inside a word, also a curved one | stays, straight: `Rubik’s` → `rubik's` |
  * | an apostrophe elsewhere | a blank: `'Tokyo'` → `tokyo` |
- * | letters of other scripts | a blank: `东京vlog` → `vlog` |
+ * | words in other scripts, beside Latin ones | `…`, so that the rest doesn't pass for the whole title: `东京vlog` → `… vlog` |
  * | all else: blanks of any kind, punctuation, `_`, `&`, emoji | one blank between words: `B&B_2024.mp4` → `b b 2024 mp4` |
  */
 export function englishReading(text: string): string;

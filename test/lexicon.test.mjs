@@ -15,7 +15,7 @@ test('an English reading: words in lower case, without marks, other scripts and 
     ['Łódź Straße Ærø İstanbul Việt Nam', 'lodz strasse aero istanbul viet nam'],
     ['ＣＡＦＥ　ﬁne ①½', 'cafe fine 11 2'], ['iPhone™ 25℃', 'iphone 25 c'],
     ['Rubik’s n´t \'Tokyo\' rock \'n\' roll a\'\'b', "rubik's n't tokyo rock n roll a b"],
-    ['co\u00adop\u200d s', 'coop s'], ['东京vlog2024街 Кафе', 'vlog2024'],
+    ['co\u00adop\u200d s', 'coop s'], ['东京vlog2024街 Кафе', '… vlog2024 …'], ['街 Кафе！', ''], ['a 东京 vlog', 'a … vlog'],
     ['B&B_2024.mp4\t\n—🏖️end', 'b b 2024 mp4 end'],
   ]) assert.equal(englishReading(title), reading, title);
 });
