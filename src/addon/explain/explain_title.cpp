@@ -336,15 +336,12 @@ ExplainedScene explainScene(Explanation* explanation) {
 
 // --- Places --------------------------------------------------------------------------------------------------------
 
-bool isSameRow(const LocationHit& a, const LocationHit& b) { return a.part == b.part && a.number == b.number; }
-
 /// What became of a hit on its way to the codes.
 std::string_view fateOf(const Explanation& explanation, const LocationHit& hit) {
   const LocationTrace& trace = explanation.trace.location;
   const auto& codes = explanation.answer.location.codes;
   if (trace.choice == CodeChoice::kCurated && isDatabase(hit.row.source)) return "silenced-by-curated";
-  const bool nested = std::any_of(trace.nested.begin(), trace.nested.end(),
-                                  [&](const LocationHit& other) { return isSameRow(hit, other); });
+  const bool nested = std::find(trace.nested.begin(), trace.nested.end(), &hit) != trace.nested.end();
   if (nested) return "inside-longer-name";
   if (std::find(codes.begin(), codes.end(), hit.row.code) != codes.end()) return "reported";
   // Nothing else keeps a code out but that three are reported already, or that its total is too low.
@@ -359,7 +356,7 @@ ExplainedPlaces explainPlaces(const Explanation& explanation) {
   ExplainedPlaces places{nameOf(trace.choice), {}, {}, trace.totals};
   // The hits of an earlier title stay in the scratch memory if this one has none.
   if (explanation.answer.location.found) {
-    for (const LocationHit& hit : explanation.scratch.hits) {
+    for (const LocationHit& hit : explanation.scratch.location.hits) {
       places.hits.push_back({hit, locationScore(hit), placeAt(hit.part, hit.number), fateOf(explanation, hit)});
     }
   }

@@ -193,8 +193,8 @@ LocationAnswer resolvePlaces(const BatchLexicon& lexicon, const TitleTexts& titl
     scratch->places.push_back({lexicon.parts[i].table, &scratch->rows[i].places});
     any |= !scratch->rows[i].places.empty();
   }
-  LocationTrace* const trace = scratch->trace == nullptr ? nullptr : &scratch->trace->location;
-  return any ? resolveLocation(lexicon.base->table, scratch->places, title, &scratch->hits, trace) : LocationAnswer();
+  scratch->location.trace = scratch->trace == nullptr ? nullptr : &scratch->trace->location;
+  return any ? resolveLocation(lexicon.base->table, scratch->places, title, &scratch->location) : LocationAnswer();
 }
 
 }  // namespace

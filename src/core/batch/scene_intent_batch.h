@@ -24,13 +24,13 @@ struct BatchScratch {
   TitleSearch search;
   std::vector<TitleRows> rows;  ///< of each part of the lexicon
   std::vector<PlaceRows> places;
-  std::vector<LocationHit> hits;
+  LocationScratch location;
   std::vector<HumanMatch> humans;
   SceneCandidates candidates;
   BatchTrace* trace = nullptr;  ///< of people who ask why, see batch_trace.h; null for all others
 };
 
-/// The answer for one title. It points into the title and the lexicon.
+/// The answer for one title. It points into the title, the lexicon and the scratch.
 struct BatchAnswer {
   LocationAnswer location;
   SceneAnswer scene;

@@ -139,12 +139,9 @@ std::optional<std::size_t> findCharacter(std::string_view character, Search* sea
 
 /// Where the word first occurs in the English reading; folds are compared.
 std::optional<std::size_t> findWord(std::string_view word, std::string_view english) {
-  const std::string folded = compactTerm(word);
-  std::string token;
   for (std::size_t begin = 0; begin < english.size();) {
     const std::size_t end = std::min(english.find(' ', begin), english.size());
-    compactTerm(english.substr(begin, end - begin), &token);
-    if (end > begin && token == folded) return begin;
+    if (end > begin && isSameFold(english.substr(begin, end - begin), word)) return begin;
     begin = end + 1;
   }
   return std::nullopt;
@@ -161,10 +158,16 @@ std::optional<std::size_t> lookupPlace(const PlaceRow& row, Search* search) {
 
 // --- Curated twins -------------------------------------------------------------------------------------------------
 
-/// Adds the codes of a term's rows in the section "location" itself.
-void addCuratedCodes(const RecordTable& table, const TermIndex& index, std::string_view term,
+/// A place row of which the term was found in the title.
+struct FoundPlace {
+  const PlaceRow& row;
+  const RecordTable& table;
+  std::uint32_t number;  ///< in the table
+};
+
+/// Adds the codes of the rows of a term, `lastRow` among them, that are in the section "location" itself.
+void addCuratedCodes(const RecordTable& table, const TermIndex& index, std::optional<std::uint32_t> lastRow,
                      std::vector<std::string_view>* codes) {
-  const auto lastRow = findTerm(table, index, term);
   if (!lastRow) return;
   forEachRow(index, *lastRow, [&](std::uint32_t number) {
     if (segmentOf(table, number).name != "location") return;
@@ -175,13 +178,20 @@ void addCuratedCodes(const RecordTable& table, const TermIndex& index, std::stri
 
 /// True if the base pack's own section "location" has a row with this term and code: then a database row says nothing
 /// new. A database row inside that section suppresses itself.
-bool isCuratedToo(const PlaceRow& row, Search* search) {
+bool isCuratedToo(const FoundPlace& place, Search* search) {
+  const PlaceRow& row = place.row;
   // Looked up once per term: one alias can have thousands of rows.
   if (row.term != search->curatedTerm) {
     search->curatedTerm = row.term;
     search->curatedCodes.clear();
-    addCuratedCodes(search->base, nativeIndex(search->base), row.term, &search->curatedCodes);
-    addCuratedCodes(search->base, englishIndex(search->base), row.term, &search->curatedCodes);
+    const RecordTable& base = search->base;
+    for (const bool english : {false, true}) {
+      const TermIndex& index = english ? englishIndex(base) : nativeIndex(base);
+      // A row of the base pack leads to all others with its term, without a look-up.
+      const bool known = &place.table == &base && row.english == english;
+      addCuratedCodes(base, index, known ? std::optional(place.number) : findWholeTerm(base, index, row.term),
+                      &search->curatedCodes);
+    }
     std::sort(search->curatedCodes.begin(), search->curatedCodes.end());
   }
   return std::binary_search(search->curatedCodes.begin(), search->curatedCodes.end(), row.code);
@@ -218,11 +228,12 @@ bool isCommonWord(std::string_view term) {
   return std::find(std::begin(kCommonWordTerms), std::end(kCommonWordTerms), term) != std::end(kCommonWordTerms);
 }
 
-/// Adds a row whose term was found in the title, if it passes all the tests.
-void addHit(const PlaceRow& row, const FoundRow& found, std::size_t part, Search* search,
+/// Adds a row whose term was found at `position`, if it passes all the tests.
+void addHit(const FoundPlace& found, std::uint32_t position, std::size_t part, Search* search,
             std::vector<LocationHit>* hits) {
+  const PlaceRow& row = found.row;
   const auto drop = [&](PlaceDrop reason) {
-    if (search->trace != nullptr) search->trace->dropped.push_back({row, part, found.row, reason});
+    if (search->trace != nullptr) search->trace->dropped.push_back({row, part, found.number, reason});
   };
   if (row.fieldCount < location_field::kCount) return drop(PlaceDrop::kMalformed);
   if (row.english && row.section == "location-base") return drop(PlaceDrop::kBaseEnglish);
@@ -230,13 +241,13 @@ void addHit(const PlaceRow& row, const FoundRow& found, std::size_t part, Search
   if (!regionAllowed(row.section, search)) return drop(PlaceDrop::kRegion);
   const auto place = lookupPlace(row, search);
   if (!place) return drop(PlaceDrop::kKeyMissing);
-  if (isDatabase(row.source) && isCuratedToo(row, search)) return drop(PlaceDrop::kCurated);
+  if (isDatabase(row.source) && isCuratedToo(found, search)) return drop(PlaceDrop::kCurated);
   LocationHit& hit = hits->emplace_back();
   hit.row = row;
   hit.place = *place;
   hit.part = part;
-  hit.number = found.row;
-  scoreHit(row.english ? containsTerm(search->title.compactEnglish, row.term) : found.position, search->title, &hit);
+  hit.number = found.number;
+  scoreHit(row.english ? containsTerm(search->title.compactEnglish, row.term) : position, search->title, &hit);
 }
 
 }  // namespace
@@ -251,7 +262,8 @@ void findLocationHits(const RecordTable& base, std::span<const PlaceRows> places
   Search search{base, title, trace, {}, {}, {}, {}, {}, {}};
   for (std::size_t part = 0; part < places.size(); ++part) {
     for (const FoundRow& found : *places[part].rows) {
-      addHit(placeRowAt(*places[part].table, found.row), found, part, &search, hits);
+      const PlaceRow row = placeRowAt(*places[part].table, found.row);
+      addHit({row, *places[part].table, found.row}, found.position, part, &search, hits);
     }
   }
   if (hits->size() > 1) std::sort(hits->begin(), hits->end(), foundBefore);

@@ -105,28 +105,34 @@ bool isStrongGroup(const LocationGroup& group, double top) {
 
 /// Groups consist of database hits only: if there is a single hit of a country, a famous place or a curated one, the
 /// codes are taken from such hits (see selectCodes). So no rule here is about those classes.
-Codes codesFromGroups(const std::vector<LocationGroup>& groups, LocationTrace* trace) {
-  Codes codes;
+void codesFromGroups(const std::vector<LocationGroup>& groups, LocationTrace* trace, Codes* codes) {
   for (const LocationGroup& group : groups) {
     if (trace != nullptr) trace->totals.push_back({group.code, group.totalScore, group.labelScores.size()});
     const bool first = &group == &groups.front();
-    if (first || isStrongGroup(group, groups.front().totalScore)) addCode(group.code, &codes);
+    if (first || isStrongGroup(group, groups.front().totalScore)) addCode(group.code, codes);
   }
-  return codes;
 }
+
+using Hits = std::vector<const LocationHit*>;
 
 /// Drops each hit that lies inside another one, that is, whose span the other's covers without being equal to it. With
 /// the spans sorted by begin, longer ones first, only the farthest end so far has to be compared.
-std::vector<LocationHit> dropNestedHits(std::vector<LocationHit> hits, LocationTrace* trace) {
-  const auto end = [](const LocationHit& hit) { return hit.firstIndex + hit.matchChars; };
-  std::stable_sort(hits.begin(), hits.end(), [&](const LocationHit& a, const LocationHit& b) {
-    return a.firstIndex != b.firstIndex ? a.firstIndex < b.firstIndex : end(a) > end(b);
+Hits dropNestedHits(const std::vector<LocationHit>& all, LocationTrace* trace) {
+  const auto end = [](const LocationHit* hit) { return hit->firstIndex + hit->matchChars; };
+  Hits hits;
+  for (const LocationHit& hit : all) hits.push_back(&hit);
+  // Equal spans stay in the order of the hits.
+  std::sort(hits.begin(), hits.end(), [&](const LocationHit* a, const LocationHit* b) {
+    if (a->firstIndex != b->firstIndex) return a->firstIndex < b->firstIndex;
+    return end(a) != end(b) ? end(a) > end(b) : a < b;
   });
-  std::vector<LocationHit> kept;
+  Hits kept;
   std::uint64_t farthest = 0;  // of all spans before the current one
   for (std::size_t i = 0; i < hits.size();) {
     std::size_t same = i;
-    while (same < hits.size() && hits[same].firstIndex == hits[i].firstIndex && end(hits[same]) == end(hits[i])) ++same;
+    while (same < hits.size() && hits[same]->firstIndex == hits[i]->firstIndex && end(hits[same]) == end(hits[i])) {
+      ++same;
+    }
     const bool nested = i > 0 && farthest >= end(hits[i]);
     const auto span = [&](std::size_t position) { return hits.begin() + static_cast<std::ptrdiff_t>(position); };
     if (!nested) kept.insert(kept.end(), span(i), span(same));
@@ -138,27 +144,31 @@ std::vector<LocationHit> dropNestedHits(std::vector<LocationHit> hits, LocationT
 }
 
 /// In a title that isn't English the longest name at the earliest place decides.
-Codes codesFromPlaces(const std::vector<LocationHit>& hits, LocationTrace* trace) {
-  std::vector<LocationHit> kept = dropNestedHits(hits, trace);
-  mergeSort(&kept, [](const LocationHit& a, const LocationHit& b) {
-    if (a.firstIndex != b.firstIndex) return a.firstIndex < b.firstIndex;
-    if (a.labelChars != b.labelChars) return a.labelChars > b.labelChars;
-    return a.score > b.score;
+void codesFromPlaces(const std::vector<LocationHit>& hits, LocationTrace* trace, Codes* codes) {
+  Hits kept = dropNestedHits(hits, trace);
+  mergeSort(&kept, [](const LocationHit* a, const LocationHit* b) {
+    if (a->firstIndex != b->firstIndex) return a->firstIndex < b->firstIndex;
+    if (a->labelChars != b->labelChars) return a->labelChars > b->labelChars;
+    return a->score > b->score;
   });
-  Codes codes;
-  for (const LocationHit& hit : kept) addCode(hit.row.code, &codes);
-  return codes;
+  for (const LocationHit* hit : kept) addCode(hit->row.code, codes);
 }
 
 /// One hit that isn't from a database silences all hits that are, and no score is looked at.
-Codes selectCodes(const std::vector<LocationHit>& hits, const TitleTexts& title, LocationTrace* trace) {
-  Codes curated;
+void selectCodes(const std::vector<LocationHit>& hits, const TitleTexts& title, LocationTrace* trace, Codes* codes) {
+  codes->clear();
   for (const LocationHit& hit : hits) {
-    if (!isDatabase(hit.row.source)) addCode(hit.row.code, &curated);
+    if (!isDatabase(hit.row.source)) addCode(hit.row.code, codes);
   }
-  if (!curated.empty()) return curated;
+  if (!codes->empty()) return;
   if (trace != nullptr) trace->choice = title.nonAscii ? CodeChoice::kPlaces : CodeChoice::kScores;
-  return title.nonAscii ? codesFromPlaces(hits, trace) : codesFromGroups(groupHits(hits), trace);
+  if (hits.size() == 1) {
+    codes->push_back(hits.front().row.code);
+  } else if (title.nonAscii) {
+    codesFromPlaces(hits, trace, codes);
+  } else {
+    codesFromGroups(groupHits(hits), trace, codes);
+  }
 }
 
 /// The order of the hits of one code: higher score, earlier place, longer label.
@@ -178,51 +188,52 @@ const LocationHit* bestHit(const std::vector<LocationHit>& hits, std::string_vie
   return best;
 }
 
-/// Puts a pure ASCII label into title case: capitals at the start and after blanks. Other labels stay as they are.
-std::string displayLabel(std::string_view label) {
-  std::string text(label);
-  if (hasNonAscii(text)) return text;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool begins = i == 0 || text[i - 1] == ' ';
-    if (begins && text[i] >= 'a' && text[i] <= 'z') text[i] = static_cast<char>(text[i] - 'a' + 'A');
+/// A pure ASCII label in title case: capitals at the start and after blanks. Other labels stay as they are, and so do
+/// those that have their capitals; only then `memory` is used.
+std::string_view displayLabel(std::string_view label, std::string* memory) {
+  const auto isToRaise = [label](std::size_t i) {
+    return label[i] >= 'a' && label[i] <= 'z' && (i == 0 || label[i - 1] == ' ');
+  };
+  std::size_t first = 0;
+  while (first < label.size() && !isToRaise(first)) ++first;
+  if (first == label.size() || hasNonAscii(label)) return label;
+  *memory = label;
+  for (std::size_t i = first; i < label.size(); ++i) {
+    if (isToRaise(i)) (*memory)[i] = static_cast<char>(label[i] - 'a' + 'A');
   }
-  return text;
+  return *memory;
 }
 
-std::string joinLabels(std::string_view country, const std::string& place) {
-  std::string label(country);
-  if (place.empty() || (!country.empty() && compactTerm(country) == compactTerm(place))) return label;
-  return label.append(" · ").append(place);
+std::string_view joinLabels(std::string_view country, std::string_view place, std::string* memory) {
+  if (place.empty() || (!country.empty() && isSameFold(country, place))) return country;
+  return memory->assign(country).append(" · ").append(place);
 }
 
 /// Describes the primary code. Only two hits matter: the best that isn't a country and the best that is.
-LocationMeta describe(const std::vector<LocationHit>& hits, std::string_view primaryCode) {
-  const LocationHit* placeHit = bestHit(hits, primaryCode, false);
-  const LocationHit* countryHit = bestHit(hits, primaryCode, true);
+LocationMeta describe(std::string_view primaryCode, LocationScratch* scratch) {
+  const LocationHit* placeHit = bestHit(scratch->hits, primaryCode, false);
+  const LocationHit* countryHit = bestHit(scratch->hits, primaryCode, true);
   if (countryHit == nullptr) countryHit = placeHit;
   LocationMeta meta;
   meta.countryCode = primaryCode;
   meta.countryLabel = countryHit->row.countryLabel;
   if (placeHit != nullptr) {
-    meta.locationLabel = displayLabel(placeHit->row.label);
+    meta.locationLabel = displayLabel(placeHit->row.label, &scratch->locationLabel);
     meta.primaryHit = PrimaryLocationHit{placeHit->row.label, placeHit->row.sourceName, placeHit->firstIndex,
                                          placeHit->labelChars, placeHit->row.weight};
   }
-  meta.shortLabel = joinLabels(meta.countryLabel, meta.locationLabel);
+  meta.shortLabel = joinLabels(meta.countryLabel, meta.locationLabel, &scratch->shortLabel);
   return meta;
 }
 
 }  // namespace
 
 LocationAnswer resolveLocation(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title,
-                               std::vector<LocationHit>* hits, LocationTrace* trace) {
-  LocationAnswer answer;
-  findLocationHits(base, places, title, hits, trace);
-  if (hits->empty()) return answer;
-  answer.codes = selectCodes(*hits, title, trace);
-  answer.found = true;
-  answer.meta = describe(*hits, answer.codes.front());
-  return answer;
+                               LocationScratch* scratch) {
+  findLocationHits(base, places, title, &scratch->hits, scratch->trace);
+  if (scratch->hits.empty()) return {};
+  selectCodes(scratch->hits, title, scratch->trace, &scratch->codes);
+  return {true, scratch->codes, describe(scratch->codes.front(), scratch)};
 }
 
 }  // namespace corvenda

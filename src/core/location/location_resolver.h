@@ -28,21 +28,29 @@ struct PrimaryLocationHit {
 struct LocationMeta {
   std::string_view countryCode;  ///< the primary code
   std::string_view countryLabel;
-  std::string locationLabel;  ///< may be empty
-  std::string shortLabel;
+  std::string_view locationLabel;  ///< may be empty
+  std::string_view shortLabel;
   std::optional<PrimaryLocationHit> primaryHit;
 };
 
-/// Views point into the rows and the title.
+/// What resolving a title needs. Kept from title to title to reuse its memory.
+struct LocationScratch {
+  std::vector<LocationHit> hits;
+  std::vector<std::string_view> codes;
+  std::string locationLabel;
+  std::string shortLabel;
+  LocationTrace* trace = nullptr;  ///< of people who ask why, see location_trace.h; null for all others
+};
+
+/// Points into the rows and the scratch.
 struct LocationAnswer {
-  bool found = false;                   ///< the title names a place
-  std::vector<std::string_view> codes;  ///< at most three
+  bool found = false;                       ///< the title names a place
+  std::span<const std::string_view> codes;  ///< at most three
   std::optional<LocationMeta> meta;
 };
 
-/// `places` are the rows of each table whose terms occur in the title; `base` is the base pack's table. `hits` is kept
-/// from title to title to reuse its memory. `trace` may be null.
+/// `places` are the rows of each table whose terms occur in the title; `base` is the base pack's table.
 LocationAnswer resolveLocation(const RecordTable& base, std::span<const PlaceRows> places, const TitleTexts& title,
-                               std::vector<LocationHit>* hits, LocationTrace* trace);
+                               LocationScratch* scratch);
 
 }  // namespace corvenda

@@ -35,7 +35,7 @@ enum class CodeChoice : std::uint8_t {
   kScores,   ///< by the total score of each code
 };
 
-/// The hits of one code and what they come to.
+/// What the hits of one code come to.
 struct CodeTotal {
   std::string_view code;
   double total = 0;
@@ -45,8 +45,8 @@ struct CodeTotal {
 struct LocationTrace {
   std::vector<DroppedPlace> dropped;
   CodeChoice choice = CodeChoice::kCurated;
-  std::vector<LocationHit> nested;  ///< kPlaces: dropped because a longer name covers them
-  std::vector<CodeTotal> totals;    ///< kScores: in the order of the codes
+  std::vector<const LocationHit*> nested;  ///< kPlaces: dropped because a longer name covers them
+  std::vector<CodeTotal> totals;           ///< kScores: in the order of the codes
 };
 
 }  // namespace corvenda

@@ -56,6 +56,22 @@ std::string compactTerm(std::string_view text) {
   return compact;
 }
 
+bool isSameFold(std::string_view a, std::string_view b) {
+  const auto next = [](std::string_view* text) {
+    while (!text->empty() && static_cast<unsigned char>(text->front()) < 33) text->remove_prefix(1);
+    if (text->empty()) return '\0';
+    const char byte = text->front();
+    text->remove_prefix(1);
+    return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+  };
+  // A zero is the end of a text: as a byte of a text it is dropped.
+  for (;;) {
+    const char byte = next(&a);
+    if (byte != next(&b)) return false;
+    if (byte == '\0') return true;
+  }
+}
+
 bool isPlainToken(std::string_view text) { return std::all_of(text.begin(), text.end(), isPlainByte); }
 
 bool isPlainPhrase(std::string_view text) {

@@ -18,6 +18,9 @@ std::string compactTerm(std::string_view text);
 /// The same into a string whose memory is reused.
 void compactTerm(std::string_view text, std::string* compact);
 
+/// Whether the folds of two texts are equal. Neither is made: most texts differ in their first bytes.
+bool isSameFold(std::string_view a, std::string_view b);
+
 /// True if every byte is a to z or 0 to 9; true for the empty text.
 bool isPlainToken(std::string_view text);
 
