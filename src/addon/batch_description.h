@@ -12,13 +12,18 @@ struct PrimaryHitOfCode {
   std::string_view code;
 };
 
+// Slots of putFirst, beside those of shared_descriptions.h.
+constexpr unsigned kShortLabelSlot = 2;
+constexpr unsigned kPlaceSlot = 3;
+constexpr unsigned kCodeSlot = 4;
+
 template <typename Out>
 void describe(Out& out, const PrimaryHitOfCode& primary) {
   // The alias is the label, not the term that was found: what is shown is the name of the place.
-  put(out, "alias", primary.hit.label);
-  put(out, "code", primary.code);
+  putFirst(out, "alias", kPlaceSlot, primary.hit.label);
+  putAgain(out, "code", kCodeSlot, primary.code);
   put(out, "index", primary.hit.index);
-  put(out, "label", primary.hit.label);
+  putAgain(out, "label", kPlaceSlot, primary.hit.label);
   put(out, "len", primary.hit.len);
   put(out, "source", primary.hit.source);
   put(out, "weight", primary.hit.weight);
@@ -28,12 +33,14 @@ template <typename Out>
 void describe(Out& out, const LocationMeta& meta) {
   std::optional<PrimaryHitOfCode> primary;
   if (meta.primaryHit) primary = {*meta.primaryHit, meta.countryCode};
-  put(out, "countryCode", meta.countryCode);
-  putLastList(out, "countryCodes");  // the very array of "locationCodes"
-  put(out, "countryLabel", meta.countryLabel);
-  put(out, "locationLabel", meta.locationLabel);
-  put(out, "shortLabel", meta.shortLabel);
-  put(out, "fullLabel", meta.shortLabel);
+  putGroup(out, meta.identity, [&] {
+    putFirst(out, "countryCode", kCodeSlot, meta.countryCode);
+    putLastList(out, "countryCodes");  // the very array of "locationCodes"
+    put(out, "countryLabel", meta.countryLabel);
+    put(out, "locationLabel", meta.locationLabel);
+    putFirst(out, "shortLabel", kShortLabelSlot, meta.shortLabel);
+  });
+  putAgain(out, "fullLabel", kShortLabelSlot, meta.shortLabel);
   put(out, "primaryHit", primary);
 }
 

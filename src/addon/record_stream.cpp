@@ -4,9 +4,10 @@ namespace corvenda {
 namespace {
 
 /// Statements that make the items of `target` from `position` to `end`. `count` is for the length of a list that is
-/// being read, `list` for putLastList.
+/// being read, `list` for putLastList, and the texts for putAgain.
 std::string readingLoop(const std::string& item) {
-  return "let count, list;\nfor (; position < end; position++) target[position] = " + item + ";\n";
+  return "let count, list, text0, text1, text2, text3, text4;\nfor (; position < end; position++) target[position] = " +
+         item + ";\n";
 }
 
 }  // namespace

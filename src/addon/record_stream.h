@@ -21,15 +21,13 @@ namespace corvenda {
 struct RecordStream {
   std::vector<std::int32_t> integers;
   std::vector<double> numbers;
-  std::vector<UnnumberedText> unnumbered;  ///< texts of the last record
   TextTable texts;
 };
 
 template <typename Value>
 void write(RecordStream& out, const Value& value) {
   if constexpr (isText<Value>) {
-    out.unnumbered.push_back({value, out.integers.size()});
-    out.integers.push_back(0);
+    writeText(&out.texts, value, &out.integers);
   } else if constexpr (std::is_same_v<Value, bool> || isSmallInteger<Value>) {
     out.integers.push_back(value);
   } else if constexpr (std::is_arithmetic_v<Value>) {
@@ -55,6 +53,18 @@ template <typename Value>
 void putConstant(RecordStream& /*out*/, const char* /*name*/, const Value& /*value*/) {}
 
 inline void putLastList(RecordStream& /*out*/, const char* /*name*/) {}
+
+/// The function has it.
+inline void putAgain(RecordStream& /*out*/, const char* /*name*/, unsigned /*slot*/, std::string_view /*text*/) {}
+
+template <typename PutTexts>
+void putGroup(RecordStream& out, const char* identity, const PutTexts& putTexts) {
+  if (identity != nullptr && writeGroup(out.texts, identity, &out.integers)) return;
+  const std::size_t place = out.integers.size();
+  putTexts();
+  const std::size_t count = out.integers.size() - place;
+  if (identity != nullptr && count <= TextGroup::kMost) keepGroup(&out.texts, identity, place, count);
+}
 
 // --- Reading ------------------------------------------------------------------------------------------------------
 
@@ -85,6 +95,14 @@ void putConstant(RecordScript& out, const char* name, const Value& value) {
 }
 
 inline void putLastList(RecordScript& out, const char* name) { out.literal += std::string(name) + ": list, "; }
+
+inline void putFirst(RecordScript& out, const char* name, unsigned slot, std::string_view /*any*/) {
+  out.literal += std::string(name) + ": text" + std::to_string(slot) + " = " + kTextExpression + ", ";
+}
+
+inline void putAgain(RecordScript& out, const char* name, unsigned slot, std::string_view /*any*/) {
+  out.literal += std::string(name) + ": text" + std::to_string(slot) + ", ";
+}
 
 /// A list of a few items is a literal of them. A longer one is made by a function of its own, which says in `at` where
 /// it has stopped.

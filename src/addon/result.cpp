@@ -45,7 +45,7 @@ void expectTextsOf(ResultList* list, const RecordTable& rows) {
 
 bool countRecord(ResultList* list) {
   RecordStream& stream = *list->stream;
-  numberTexts(&stream.texts, &stream.unnumbered, &stream.integers);
+  numberTexts(&stream.texts, &stream.integers);
   const bool enough = ++list->count - list->finished >= kPartRecords || stream.integers.size() >= kPartIntegers ||
                       stream.texts.copiedBytes >= kMostCopiedBytes;
   return !enough || flushList(list);

@@ -11,7 +11,8 @@
 //
 // The type of a value decides what it becomes: flags, numbers and texts themselves; a record an object; a list an
 // array; an empty optional or a null pointer null; what is a JavaScript value already stays as it is. `putConstant` is
-// for a flag or text that is the same in all results. `putLastList` names the very array that was put last, here or in
+// for a flag or text that is the same in all results, and `putFirst`, `putAgain` and `putGroup` (value_kinds.h) spare
+// long lists the same texts twice. `putLastList` names the very array that was put last, here or in
 // the object around this one, so that JavaScript sees one array twice.
 //
 // Properties and elements are defined, never set: own, writable, enumerable and configurable, whatever somebody put on

@@ -12,15 +12,21 @@ namespace corvenda {
 
 constexpr std::string_view kSceneContract = "native-scene-v1";
 
+// Slots of putFirst.
+constexpr unsigned kSceneKeySlot = 0;
+constexpr unsigned kSceneDetailSlot = 1;
+
 template <typename Out>
 void describe(Out& out, const SceneEntry& entry) {
-  put(out, "key", entry.key);
-  put(out, "defaultDetail", entry.defaultDetail);
-  put(out, "priority", entry.priority);
-  put(out, "label", entry.label);
-  put(out, "archiveLabel", entry.archiveLabel);
-  put(out, "archiveCode", entry.archiveCode);
-  put(out, "icon", entry.icon);
+  putAgain(out, "key", kSceneKeySlot, entry.key);
+  putGroup(out, entry.identity, [&] {
+    put(out, "defaultDetail", entry.defaultDetail);
+    put(out, "priority", entry.priority);
+    put(out, "label", entry.label);
+    put(out, "archiveLabel", entry.archiveLabel);
+    put(out, "archiveCode", entry.archiveCode);
+    put(out, "icon", entry.icon);
+  });
 }
 
 /// A hit tells again what its title was resolved to.
@@ -34,8 +40,8 @@ template <typename Out>
 void describe(Out& out, const IntentHitOfTitle& title) {
   put(out, "alias", title.hit.alias);
   put(out, "type", title.hit.type);
-  put(out, "sceneKey", title.sceneKey);
-  put(out, "detail", title.sceneDetail);
+  putAgain(out, "sceneKey", kSceneKeySlot, title.sceneKey);
+  putAgain(out, "detail", kSceneDetailSlot, title.sceneDetail);
   put(out, "rank", title.hit.rank);
   put(out, "score", title.hit.score);
   put(out, "entry", title.hit.entry);
@@ -46,8 +52,8 @@ template <typename Out>
 void describe(Out& out, const SceneAnswer& answer) {
   std::optional<IntentHitOfTitle> hit;
   if (answer.hit) hit = {*answer.hit, answer.sceneKey, answer.sceneDetail};
-  put(out, "sceneKey", answer.sceneKey);
-  put(out, "sceneDetail", answer.sceneDetail);
+  putFirst(out, "sceneKey", kSceneKeySlot, answer.sceneKey);
+  putFirst(out, "sceneDetail", kSceneDetailSlot, answer.sceneDetail);
   put(out, "intentHit", hit);
 }
 

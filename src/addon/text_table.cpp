@@ -15,6 +15,7 @@ namespace {
 constexpr std::size_t kPlacesARecord = 4;
 constexpr std::size_t kFewestPlaces = 128;
 constexpr std::size_t kMostPlaces = 32768;
+constexpr std::size_t kPlacesAGroup = 8;
 
 constexpr std::size_t kCopyBlock = 16384;
 
@@ -22,7 +23,7 @@ constexpr std::size_t kCopyBlock = 16384;
 constexpr std::size_t kChunkStrings = std::size_t{1} << kChunkBits;
 
 bool isLasting(const TextTable& table, std::string_view text) {
-  return !text.empty() && std::any_of(table.lasting.begin(), table.lasting.end(), [text](std::string_view memory) {
+  return std::any_of(table.lasting.begin(), table.lasting.end(), [text](std::string_view memory) {
     return text.data() >= memory.data() && text.data() < memory.data() + memory.size();
   });
 }
@@ -44,11 +45,17 @@ void placeKnown(TextTable* table, std::uint32_t position) {
   table->slots[slot] = position + 1;
 }
 
-std::uint32_t addText(TextTable* table, std::string_view text, std::uint32_t hash, bool lasting) {
-  const auto number = static_cast<std::uint32_t>(table->chunkCount << kChunkBits | table->fresh.size());
-  const auto position = static_cast<std::uint32_t>(table->known.size());
+void addString(TextTable* table, std::string_view text) {
+  // The first of all is the empty one.
+  if (table->chunkCount == 0 && table->fresh.empty() && !text.empty()) addString(table, {});
   table->fresh.push_back(makeText(table->env, text));
   table->failed = table->failed || table->fresh.back() == nullptr;
+}
+
+std::uint32_t addText(TextTable* table, std::string_view text, std::uint32_t hash, bool lasting) {
+  addString(table, text);
+  const auto number = static_cast<std::uint32_t>(table->chunkCount << kChunkBits | (table->fresh.size() - 1));
+  const auto position = static_cast<std::uint32_t>(table->known.size());
   table->known.push_back({lasting ? text : copyText(table, text), hash, number});
   if (table->known.size() * 2 <= table->slots.size()) {
     placeKnown(table, position);
@@ -72,8 +79,13 @@ std::uint32_t findOrAddText(TextTable* table, std::string_view text, std::uint32
 }
 
 /// Texts of one row lie close together, and so do their places.
-PlacedText& placeOf(TextTable* table, std::string_view text) {
-  return table->placed[(reinterpret_cast<std::uintptr_t>(text.data()) >> 2U) & (table->placed.size() - 1)];
+PlacedText& placeOf(TextTable* table, const char* data) {
+  return table->placed[(reinterpret_cast<std::uintptr_t>(data) >> 2U) & (table->placed.size() - 1)];
+}
+
+/// Groups are further apart than texts.
+std::size_t groupPlace(const TextTable& table, const char* identity) {
+  return (reinterpret_cast<std::uintptr_t>(identity) >> 5U) & (table.groups.size() - 1);
 }
 
 /// Makes room for another chunk.
@@ -100,7 +112,7 @@ bool storeChunk(TextTable* table) {
 }
 
 std::uint32_t numberOfLasting(TextTable* table, std::string_view text) {
-  PlacedText& place = placeOf(table, text);
+  PlacedText& place = placeOf(table, text.data());
   const auto size = static_cast<std::uint32_t>(text.size());
   if (place.data != text.data() || place.size != size) {
     place = {text.data(), size, findOrAddText(table, text, hashOf(text), true)};
@@ -116,29 +128,55 @@ TextTable makeTextTable(napi_env env, std::size_t records) {
   const std::size_t places = std::bit_ceil(std::clamp(records * kPlacesARecord, kFewestPlaces, kMostPlaces));
   table.slots.assign(places, 0);
   table.placed.resize(places);
+  table.groups.resize(places / kPlacesAGroup);
   return table;
 }
 
-void numberTexts(TextTable* table, std::vector<UnnumberedText>* texts, std::vector<std::int32_t>* integers) {
-  // Both tables are larger than the nearest cache. Places that are asked for together come together.
-  for (UnnumberedText& text : *texts) {
-    text.lasting = isLasting(*table, text.text);
-    if (text.lasting) {
-      prefetch(&placeOf(table, text.text));
-    } else {
-      text.hash = hashOf(text.text);
-      prefetch(&table->slots[text.hash & (table->slots.size() - 1)]);
-    }
+void writeText(TextTable* table, std::string_view text, std::vector<std::int32_t>* integers) {
+  const auto place = static_cast<std::uint32_t>(integers->size());
+  integers->push_back(kEmptyText);
+  if (text.empty()) return;
+  // The tables are larger than the nearest cache. Places that are asked for together come together.
+  UnnumberedText unnumbered{text.data(), static_cast<std::uint32_t>(text.size()), place, 0, isLasting(*table, text)};
+  if (unnumbered.lasting) {
+    prefetch(&placeOf(table, text.data()));
+  } else {
+    unnumbered.hash = hashOf(text);
+    prefetch(&table->slots[unnumbered.hash & (table->slots.size() - 1)]);
   }
-  for (const UnnumberedText& text : *texts) {
-    (*integers)[text.place] = static_cast<std::int32_t>(
-        text.lasting ? numberOfLasting(table, text.text) : findOrAddText(table, text.text, text.hash, false));
+  table->unnumbered.push_back(unnumbered);
+}
+
+void numberTexts(TextTable* table, std::vector<std::int32_t>* integers) {
+  for (const UnnumberedText& unnumbered : table->unnumbered) {
+    const std::string_view text(unnumbered.data, unnumbered.size);
+    (*integers)[unnumbered.place] = static_cast<std::int32_t>(
+        unnumbered.lasting ? numberOfLasting(table, text) : findOrAddText(table, text, unnumbered.hash, false));
   }
-  texts->clear();
+  for (const UnnumberedGroup& unnumbered : table->unnumberedGroups) {
+    TextGroup& group = table->groups[groupPlace(*table, unnumbered.identity)];
+    group.identity = unnumbered.identity;
+    group.count = unnumbered.count;
+    std::copy_n(integers->begin() + unnumbered.place, unnumbered.count, group.numbers.begin());
+  }
+  table->unnumbered.clear();
+  table->unnumberedGroups.clear();
+}
+
+bool writeGroup(const TextTable& table, const char* identity, std::vector<std::int32_t>* integers) {
+  const TextGroup& group = table.groups[groupPlace(table, identity)];
+  if (group.identity != identity) return false;
+  integers->insert(integers->end(), group.numbers.begin(), group.numbers.begin() + group.count);
+  return true;
+}
+
+void keepGroup(TextTable* table, const char* identity, std::size_t place, std::size_t count) {
+  table->unnumberedGroups.push_back({identity, static_cast<std::uint32_t>(place), static_cast<std::uint32_t>(count)});
 }
 
 bool storeFreshStrings(TextTable* table) {
-  table->failed = table->failed || ((table->chunks == nullptr || !table->fresh.empty()) && !storeChunk(table));
+  if (table->chunkCount == 0 && table->fresh.empty()) addString(table, {});
+  table->failed = table->failed || (!table->fresh.empty() && !storeChunk(table));
   return !table->failed;
 }
 
@@ -149,6 +187,7 @@ void forgetTexts(TextTable* table) {
   table->copiedBytes = 0;
   std::fill(table->slots.begin(), table->slots.end(), 0);
   std::fill(table->placed.begin(), table->placed.end(), PlacedText());
+  std::fill(table->groups.begin(), table->groups.end(), TextGroup());
 }
 
 }  // namespace corvenda

@@ -1,6 +1,7 @@
 // The distinct texts of a long list of results, each of which becomes one JavaScript string.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -24,6 +25,33 @@ struct PlacedText {
   std::uint32_t number = 0;
 };
 
+/// Texts that come together, see putGroup.
+struct TextGroup {
+  static constexpr std::size_t kMost = 7;
+
+  const char* identity = nullptr;
+  std::uint32_t count = 0;
+  std::array<std::int32_t, kMost> numbers{};
+};
+
+/// A text that waits for its number, or a group of which the numbers are to be kept.
+struct UnnumberedText {
+  const char* data = nullptr;
+  std::uint32_t size = 0;
+  std::uint32_t place = 0;  ///< where the number belongs in a list of integers
+  std::uint32_t hash = 0;
+  bool lasting = false;
+};
+
+struct UnnumberedGroup {
+  const char* identity = nullptr;
+  std::uint32_t place = 0;
+  std::uint32_t count = 0;
+};
+
+/// The number of the empty text.
+constexpr std::int32_t kEmptyText = 0;
+
 /// Strings go to JavaScript in chunks: a text's number is that of its chunk, and in the low bits its place in it.
 constexpr unsigned kChunkBits = 12;
 
@@ -35,8 +63,11 @@ struct TextTable {
   std::size_t copiedBytes = 0;
   std::vector<std::uint32_t> slots;  ///< hash table: position in `known` plus 1, 0 for none; a power of two
   std::vector<PlacedText> placed;    ///< direct-mapped, in front of the hash table; a power of two
-  std::vector<napi_value> fresh;     ///< strings of the next chunk
-  napi_value chunks = nullptr;       ///< array of arrays of strings
+  std::vector<TextGroup> groups;     ///< direct-mapped; a power of two
+  std::vector<UnnumberedText> unnumbered;
+  std::vector<UnnumberedGroup> unnumberedGroups;
+  std::vector<napi_value> fresh;  ///< strings of the next chunk
+  napi_value chunks = nullptr;    ///< array of arrays of strings
   std::size_t chunkCount = 0;
   std::size_t chunkCapacity = 0;  ///< length of `chunks`
   bool failed = false;            ///< a string or chunk could not be made; an exception is pending
@@ -45,16 +76,17 @@ struct TextTable {
 /// A table for about so many records.
 TextTable makeTextTable(napi_env env, std::size_t records);
 
-/// A text that waits for its number.
-struct UnnumberedText {
-  std::string_view text;
-  std::size_t place = 0;  ///< where the number belongs in a list of integers
-  std::uint32_t hash = 0;
-  bool lasting = false;
-};
+/// Appends the text's number to the integers, or a place for it.
+void writeText(TextTable* table, std::string_view text, std::vector<std::int32_t>* integers);
 
-/// Writes the texts' numbers to their places.
-void numberTexts(TextTable* table, std::vector<UnnumberedText>* texts, std::vector<std::int32_t>* integers);
+/// Writes the numbers of a record's texts to their places.
+void numberTexts(TextTable* table, std::vector<std::int32_t>* integers);
+
+/// Appends the numbers of the group's texts; false if they are not known.
+bool writeGroup(const TextTable& table, const char* identity, std::vector<std::int32_t>* integers);
+
+/// Says that the integers from `place` on are the group's. Its texts may still wait for their numbers.
+void keepGroup(TextTable* table, const char* identity, std::size_t place, std::size_t count);
 
 /// Completes `chunks`. False, with an exception pending, if a step failed.
 bool storeFreshStrings(TextTable* table);

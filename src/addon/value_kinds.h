@@ -76,4 +76,25 @@ std::string constantProperty(const char* name, const Value& value) {
 template <typename Value>
 constexpr bool isRecord = std::is_class_v<Value> && !isText<Value> && !isList<Value> && !isNullable<Value>;
 
+// --- What only long lists know ---------------------------------------------------------------------------------------
+
+/// A text that is put again by `putAgain`, in the same object or in one within, before another has the slot: there the
+/// very same string. Neither may stand where only the other can be missing.
+template <typename Out>
+void putFirst(Out& out, const char* name, unsigned /*slot*/, std::string_view text) {
+  put(out, name, text);
+}
+
+template <typename Out>
+void putAgain(Out& out, const char* name, unsigned /*slot*/, std::string_view text) {
+  put(out, name, text);
+}
+
+/// Calls `putTexts`, which puts a few texts. Where `identity` is the same, so are they: it is the address of one of
+/// them that no other group has, or null if nothing is known of them.
+template <typename Out, typename PutTexts>
+void putGroup(Out& /*out*/, const char* /*identity*/, const PutTexts& putTexts) {
+  putTexts();
+}
+
 }  // namespace corvenda

@@ -213,7 +213,8 @@ std::string_view joinLabels(std::string_view country, std::string_view place, st
 LocationMeta describe(std::string_view primaryCode, LocationScratch* scratch) {
   const LocationHit* placeHit = bestHit(scratch->hits, primaryCode, false);
   const LocationHit* countryHit = bestHit(scratch->hits, primaryCode, true);
-  if (countryHit == nullptr) countryHit = placeHit;
+  const bool one = countryHit == nullptr;
+  if (one) countryHit = placeHit;
   LocationMeta meta;
   meta.countryCode = primaryCode;
   meta.countryLabel = countryHit->row.countryLabel;
@@ -222,6 +223,7 @@ LocationMeta describe(std::string_view primaryCode, LocationScratch* scratch) {
     meta.primaryHit = PrimaryLocationHit{placeHit->row.label, placeHit->row.sourceName, placeHit->firstIndex,
                                          placeHit->labelChars, placeHit->row.weight};
   }
+  if (one) meta.identity = placeHit->row.label.data();
   meta.shortLabel = joinLabels(meta.countryLabel, meta.locationLabel, &scratch->shortLabel);
   return meta;
 }

@@ -30,6 +30,7 @@ struct LocationMeta {
   std::string_view countryLabel;
   std::string_view locationLabel;  ///< may be empty
   std::string_view shortLabel;
+  const char* identity = nullptr;  ///< of one row with all of these texts; null if they are from two
   std::optional<PrimaryLocationHit> primaryHit;
 };
 

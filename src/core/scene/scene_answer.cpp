@@ -11,6 +11,7 @@ SceneEntry makeSceneEntry(const SceneRow& row, std::string_view sceneKey, std::s
   entry.archiveLabel = row.archiveLabel;
   entry.archiveCode = row.archiveCode;
   entry.icon = row.icon;
+  if (row.fieldCount >= scene_field::kCount) entry.identity = row.icon.data();
   return entry;
 }
 

@@ -9,7 +9,7 @@
 
 namespace corvenda {
 
-/// The "entry" of a hit: the data of its scene, all as text, even the priority.
+/// The "entry" of a hit: the data of its scene, all as text, even the priority. The key is that of the answer.
 struct SceneEntry {
   std::string_view key;
   std::string_view defaultDetail;
@@ -18,6 +18,7 @@ struct SceneEntry {
   std::string_view archiveLabel;
   std::string_view archiveCode;
   std::string_view icon;
+  const char* identity = nullptr;  ///< of one row with all texts but the key; null if they are from several
 };
 
 struct IntentHit {
