@@ -1,3 +1,8 @@
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <span>
+
 #include "addon/batch_description.h"
 #include "addon/batch_options.h"
 #include "addon/exports/exports.h"
@@ -49,24 +54,44 @@ namespace {
 /// ends within a millisecond or two.
 constexpr std::size_t kPart = 256;
 
+/// The titles of a batch, a few of which are begun together.
+struct TitleGroup {
+  std::array<BatchTitle, kTitlesTogether> titles;
+  BatchScratch scratch;
+  BatchAnswer last;  ///< points into the above
+};
+
+/// Resolves the titles of a part and appends their results.
+bool appendResults(const BatchLexicon& lexicon, const TitleReader& reader, TitleGroup* group, ResultList* results) {
+  if (reader.repeated) {
+    for (std::size_t i = 0; i < reader.count; ++i) {
+      if (!append(results, group->last)) return false;
+    }
+    return true;
+  }
+  std::span<const CaseTitle> cases = std::span(reader.titles).first(reader.count);
+  for (; !cases.empty(); cases = cases.subspan(std::min(kTitlesTogether, cases.size()))) {
+    const std::span<BatchTitle> titles = std::span(group->titles).first(std::min(kTitlesTogether, cases.size()));
+    for (std::size_t i = 0; i < titles.size(); ++i) fillTitle(cases[i].raw, cases[i].english, &titles[i].texts);
+    beginBatchTitles(lexicon, titles);
+    for (BatchTitle& title : titles) {
+      group->last = resolveBegunTitle(lexicon, &title, &group->scratch);
+      if (!append(results, group->last)) return false;
+    }
+  }
+  return true;
+}
+
 /// The results of all titles; null if a step failed. In a worker that is being terminated every step does, and the
 /// batch ends there.
 napi_value makeResults(napi_env env, const BatchLexicon& lexicon, const BatchOptions& options, Failure* failure) {
   TitleReader reader = beginTitles(env, options.cases, CaseKind::kScene, options.caseCount);
   ResultList results = beginList(env, options.caseCount, readingScript<BatchAnswer>);
   for (const BatchPart& rows : lexicon.parts) expectTextsOf(&results, *rows.table);
-  BatchScratch scratch;
-  TitleTexts title;
-  BatchAnswer answer;
+  const auto group = std::make_unique<TitleGroup>();
   do {
     if (!readTitles(&reader, kPart, failure)) return nullptr;
-    for (std::size_t i = 0; i < reader.count; ++i) {
-      if (!reader.repeated) {
-        fillTitle(reader.titles[i].raw, reader.titles[i].english, &title);
-        answer = resolveBatchTitle(lexicon, title, &scratch);
-      }
-      if (!append(&results, answer)) return nullptr;
-    }
+    if (!appendResults(lexicon, reader, group.get(), &results)) return nullptr;
   } while (reader.count > 0);
   return finishList(&results, options.caseCount);
 }

@@ -100,19 +100,20 @@ void addIdentity(const BatchLexicon& lexicon, const FacetRow& facet, SceneCandid
   tracePhrase({facet.term, identity->sceneKey, identity->detail, true, false, nullptr}, master.has_value(), candidates);
 }
 
-void gatherCreatorIdentities(const BatchLexicon& lexicon, const RecordTable& table, TitleSearch* search,
+void gatherCreatorIdentities(const BatchLexicon& lexicon, const RecordTable& table, TermHits* hits,
                              SceneCandidates* candidates) {
   const TermIndex& index = identityIndex(table);
-  findWordRunsAgain(table, index, &search->hits);  // in the English reading, as findTitleRows did
+  findWordRunsAgain(table, index, hits);  // in the English reading, as for findTitleRows
   std::vector<std::uint32_t> rows;
-  for (const TermHit& hit : search->hits.terms) {
+  for (const TermHit& hit : hits->terms) {
     forEachRow(index, hit.lastRow, [&](std::uint32_t row) { rows.push_back(row); });
   }
   std::sort(rows.begin(), rows.end());
   for (const std::uint32_t row : rows) addIdentity(lexicon, facetRowAt(table, row), candidates);
 }
 
-void gatherCandidates(const BatchLexicon& lexicon, const TitleTexts& title, BatchScratch* scratch) {
+void gatherCandidates(const BatchLexicon& lexicon, const TitleTexts& title, std::span<TitleSearch> searches,
+                      BatchScratch* scratch) {
   SceneCandidates* const candidates = &scratch->candidates;
   clearCandidates(candidates);
   candidates->trace = scratch->trace == nullptr ? nullptr : &scratch->trace->scene;
@@ -125,7 +126,7 @@ void gatherCandidates(const BatchLexicon& lexicon, const TitleTexts& title, Batc
     if (!part.humans) continue;
     matchHumanRows(*part.table, title, scratch->rows[i].humans, &scratch->humans);
     gatherHumanRows(lexicon, title, scratch->humans, candidates);
-    gatherCreatorIdentities(lexicon, *part.table, &scratch->search, candidates);
+    gatherCreatorIdentities(lexicon, *part.table, &searches[i].hits, candidates);
   }
 }
 
@@ -197,16 +198,33 @@ LocationAnswer resolvePlaces(const BatchLexicon& lexicon, const TitleTexts& titl
   return any ? resolveLocation(lexicon.base->table, scratch->places, title, &scratch->location) : LocationAnswer();
 }
 
-}  // namespace
+// --- Steps ---------------------------------------------------------------------------------------------------------
 
-BatchAnswer resolveBatchTitle(const BatchLexicon& lexicon, const TitleTexts& title, BatchScratch* scratch) {
+using Searches = std::vector<TitleSearch>;
+
+void begin(const BatchLexicon& lexicon, const TitleTexts& title, Searches* searches) {
+  searches->resize(lexicon.parts.size());
+  for (std::size_t i = 0; i < searches->size(); ++i) {
+    beginTitleRows(*lexicon.parts[i].table, title, &(*searches)[i]);
+  }
+}
+
+void askForRows(const BatchLexicon& lexicon, Searches* searches) {
+  for (std::size_t i = 0; i < searches->size(); ++i) askForRows(*lexicon.parts[i].table, &(*searches)[i]);
+}
+
+void askForTerms(const BatchLexicon& lexicon, const Searches& searches) {
+  for (std::size_t i = 0; i < searches.size(); ++i) askForTerms(*lexicon.parts[i].table, searches[i]);
+}
+
+BatchAnswer finish(const BatchLexicon& lexicon, const TitleTexts& title, Searches* searches, BatchScratch* scratch) {
   scratch->rows.resize(lexicon.parts.size());
   for (std::size_t i = 0; i < lexicon.parts.size(); ++i) {
-    findTitleRows(*lexicon.parts[i].table, title, &scratch->search, &scratch->rows[i]);
+    finishTitleRows(*lexicon.parts[i].table, title, &(*searches)[i], &scratch->rows[i]);
   }
   BatchAnswer answer;
   answer.location = resolvePlaces(lexicon, title, scratch);
-  gatherCandidates(lexicon, title, scratch);
+  gatherCandidates(lexicon, title, *searches, scratch);
   rankCandidates(&scratch->candidates, title, title.compactRaw);
   const TravelInference travel = inferTravelDetail(answer.location.found, title.raw);
   if (scratch->trace != nullptr) scratch->trace->travel = travel;
@@ -214,6 +232,25 @@ BatchAnswer resolveBatchTitle(const BatchLexicon& lexicon, const TitleTexts& tit
                      ? answerFromTravel(lexicon, title, travel)
                      : answerFromCandidates(lexicon, title, travel, &scratch->candidates, scratch->trace);
   return answer;
+}
+
+}  // namespace
+
+BatchAnswer resolveBatchTitle(const BatchLexicon& lexicon, const TitleTexts& title, BatchScratch* scratch) {
+  begin(lexicon, title, &scratch->searches);
+  askForRows(lexicon, &scratch->searches);
+  askForTerms(lexicon, scratch->searches);
+  return finish(lexicon, title, &scratch->searches, scratch);
+}
+
+void beginBatchTitles(const BatchLexicon& lexicon, std::span<BatchTitle> titles) {
+  for (BatchTitle& title : titles) begin(lexicon, title.texts, &title.searches);
+  for (BatchTitle& title : titles) askForRows(lexicon, &title.searches);
+  for (BatchTitle& title : titles) askForTerms(lexicon, title.searches);
+}
+
+BatchAnswer resolveBegunTitle(const BatchLexicon& lexicon, BatchTitle* title, BatchScratch* scratch) {
+  return finish(lexicon, title->texts, &title->searches, scratch);
 }
 
 }  // namespace corvenda

@@ -5,6 +5,7 @@
 // alias of such a row doesn't count inside an all-ASCII title.
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "batch/batch_lexicon.h"
@@ -21,8 +22,8 @@ struct BatchTrace;
 
 /// What resolving a title needs, kept from title to title to reuse its memory.
 struct BatchScratch {
-  TitleSearch search;
-  std::vector<TitleRows> rows;  ///< of each part of the lexicon
+  std::vector<TitleSearch> searches;  ///< in each part of the lexicon, for a title that is resolved alone
+  std::vector<TitleRows> rows;        ///< of each part of the lexicon
   std::vector<PlaceRows> places;
   LocationScratch location;
   std::vector<HumanMatch> humans;
@@ -37,5 +38,20 @@ struct BatchAnswer {
 };
 
 BatchAnswer resolveBatchTitle(const BatchLexicon& lexicon, const TitleTexts& title, BatchScratch* scratch);
+
+/// A title that is resolved together with others.
+struct BatchTitle {
+  TitleTexts texts;
+  std::vector<TitleSearch> searches;  ///< in each part of the lexicon
+};
+
+/// So many titles are begun together: of more, the first would have lost what was asked for when they come to it.
+constexpr std::size_t kTitlesTogether = 8;
+
+/// Begins the search for titles whose texts are filled.
+void beginBatchTitles(const BatchLexicon& lexicon, std::span<BatchTitle> titles);
+
+/// The answer for a title that was begun.
+BatchAnswer resolveBegunTitle(const BatchLexicon& lexicon, BatchTitle* title, BatchScratch* scratch);
 
 }  // namespace corvenda

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/number_text.h"
+#include "base/prefetch.h"
 #include "pack/binary_index.h"
 #include "pack/location_shard.h"
 #include "pack/payload.h"
@@ -247,6 +248,13 @@ bool readPayloadTable(SecureBlock payload, RulePack* pack, RecordTable* table, s
 }
 
 // --- Reading rows --------------------------------------------------------------------------------------------------
+
+void prefetchRow(const RecordTable& table, std::uint32_t row) {
+  const RowEntry& entry = table.rows[row];
+  const RowSegment& segment = table.segments[entry.segment];
+  prefetch(segment.bytes + entry.termAt);
+  if (segment.layout == RowLayout::kShard) prefetch(recordOf(table, entry));
+}
 
 std::string_view firstFieldOf(const RecordTable& table, std::uint32_t row) {
   const RowEntry& entry = table.rows[row];

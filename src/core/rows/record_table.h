@@ -114,6 +114,9 @@ inline std::string_view termOf(const RecordTable& table, std::uint32_t row) {
   return {reinterpret_cast<const char*>(at + sizeof length), length};
 }
 
+/// Asks for the bytes of a row ahead of their use.
+void prefetchRow(const RecordTable& table, std::uint32_t row);
+
 /// The first field of a row, empty if it has none: the key of a scene row.
 std::string_view firstFieldOf(const RecordTable& table, std::uint32_t row);
 

@@ -32,6 +32,7 @@ constexpr std::uint64_t kLengthBits = 2 * kLongBit - 1;
 
 /// Sets of lengths of all terms: bit n for n bytes, up to kLongLength for that and more.
 constexpr std::uint64_t lengthBit(std::size_t length) { return std::uint64_t{1} << length; }
+std::size_t longestOf(std::uint64_t lengths) { return static_cast<std::size_t>(std::bit_width(lengths)) - 1; }
 
 /// At most two thirds full, so that probes stay short.
 std::size_t tableCapacity(std::size_t count) { return count + count / 2 + 8; }
@@ -74,6 +75,16 @@ bool mayBeGated(const TermIndex& index, std::uint64_t hash) {
 
 /// An entry of the gate without its lengths. The tag's lowest bit is always set: an entry of 0 is an empty place.
 std::uint64_t gateTag(std::uint64_t hash) { return (hash << 48U) | std::uint64_t{1} << 48U; }
+
+/// The row of the first slot with the tag of the hash.
+std::optional<std::uint32_t> findTag(const TermIndex& index, std::uint64_t hash) {
+  const std::size_t capacity = index.slots.size();
+  for (std::size_t place = placeOf(hash, capacity); index.slots[place] != kEmptySlot;
+       place = nextPlace(place, capacity)) {
+    if (index.slots[place] >> 32U == tagOf(hash)) return static_cast<std::uint32_t>(index.slots[place]);
+  }
+  return std::nullopt;
+}
 
 /// The last row of the term that equals `text`, whose hash is known.
 std::optional<std::uint32_t> lookUp(const RecordTable& table, const TermIndex& index, std::string_view text,
@@ -303,7 +314,7 @@ void addContainedAt(const Searcher& searcher, std::uint64_t lengths, std::string
     lengths ^= lengthBit(kLongLength);
   }
   while (lengths != 0) {
-    const std::size_t length = static_cast<std::size_t>(std::bit_width(lengths)) - 1;
+    const std::size_t length = longestOf(lengths);
     lengths ^= lengthBit(length);
     if (length > text.size()) continue;
     const std::string_view front = text.substr(0, length);
@@ -378,6 +389,45 @@ void addRunsAt(const Searcher& searcher, std::size_t first, std::size_t position
   }
 }
 
+void findContainedAtOnce(const Searcher& searcher, std::string_view text) {
+  for (std::size_t position = 0; position < text.size(); ++position) {
+    if (searcher.index.firstBytes[static_cast<std::uint8_t>(text[position])] == 0) continue;
+    const std::string_view rest = text.substr(position);
+    const std::uint64_t lengths = possibleLengths(searcher.index, loadFront(rest));
+    if (lengths != 0) addContainedAt(searcher, lengths, rest, position);
+  }
+}
+
+void findWordRunsAtOnce(const Searcher& searcher) {
+  TermHits* const hits = searcher.hits;
+  if (!hits->newRunLimits.empty()) hits->newRunLimits.clear();
+  std::size_t position = 0;
+  for (std::size_t word = 0; word < hits->ends.size(); ++word) {
+    addRunsAt(searcher, word, position);
+    position = hits->ends[word];
+  }
+}
+
+// --- In steps ------------------------------------------------------------------------------------------------------
+
+/// Adds a probe and asks for its slot. False if the text is to be searched at once.
+bool addProbe(const TermIndex& index, std::string_view part, std::size_t position, TermProbes* probes) {
+  probes->complete = part.size() < kLongLength && probes->count < TermProbes::kMost;
+  if (!probes->complete) return false;
+  const std::uint64_t hash = keyedHash(part, index.seed);
+  prefetch(&index.slots[placeOf(hash, index.slots.size())]);
+  probes->probes[probes->count++] = {hash, static_cast<std::uint32_t>(position),
+                                     static_cast<std::uint32_t>(part.size()), 0};
+  return true;
+}
+
+/// The last row of the term that the probe has found. That its tag is another term's is as rare as it is unlikely.
+std::optional<std::uint32_t> termOfProbe(const Searcher& searcher, const TermProbe& probe, std::string_view text) {
+  const std::string_view part = text.substr(probe.position, probe.length);
+  if (isSameText(termOf(searcher.table, probe.row), part)) return probe.row;
+  return lookUp(searcher.table, searcher.index, part, probe.hash);
+}
+
 }  // namespace
 
 void buildTermIndex(const RecordTable& table, bool (*isMember)(const RecordTable& table, std::uint32_t row),
@@ -419,33 +469,102 @@ void buildTermIndex(const RecordTable& table, bool (*isMember)(const RecordTable
   if (anyLong) collectLongTerms(table, index);
 }
 
-void findContainedTerms(const RecordTable& table, const TermIndex& index, std::string_view text, TermHits* hits) {
-  hits->terms.clear();
+void beginContainedTerms(const TermIndex& index, std::string_view text, TermProbes* probes) {
+  probes->count = 0;
+  probes->complete = true;
   if (index.slots.empty()) return;
-  const Searcher searcher{table, index, hits};
   for (std::size_t position = 0; position < text.size(); ++position) {
     if (index.firstBytes[static_cast<std::uint8_t>(text[position])] == 0) continue;
     const std::string_view rest = text.substr(position);
-    const std::uint64_t lengths = possibleLengths(index, loadFront(rest));
-    if (lengths != 0) addContainedAt(searcher, lengths, rest, position);
+    for (std::uint64_t lengths = possibleLengths(index, loadFront(rest)); lengths != 0;) {
+      const std::size_t length = longestOf(lengths);
+      lengths ^= lengthBit(length);
+      if (length <= rest.size() && !addProbe(index, rest.substr(0, length), position, probes)) return;
+    }
   }
 }
 
-void findWordRuns(const RecordTable& table, const TermIndex& index, std::string_view text, TermHits* hits) {
+void beginWordRuns(const TermIndex& index, std::string_view text, TermHits* hits, TermProbes* probes) {
   joinWords(text, hits);
-  findWordRunsAgain(table, index, hits);
+  probes->count = 0;
+  probes->complete = true;
+  if (index.slots.empty()) return;
+  const std::vector<std::uint32_t>& ends = hits->ends;
+  std::size_t position = 0;
+  for (std::size_t first = 0; first < ends.size(); position = ends[first++]) {
+    const std::string_view rest = std::string_view(hits->words).substr(position);
+    const std::uint64_t lengths = possibleLengths(index, loadFront(rest));
+    if (lengths == 0) continue;
+    for (std::size_t word = first; word < ends.size(); ++word) {
+      const std::size_t length = std::min(ends[word] - position, kLongLength);
+      if ((lengths & lengthBit(length)) == 0) continue;
+      if (!addProbe(index, rest.substr(0, length), position, probes)) return;
+    }
+  }
+}
+
+void askForRows(const RecordTable& table, const TermIndex& index, TermProbes* probes) {
+  if (!probes->complete) return;
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < probes->count; ++i) {
+    const auto row = findTag(index, probes->probes[i].hash);
+    if (!row) continue;
+    prefetch(&table.rows[*row]);
+    prefetch(&(*index.ring)[*row]);
+    probes->probes[kept] = probes->probes[i];
+    probes->probes[kept++].row = *row;
+  }
+  probes->count = kept;
+}
+
+void askForTerms(const RecordTable& table, const TermProbes& probes) {
+  if (!probes.complete) return;
+  for (std::size_t i = 0; i < probes.count; ++i) prefetchRow(table, probes.probes[i].row);
+}
+
+void finishContainedTerms(const RecordTable& table, const TermIndex& index, std::string_view text,
+                          const TermProbes& probes, TermHits* hits) {
+  hits->terms.clear();
+  const Searcher searcher{table, index, hits};
+  if (!probes.complete) return findContainedAtOnce(searcher, text);
+  std::size_t over = text.size();  // a position at which the search is over
+  for (std::size_t i = 0; i < probes.count; ++i) {
+    const TermProbe& probe = probes.probes[i];
+    if (probe.position == over) continue;
+    const auto term = termOfProbe(searcher, probe, text);
+    if (term && addContained(searcher, *term, probe.position)) over = probe.position;
+  }
+}
+
+void finishWordRuns(const RecordTable& table, const TermIndex& index, const TermProbes& probes, TermHits* hits) {
+  hits->terms.clear();
+  const Searcher searcher{table, index, hits};
+  if (!probes.complete) return findWordRunsAtOnce(searcher);
+  for (std::size_t i = 0; i < probes.count; ++i) {
+    const auto term = termOfProbe(searcher, probes.probes[i], hits->words);
+    if (term) addRun(searcher, *term, probes.probes[i].position);
+  }
+}
+
+void findContainedTerms(const RecordTable& table, const TermIndex& index, std::string_view text, TermHits* hits) {
+  TermProbes probes;
+  beginContainedTerms(index, text, &probes);
+  askForRows(table, index, &probes);
+  askForTerms(table, probes);
+  finishContainedTerms(table, index, text, probes, hits);
+}
+
+void findWordRuns(const RecordTable& table, const TermIndex& index, std::string_view text, TermHits* hits) {
+  TermProbes probes;
+  beginWordRuns(index, text, hits, &probes);
+  askForRows(table, index, &probes);
+  askForTerms(table, probes);
+  finishWordRuns(table, index, probes, hits);
 }
 
 void findWordRunsAgain(const RecordTable& table, const TermIndex& index, TermHits* hits) {
   hits->terms.clear();
-  if (index.slots.empty()) return;
-  if (!hits->newRunLimits.empty()) hits->newRunLimits.clear();
-  const Searcher searcher{table, index, hits};
-  std::size_t position = 0;
-  for (std::size_t word = 0; word < hits->ends.size(); ++word) {
-    addRunsAt(searcher, word, position);
-    position = hits->ends[word];
-  }
+  if (!index.slots.empty()) findWordRunsAtOnce({table, index, hits});
 }
 
 std::optional<std::uint32_t> findTerm(const RecordTable& table, const TermIndex& index, std::string_view text) {

@@ -19,12 +19,16 @@
 // 5. Terms of 53 bytes and more, rare in titles, are kept in sorted order, where a binary search finds those with which
 //    the text begins, however many lengths they have.
 //
+// Steps 4 and 5 wait for memory: the slot, the row's entry, the term. A search can therefore be made in steps, each of
+// which asks for what the next one reads, and a batch takes each step for several titles before the next.
+//
 // A search for runs of whole words is the same search in the text without its blanks: it begins only where a word does,
 // and tries only the lengths that end where a word does.
 //
 // Hashes are seeded (base/keyed_hash.h), so whoever writes the terms can't choose where they fall.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -82,8 +86,44 @@ void findContainedTerms(const RecordTable& table, const TermIndex& index, std::s
 /// Terms that are runs of whole words of `text` joined without blanks (see `matchesWordRun`).
 void findWordRuns(const RecordTable& table, const TermIndex& index, std::string_view text, TermHits* hits);
 
-/// The same for the text of the last `findWordRuns`: `hits` still has its words.
+/// The same for the text of the last `findWordRuns` or `beginWordRuns`: `hits` still has its words.
 void findWordRunsAgain(const RecordTable& table, const TermIndex& index, TermHits* hits);
+
+// --- The same in steps ---------------------------------------------------------------------------------------------
+
+/// A part of a text that may be a term.
+struct TermProbe {
+  std::uint64_t hash = 0;
+  std::uint32_t position = 0;
+  std::uint32_t length = 0;
+  std::uint32_t row = 0;  ///< of the slot with the hash's tag
+};
+
+/// The probes of one text, by position, at each the longest first.
+struct TermProbes {
+  /// A text that needs more is searched at once when the search is finished, and so is one with a long term: there it
+  /// matters that a known term ends the search at its byte.
+  static constexpr std::size_t kMost = 48;
+
+  std::array<TermProbe, kMost> probes;
+  std::size_t count = 0;
+  bool complete = true;  ///< false if the text is to be searched at once
+};
+
+void beginContainedTerms(const TermIndex& index, std::string_view text, TermProbes* probes);
+/// The words go to `hits`.
+void beginWordRuns(const TermIndex& index, std::string_view text, TermHits* hits, TermProbes* probes);
+
+/// Drops the probes that are no terms, but for few, and asks for the rows of the others.
+void askForRows(const RecordTable& table, const TermIndex& index, TermProbes* probes);
+/// Asks for their terms.
+void askForTerms(const RecordTable& table, const TermProbes& probes);
+
+void finishContainedTerms(const RecordTable& table, const TermIndex& index, std::string_view text,
+                          const TermProbes& probes, TermHits* hits);
+void finishWordRuns(const RecordTable& table, const TermIndex& index, const TermProbes& probes, TermHits* hits);
+
+// --- Single terms --------------------------------------------------------------------------------------------------
 
 /// The last row of the term that equals `text`.
 std::optional<std::uint32_t> findTerm(const RecordTable& table, const TermIndex& index, std::string_view text);

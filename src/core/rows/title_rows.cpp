@@ -31,15 +31,37 @@ void addPhrases(const RecordTable& table, const TermIndex& index, std::string_vi
 
 }  // namespace
 
-void findTitleRows(const RecordTable& table, const TitleTexts& title, TitleSearch* search, TitleRows* rows) {
+void beginTitleRows(const RecordTable& table, const TitleTexts& title, TitleSearch* search) {
+  beginContainedTerms(nativeIndex(table), title.compactRaw, &search->native);
+  beginWordRuns(englishIndex(table), title.english, &search->hits, &search->english);
+}
+
+void askForRows(const RecordTable& table, TitleSearch* search) {
+  askForRows(table, nativeIndex(table), &search->native);
+  askForRows(table, englishIndex(table), &search->english);
+}
+
+void askForTerms(const RecordTable& table, const TitleSearch& search) {
+  askForTerms(table, search.native);
+  askForTerms(table, search.english);
+}
+
+void finishTitleRows(const RecordTable& table, const TitleTexts& title, TitleSearch* search, TitleRows* rows) {
   for (auto* const list : {&rows->scenes, &rows->places, &rows->humans}) list->clear();
-  findContainedTerms(table, nativeIndex(table), title.compactRaw, &search->hits);
+  finishContainedTerms(table, nativeIndex(table), title.compactRaw, search->native, &search->hits);
   addRows(table, nativeIndex(table), search->hits, rows);
-  findWordRuns(table, englishIndex(table), title.english, &search->hits);
+  finishWordRuns(table, englishIndex(table), search->english, &search->hits);
   addRows(table, englishIndex(table), search->hits, rows);
   for (auto* const list : {&rows->scenes, &rows->places, &rows->humans}) {
     std::sort(list->begin(), list->end(), [](const FoundRow& a, const FoundRow& b) { return a.row < b.row; });
   }
+}
+
+void findTitleRows(const RecordTable& table, const TitleTexts& title, TitleSearch* search, TitleRows* rows) {
+  beginTitleRows(table, title, search);
+  askForRows(table, search);
+  askForTerms(table, *search);
+  finishTitleRows(table, title, search, rows);
 }
 
 std::vector<std::uint32_t> findWholeTitlePhrases(const RecordTable& table, const TitleTexts& title) {

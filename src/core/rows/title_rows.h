@@ -23,9 +23,18 @@ struct TitleRows {
 /// Kept from title to title to reuse its memory.
 struct TitleSearch {
   TermHits hits;
+  TermProbes native;
+  TermProbes english;
 };
 
 void findTitleRows(const RecordTable& table, const TitleTexts& title, TitleSearch* search, TitleRows* rows);
+
+/// The same in steps, see term_index.h. With several titles each has a search of its own, and each step is taken for
+/// all of them before the next.
+void beginTitleRows(const RecordTable& table, const TitleTexts& title, TitleSearch* search);
+void askForRows(const RecordTable& table, TitleSearch* search);
+void askForTerms(const RecordTable& table, const TitleSearch& search);
+void finishTitleRows(const RecordTable& table, const TitleTexts& title, TitleSearch* search, TitleRows* rows);
 
 /// The human rows whose phrase equals one of the title's compacted texts, whether or not `findTitleRows` found them;
 /// ascending.
