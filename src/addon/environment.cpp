@@ -228,8 +228,8 @@ bool isOrdinary(napi_env env, napi_value object) {
   napi_value prototype = nullptr;
   bool proxy = true;
   bool plain = false;
-  if (napi_call_function(env, object, isProxy, 1, &object, &answer) != napi_ok) dropException(env);
-  return napi_get_value_bool(env, answer, &proxy) == napi_ok && !proxy &&
+  return napi_call_function(env, object, isProxy, 1, &object, &answer) == napi_ok &&
+         napi_get_value_bool(env, answer, &proxy) == napi_ok && !proxy &&
          napi_get_prototype(env, object, &prototype) == napi_ok &&
          napi_strict_equals(env, prototype, objectPrototype(env), &plain) == napi_ok && plain;
 }
