@@ -1,6 +1,7 @@
 #include "rows/table_indexes.h"
 
 #include <algorithm>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -54,16 +55,18 @@ void collectRepeated(const RecordTable& table, const std::vector<std::uint32_t>&
   }
 }
 
-void findRepeated(const RecordTable& table, const TermIndex& index, std::vector<std::uint32_t>* repeated) {
-  std::vector<std::uint32_t> rows;
-  forEachTerm(index, [&](std::uint32_t lastRow) {
-    if ((*index.ring)[lastRow] == lastRow) return;
-    rows.clear();
-    forEachRow(index, lastRow, [&](std::uint32_t row) {
-      if (sectionOf(table, row) == Section::kScene) rows.push_back(row);
+/// `rows` are those of the index.
+void findRepeated(const RecordTable& table, const TermIndex& index, std::span<const std::uint32_t> rows,
+                  std::vector<std::uint32_t>* repeated) {
+  std::vector<std::uint32_t> scenes;
+  for (const std::uint32_t last : rows) {
+    if ((*index.ring)[last] >= last) continue;  // not the last row of its term, or the only one
+    scenes.clear();
+    forEachRow(index, last, [&](std::uint32_t row) {
+      if (sectionOf(table, row) == Section::kScene) scenes.push_back(row);
     });
-    if (rows.size() > 1) collectRepeated(table, rows, repeated);
-  });
+    if (scenes.size() > 1) collectRepeated(table, scenes, repeated);
+  }
   std::sort(repeated->begin(), repeated->end());
 }
 
@@ -76,14 +79,31 @@ void makeOnce(TableIndexes::Made* made, Make make) {
   made->done.store(true, std::memory_order_release);
 }
 
+using IsMember = bool (*)(const RecordTable&, std::uint32_t);
+
+/// The rows that belong to an index, ascending.
+template <IsMember kIsMember>
+SystemVector<std::uint32_t> listMembers(const RecordTable& table) {
+  SystemVector<std::uint32_t> members(table.rows.size());
+  std::size_t count = 0;
+  for (std::uint32_t row = 0; row < table.rows.size(); ++row) {
+    members[count] = row;
+    count += kIsMember(table, row) ? 1U : 0U;
+  }
+  members.resize(count);
+  return members;
+}
+
 /// `repeated` is null for indexes without scene rows.
-void makeIndex(const RecordTable& table, TableIndexes::Made* made, bool (*isMember)(const RecordTable&, std::uint32_t),
-               TermIndex* index, std::vector<std::uint32_t>* repeated) {
+template <IsMember kIsMember>
+void makeIndex(const RecordTable& table, TableIndexes::Made* made, TermIndex* index,
+               std::vector<std::uint32_t>* repeated) {
   makeOnce(made, [&] {
     TableIndexes& indexes = *table.indexes;
     makeOnce(&indexes.ringMade, [&] { indexes.ring.resize(table.rows.size()); });
-    buildTermIndex(table, isMember, &indexes.ring, index);
-    if (repeated != nullptr) findRepeated(table, *index, repeated);
+    const SystemVector<std::uint32_t> members = listMembers<kIsMember>(table);
+    buildTermIndex(table, members, &indexes.ring, index);
+    if (repeated != nullptr) findRepeated(table, *index, members, repeated);
   });
 }
 
@@ -123,24 +143,24 @@ void makeMasters(const RecordTable& table, std::unordered_map<std::string_view, 
 const TermIndex& nativeIndex(const RecordTable& table) {
   TableIndexes& indexes = *table.indexes;
   if (isMade(indexes.nativeMade)) return indexes.native;
-  makeIndex(table, &indexes.nativeMade, isNative, &indexes.native, &indexes.repeatedNative);
+  makeIndex<isNative>(table, &indexes.nativeMade, &indexes.native, &indexes.repeatedNative);
   return indexes.native;
 }
 
 const TermIndex& englishIndex(const RecordTable& table) {
   TableIndexes& indexes = *table.indexes;
   if (isMade(indexes.englishMade)) return indexes.english;
-  makeIndex(table, &indexes.englishMade, isEnglish, &indexes.english, &indexes.repeatedEnglish);
+  makeIndex<isEnglish>(table, &indexes.englishMade, &indexes.english, &indexes.repeatedEnglish);
   return indexes.english;
 }
 
 const TermIndex& celebrityIndex(const RecordTable& table) {
-  makeIndex(table, &table.indexes->celebrityMade, isCelebrity, &table.indexes->celebrity, nullptr);
+  makeIndex<isCelebrity>(table, &table.indexes->celebrityMade, &table.indexes->celebrity, nullptr);
   return table.indexes->celebrity;
 }
 
 const TermIndex& facetIndex(const RecordTable& table) {
-  makeIndex(table, &table.indexes->facetMade, isFacet, &table.indexes->facet, nullptr);
+  makeIndex<isFacet>(table, &table.indexes->facetMade, &table.indexes->facet, nullptr);
   return table.indexes->facet;
 }
 
@@ -148,7 +168,7 @@ const TermIndex& identityIndex(const RecordTable& table) {
   TableIndexes& indexes = *table.indexes;
   makeOnce(&indexes.identityMade, [&] {
     indexes.identity.ownRing.resize(table.rows.size());
-    buildTermIndex(table, isIdentity, &indexes.identity.ownRing, &indexes.identity);
+    buildTermIndex(table, listMembers<isIdentity>(table), &indexes.identity.ownRing, &indexes.identity);
   });
   return indexes.identity;
 }

@@ -110,18 +110,15 @@ struct Hashed {
   std::uint64_t hash = 0;
 };
 
-using Members = bool (*)(const RecordTable& table, std::uint32_t row);
-
-/// Calls `use(hashed)` for each member that `choose` takes, in order; `choose` gives its hash. The place that the hash
-/// has in `slots` is on its way by then.
+/// Calls `use(hashed)` for each row that `choose` takes, in order; `choose` gives its hash. The place that the hash has
+/// in `slots` is on its way by then.
 template <typename Choose, typename Use>
-void forEachHashed(const RecordTable& table, Members isMember, const SystemVector<std::uint64_t>& slots, Choose choose,
+void forEachHashed(std::span<const std::uint32_t> rows, const SystemVector<std::uint64_t>& slots, Choose choose,
                    Use use) {
   std::array<Hashed, kTogether> together;
   std::size_t count = 0;
-  const auto rowCount = static_cast<std::uint32_t>(table.rows.size());
-  for (std::uint32_t row = 0; row < rowCount; ++row) {
-    if (!isMember(table, row) || !choose(row, &together[count].hash)) continue;
+  for (const std::uint32_t row : rows) {
+    if (!choose(row, &together[count].hash)) continue;
     prefetch(&slots[placeOf(together[count].hash, slots.size())]);
     together[count++].row = row;
     if (count < kTogether) continue;
@@ -147,9 +144,6 @@ void addRow(const RecordTable& table, const Hashed& added, SystemVector<std::uin
   index->slots[place] = slot;
   (*ring)[added.row] = added.row;
 }
-
-/// True for one row of each term, the last.
-bool isLastOfTerm(const TermIndex& index, std::uint32_t row) { return (*index.ring)[row] <= row; }
 
 /// Sets the bit of a prefix; true if it wasn't set.
 bool registerPrefix(TermIndex* index, std::uint64_t hash) {
@@ -430,35 +424,30 @@ std::optional<std::uint32_t> termOfProbe(const Searcher& searcher, const TermPro
 
 }  // namespace
 
-void buildTermIndex(const RecordTable& table, bool (*isMember)(const RecordTable& table, std::uint32_t row),
-                    SystemVector<std::uint32_t>* ring, TermIndex* index) {
+void buildTermIndex(const RecordTable& table, std::span<const std::uint32_t> rows, SystemVector<std::uint32_t>* ring,
+                    TermIndex* index) {
   index->seed = hashSeed();
   index->ring = ring;
-  std::size_t members = 0;
-  for (std::uint32_t row = 0; row < table.rows.size(); ++row) members += isMember(table, row) ? 1U : 0U;
-  if (members == 0) return;
-  index->slots.assign(tableCapacity(members), kEmptySlot);
+  if (rows.empty()) return;
+  index->slots.assign(tableCapacity(rows.size()), kEmptySlot);
+  index->shortGate.assign(std::clamp<std::size_t>(std::bit_ceil(4 * rows.size()), 256, 65536), 0);
+  index->prefixBits.assign(rows.size() / 8 + 1, 0);
+  std::size_t prefixes = 0;
+  bool anyLong = false;
   forEachHashed(
-      table, isMember, index->slots,
+      rows, index->slots,
       [&](std::uint32_t row, std::uint64_t* hash) {
-        *hash = keyedHash(termOf(table, row), index->seed);
+        const std::string_view term = termOf(table, row);
+        prefixes += registerFront(index, term) ? 1U : 0U;
+        anyLong |= term.size() >= kLongLength;
+        *hash = keyedHash(term, index->seed);
         return true;
       },
       [&](const Hashed& added) { addRow(table, added, ring, index); });
 
-  index->shortGate.assign(std::clamp<std::size_t>(std::bit_ceil(4 * members), 256, 65536), 0);
-  index->prefixBits.assign(members / 8 + 1, 0);
-  std::size_t prefixes = 0;
-  bool anyLong = false;
-  for (std::uint32_t row = 0; row < table.rows.size(); ++row) {
-    if (!isMember(table, row) || !isLastOfTerm(*index, row)) continue;
-    const std::string_view term = termOf(table, row);
-    prefixes += registerFront(index, term) ? 1U : 0U;
-    anyLong |= term.size() >= kLongLength;
-  }
   index->gate.assign(gateCapacity(prefixes), 0);
   forEachHashed(
-      table, isMember, index->gate,
+      rows, index->gate,
       [&](std::uint32_t row, std::uint64_t* hash) {
         const std::string_view term = termOf(table, row);
         if (term.size() < kGatePrefix || !isLastOfTerm(*index, row)) return false;

@@ -32,6 +32,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -76,9 +77,9 @@ struct TermHits {
   std::unordered_map<std::uint32_t, std::size_t> newRunLimits;
 };
 
-/// Indexes the rows of `table` for which `isMember` is true. The ring has a place for each row of the table.
-void buildTermIndex(const RecordTable& table, bool (*isMember)(const RecordTable& table, std::uint32_t row),
-                    SystemVector<std::uint32_t>* ring, TermIndex* index);
+/// Indexes these rows of `table`, which ascend. The ring has a place for each row of the table.
+void buildTermIndex(const RecordTable& table, std::span<const std::uint32_t> rows, SystemVector<std::uint32_t>* ring,
+                    TermIndex* index);
 
 /// Terms that are substrings of `text`.
 void findContainedTerms(const RecordTable& table, const TermIndex& index, std::string_view text, TermHits* hits);
@@ -140,6 +141,9 @@ void forEachTerm(const TermIndex& index, Use use) {
     if (slot != kEmptySlot) use(static_cast<std::uint32_t>(slot));
   }
 }
+
+/// True for one row of each term, the last. Of a term with several rows, the ring leads from there to a lower one.
+inline bool isLastOfTerm(const TermIndex& index, std::uint32_t row) { return (*index.ring)[row] <= row; }
 
 /// Calls `use(row)` for each row of a term, ascending.
 template <typename Use>
