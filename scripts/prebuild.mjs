@@ -24,6 +24,12 @@ const otherBuilds = {
   'linux-arm64-gnu': ['build/linux-arm64'],
 };
 
+/** The licences of what is linked into a binary, where Debian's packages keep them. */
+const licences = {
+  'OpenSSL.txt': '/usr/share/common-licenses/Apache-2.0',
+  'libsodium.txt': '/usr/share/doc/libsodium-dev/copyright',
+};
+
 /** Whether a binary was built with this trust file: its pieces of the keys lie in the binary as they are. */
 export function holdsKeysOf(binary, trustFile) {
   const { packKeys } = JSON.parse(readFileSync(trustFile, 'utf8'));
@@ -49,10 +55,12 @@ function take(binary, name, trust) {
   if (name.startsWith('linux-x64')) run('strip', ['--strip-unneeded', prebuild]);
 }
 
-function make(trust) {
+/** Fills prebuilds/ anew. */
+export function make(trust = resolve(process.env.CORVENDA_TRUST_FILE || developmentTrust)) {
   const binary = build(trust);
   rmSync(prebuilds, { recursive: true, force: true });
-  mkdirSync(prebuilds);
+  mkdirSync(join(prebuilds, 'licences'), { recursive: true });
+  for (const [name, text] of Object.entries(licences)) copyFileSync(text, join(prebuilds, 'licences', name));
   take(binary, createRequire(import.meta.url)('../lib/target.cjs')(process), trust);
   for (const [name, folders] of Object.entries(otherBuilds)) {
     const built = folders.map((folder) => join(root, folder, 'corvenda_semantic.node')).find((path) => existsSync(path));
@@ -63,7 +71,7 @@ function make(trust) {
 
 function list() {
   if (!existsSync(prebuilds)) return;
-  for (const name of readdirSync(prebuilds).sort()) {
+  for (const name of readdirSync(prebuilds).filter((entry) => entry.endsWith('.node')).sort()) {
     const binary = join(prebuilds, name);
     const keys = holdsKeysOf(binary, developmentTrust) ? 'the DEVELOPMENT keys, which are public: not for a release' : 'keys of its own';
     say(`${relative(root, binary)}, ${Math.ceil(statSync(binary).size / 1024)} KiB, with ${keys}`);
@@ -74,6 +82,6 @@ if (process.argv[1] === import.meta.filename) {
   await command((args) => {
     const { values } = parseArgs({ args, options: { list: { type: 'boolean' } } });
     if (values.list) list();
-    else make(resolve(process.env.CORVENDA_TRUST_FILE || developmentTrust));
+    else make();
   });
 }
