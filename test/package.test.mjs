@@ -99,6 +99,10 @@ test('the tarball holds what package.json names and nothing of the work on it; b
       'npm ci removes what was built there. To have it built again each time, add to the scripts of your own package.json:',
       '  "postinstall": "npm --prefix node_modules/corvenda-semantic run setup"']) ?? true;
   });
+  const other = join(folder, 'musl.cjs'); // on the other C library of Linux, another binary is looked for
+  writeFileSync(other, "require('detect-libc').familySync = () => 'musl';");
+  assert.throws(() => run(process.execPath, ['-r', other, '-e', 'require("corvenda-semantic")'], { cwd: folder }),
+    new RegExp(`prebuilds/${target.replace('-gnu', '-musl')}\\.node: `));
 });
 
 // The host exports an OpenSSL and a uv of its own: an open symbol would be bound to it without a word, and one shown
