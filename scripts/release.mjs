@@ -28,6 +28,7 @@ function objections() {
 await command((args) => {
   const { values } = parseArgs({ args, options: { checks: { type: 'boolean' } } });
   const dry = process.env.npm_config_dry_run === 'true';
+  delete process.env.npm_config_dry_run; // of no concern to the npm that the checks call
   const found = objections();
   for (const sentence of found) say(dry ? `would stop a release: ${sentence}` : sentence);
   if (found.length > 0 && !dry) throw new SetupError('nothing was published');
