@@ -48,11 +48,11 @@ const patchLexicon = {
 function sealPacks() {
   mkdirSync(demoFolder, { recursive: true });
   klrx('build', ...sources('sample/lexicon', '.json'), ...sources('sample/places', '.tsv'),
-    '--rule-set-id', patch.baseRuleSetId, '--compress', '--out', pack.packPath);
+    '--rule-set-id', patch.baseRuleSetId, '--compress', '--force', '--out', pack.packPath);
   const lexicon = join(demoFolder, 'patch.json');
   writeFileSync(lexicon, JSON.stringify(patchLexicon));
-  klrx('build', lexicon, '--kind', 'patch', '--base-rule-set-id', patch.baseRuleSetId, '--rule-set-id', patch.ruleSetId, '--out', patch.packPath);
-  klrx('sign', '--pack', patch.packPath, '--development', '--out', `${patch.packPath}.manifest.json`);
+  klrx('build', lexicon, '--kind', 'patch', '--base-rule-set-id', patch.baseRuleSetId, '--rule-set-id', patch.ruleSetId, '--force', '--out', patch.packPath);
+  klrx('sign', '--pack', patch.packPath, '--development', '--force', '--out', `${patch.packPath}.manifest.json`);
 }
 
 // --- Asking -------------------------------------------------------------------------------------------------------

@@ -3,18 +3,27 @@
 
 import { run } from './commands/run.mjs';
 
+const { stdin, stdout, stderr } = process;
+
 // Whoever reads the output may stop early, as `head` does. The rest is then lost, but the work and its exit status go on
 // as usual.
-for (const stream of [process.stdout, process.stderr]) {
+for (const stream of [stdout, stderr]) {
   stream.on('error', (error) => {
     if (error.code !== 'EPIPE') throw error;
   });
 }
 
+/** Ends when the text is on its way, so that a slow reader slows the writer down. */
+const writeTo = (stream) => (text) =>
+  new Promise((resolve) => stream.write(text, (error) => resolve(!error)));
+
 process.exitCode = await run(process.argv.slice(2), {
-  out: (text) => process.stdout.write(text),
-  err: (text) => process.stderr.write(text),
-  // Only inspect and verify need the native module; the rest runs without it.
+  out: writeTo(stdout),
+  err: writeTo(stderr),
+  // Most of the work is done without the native module.
   loadAddon: async () => (await import('../lib/index.cjs')).default,
-  terminal: process.stderr.isTTY === true,
+  input: stdin,
+  terminal: stderr.isTTY === true,
+  columns: stdout.columns,
+  colors: stdout.isTTY === true && stdout.hasColors(16), // which heeds NO_COLOR
 });

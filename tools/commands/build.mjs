@@ -2,28 +2,17 @@
 
 import { basename, extname } from 'node:path';
 import { buildBinaryIndex, INDEX_DOCUMENT_NAME } from '../lib/binary_index.mjs';
-import { attempt, DONE, misuse, no, readArguments, readJson, refuseSameFile } from '../lib/command_line.mjs';
-import { readText, realPathOf, writeWhole } from '../lib/files.mjs';
-import { formatFinding } from '../lib/findings.mjs';
+import { attempt, choiceOf, countOf, misuse, no, readJson } from '../lib/command_line.mjs';
+import { readText, realPathOf } from '../lib/files.mjs';
+import { createFindings, findingRecord, formatFinding } from '../lib/findings.mjs';
 import { compileLexicons } from '../lib/lexicon.mjs';
+import { checkOutput, FORCE, writeOutput } from '../lib/output.mjs';
 import { buildPack, LZ4_COMPRESSION } from '../lib/pack_file.mjs';
 import { compilePlaces } from '../lib/places.mjs';
 import { developmentTrustFile } from '../lib/trust.mjs';
 
 const MAX_PACK_BYTES = 128 * 1024 * 1024;
 const MAX_DOCUMENTS = 512;
-
-/**
- * @template {string} Choice
- * @param {string} name
- * @param {string} value
- * @param {Choice[]} choices
- */
-function choiceOf(name, value, choices) {
-  const choice = choices.find((one) => one === value);
-  if (choice === undefined) throw misuse(`--${name} is ${choices.join(' or ')}, not ${value}`);
-  return choice;
-}
 
 function requireId(name, value) {
   if (!/^[A-Za-z0-9._-]{1,96}$/.test(value)) {
@@ -32,18 +21,7 @@ function requireId(name, value) {
 }
 
 /** The options of a build, checked completely before anything is read. */
-function readOptions(args) {
-  const { values, positionals: sources } = readArguments(args, {
-    out: { type: 'string' },
-    'rule-set-id': { type: 'string' },
-    'base-rule-set-id': { type: 'string' },
-    kind: { type: 'string', default: 'base' },
-    key: { type: 'string', default: 'test-v1' },
-    compress: { type: 'boolean', default: false },
-    trust: { type: 'string' },
-    nonce: { type: 'string' },
-    json: { type: 'boolean', default: false },
-  });
+function readOptions({ values, positionals: sources }) {
   const { out, nonce } = values;
   if (sources.length === 0) throw misuse('build needs at least one source');
   if (out === undefined) throw misuse('build needs --out PACK');
@@ -60,7 +38,7 @@ function readOptions(args) {
     if (!/\.(json|tsv)$/i.test(source)) throw misuse(`${source} is no .json or .tsv source`);
   }
   if (new Set(sources.map(realPathOf)).size < sources.length) throw misuse('a source is given twice');
-  refuseSameFile(out, sources);
+  checkOutput(out, { inputs: sources, force: values.force });
   const nonceBytes = nonce === undefined ? undefined : Buffer.from(nonce, 'hex');
   return { ...values, sources, out, kind, keyId, ruleSetId, baseRuleSetId, nonce: nonceBytes };
 }
@@ -71,32 +49,33 @@ function readTrust(path) {
   return trust;
 }
 
-/** Reads and compiles all sources; prints every finding before giving up. */
-function compileSources(paths, kind, io) {
+/** Reads and compiles all sources; gives up only after every finding was made. */
+function compileSources(paths, kind) {
   const lexicons = [];
   const places = [];
-  let errors = 0;
+  const unread = createFindings();
   for (const path of paths) {
+    const source = { path, text: '' };
     try {
-      const source = { path, text: readText(path) };
+      source.text = readText(path);
       if (extname(path).toLowerCase() === '.json') lexicons.push(source);
       else places.push(source);
     } catch (error) {
-      io.err(`${path}:1:1: the source ${error.message}\n`);
-      errors += 1;
+      unread.error(source, 0, `the source ${error.message}`);
     }
   }
-  const lexicon = compileLexicons(lexicons, { kind, complete: errors === 0 });
+  const lexicon = compileLexicons(lexicons, { kind, complete: unread.list.length === 0 });
   const shards = places.map(compilePlaces);
-  const findings = [lexicon, ...shards].flatMap((result) => result.findings);
+  const findings = [unread.list, ...[lexicon, ...shards].map((result) => result.findings)].flat();
   const order = new Map(paths.map((path, index) => [path, index]));
   findings.sort((a, b) => order.get(a.source.path) - order.get(b.source.path) || a.offset - b.offset);
-  for (const finding of findings) io.err(`${formatFinding(finding)}\n`);
-  errors += findings.filter((finding) => !finding.warning).length;
-  if (errors > 0) throw no(`${errors} ${errors === 1 ? 'error' : 'errors'}, nothing written`);
+  const said = findings.map((finding) => `${formatFinding(finding)}\n`).join('');
+  const records = findings.map(findingRecord);
+  const errors = findings.filter((finding) => !finding.warning).length;
+  if (errors > 0) throw no(`${countOf(errors, 'error')}, nothing written`, { said, report: { findings: records } });
 
   const sections = lexicons.length > 0 ? lexicon.sections : undefined;
-  return { sections, lexiconCount: lexicons.length, shards, warnings: findings.length };
+  return { sections, lexiconCount: lexicons.length, shards, said, findings: records };
 }
 
 function documentsOf({ sections, lexiconCount, shards }) {
@@ -109,15 +88,17 @@ function documentsOf({ sections, lexiconCount, shards }) {
   return index ? [index, ...shardDocuments] : shardDocuments;
 }
 
-export async function build(args, io) {
-  const options = readOptions(args);
+/** @param {import('../lib/command_line.mjs').Call} call */
+function run(call) {
+  const options = readOptions(call);
   const { sources, out, kind, keyId, ruleSetId, baseRuleSetId, nonce } = options;
   const trust = options.trust === undefined ? developmentTrustFile : readTrust(options.trust);
   if (keyId === 'release-v1' && trust.name === developmentTrustFile.name) {
-    io.err('klrx: warning: release-v1 of the development trust file is public; give the release one with --trust\n');
+    call.warn('release-v1 of the development trust file is public; give the release one with --trust');
   }
-  if (io.terminal) io.err(`klrx: compiling ${sources.length} ${sources.length === 1 ? 'source' : 'sources'}\n`);
-  const compiled = compileSources(sources, kind, io);
+  call.progress(`compiling ${countOf(sources.length, 'source')}`);
+  const compiled = compileSources(sources, kind);
+  if (!options.json) call.io.err(compiled.said);
   const documents = documentsOf(compiled);
   if (documents.length > MAX_DOCUMENTS) throw no(`${documents.length} documents are more than the ${MAX_DOCUMENTS} of a pack`);
   const compression = options.compress ? LZ4_COMPRESSION : undefined;
@@ -125,18 +106,40 @@ export async function build(args, io) {
     buildPack({ kind, ruleSetId, baseRuleSetId, keyId, documents, compression, nonce, trust }),
   );
   if (pack.length > MAX_PACK_BYTES) throw no(`${out}: ${pack.length} bytes are more than the ${MAX_PACK_BYTES} of a pack`);
-  attempt(out, () => writeWhole(out, pack));
+  writeOutput(out, pack, options);
 
   const rows = Object.fromEntries((compiled.sections ?? []).map((section) => [section.type, section.rows.length]));
   const shards = Object.fromEntries(compiled.shards.map((shard) => [shard.name, shard.rowCount]));
-  if (options.json) {
-    const report = { pack: out, packBytes: pack.length, kind, ruleSetId, baseRuleSetId, rows, shards };
-    io.out(`${JSON.stringify({ ...report, warnings: compiled.warnings }, null, 2)}\n`);
-    return DONE;
-  }
-  io.out(`${out}: ${kind} ${ruleSetId}, ${pack.length} bytes\n`);
   const counts = Object.entries({ ...rows, ...shards });
   const width = Math.max(...counts.map(([name]) => name.length));
-  for (const [name, count] of counts) io.out(`  ${name.padEnd(width)}  ${count} rows\n`);
-  return DONE;
+  const lines = counts.map(([name, count]) => `  ${name.padEnd(width)}  ${countOf(count, 'row')}\n`);
+  return {
+    report: { pack: out, packBytes: pack.length, kind, ruleSetId, baseRuleSetId, rows, shards, findings: compiled.findings },
+    text: `${out}: ${kind} ${ruleSetId}, ${pack.length} bytes\n${lines.join('')}`,
+  };
 }
+
+/** @type {import('../lib/command_line.mjs').Command} */
+export const build = {
+  summary: 'compile sources into a sealed pack',
+  usage: 'SOURCE... --out PACK [options]',
+  about: 'A source is a lexicon (*.json: categories, shortTitleOverrides, compoundOverrides, conflictOverrides, humans, '
+    + 'celebrities, locations, facets) or a table of places (location-NAME.tsv: alias, code, lang, weight, label, '
+    + 'countryLabel).',
+  options: {
+    out: { type: 'string', value: 'PACK', help: 'the pack to write, *.klrx' },
+    ...FORCE,
+    'rule-set-id': { type: 'string', value: 'ID', help: 'its rule set; the pack\'s name without .klrx by default' },
+    'base-rule-set-id': { type: 'string', value: 'ID', help: 'the rule set that it builds on; needed for a patch' },
+    kind: { type: 'string', value: 'KIND', default: 'base', help: 'base (default) or patch' },
+    key: { type: 'string', value: 'ID', default: 'test-v1', help: 'test-v1 (default) or release-v1' },
+    compress: { type: 'boolean', help: 'store the payload as an LZ4 block' },
+    trust: { type: 'string', value: 'FILE', help: 'the trust file with the keys; the development keys by default' },
+    nonce: { type: 'string', value: 'HEX', help: '12 bytes, so that equal sources give equal bytes; never use one for two payloads' },
+  },
+  examples: [
+    ['a lexicon and a table of places', 'klrx build lexicon.json location-eu.tsv --out mine.klrx'],
+    ['a patch for it', 'klrx build patch.json --kind patch --base-rule-set-id mine --out patch.klrx'],
+  ],
+  run,
+};

@@ -1,56 +1,58 @@
-// A command line of klrx, from its arguments to its exit status.
+// A command line of klrx, from its arguments to its exit status: the one place where results and errors are printed.
 
 import { readFileSync } from 'node:fs';
-import { DONE, misuse, Refusal, WRONG_USAGE } from '../lib/command_line.mjs';
+import { DONE, misuse, readArguments, Refusal, WRONG_USAGE } from '../lib/command_line.mjs';
+import { commandHelp, overview } from '../lib/help.mjs';
 import { build } from './build.mjs';
 import { inspect } from './inspect.mjs';
 import { sign } from './sign.mjs';
 import { verify } from './verify.mjs';
 
-const HELP = `klrx makes, inspects, signs and verifies semantic rule packs (.klrx).
+/** In the order in which a lexicon meets them. @type {Record<string, import('../lib/command_line.mjs').Command>} */
+export const COMMANDS = { build, inspect, sign, verify };
 
-usage:
-  klrx build SOURCE... --out PACK [options]     compile sources into a sealed pack
-  klrx inspect PACK [options]                   show what a pack is, and prove that it is sound
-  klrx sign --pack PACK --out MANIFEST (--key KEY.pem | --development) [--modules JSON]
-                                                sign a manifest for a patch pack
-  klrx verify MANIFEST PACK [options]           say whether a manifest vouches for a pack
+/** The options of every command. @type {Record<string, import('../lib/command_line.mjs').Option>} */
+const COMMON_OPTIONS = {
+  json: { type: 'boolean', help: 'print one JSON object, errors too' },
+  help: { type: 'boolean', help: 'print this' },
+};
 
-sources:
-  *.json                 a lexicon: categories, shortTitleOverrides, compoundOverrides,
-                         conflictOverrides, humans, celebrities, locations, facets
-  location-NAME.tsv      places: alias, code, lang, weight, label, countryLabel
+const versionOf = () => JSON.parse(readFileSync(new URL('../../package.json', import.meta.url), 'utf8')).version;
 
-build:
-  --out PACK             the pack to write, *.klrx
-  --rule-set-id ID       its rule set; the pack's name without .klrx by default
-  --base-rule-set-id ID  the rule set that it builds on; needed for a patch
-  --kind KIND            base (default) or patch
-  --key ID               test-v1 (default) or release-v1
-  --compress             store the payload as an LZ4 block
-  --trust FILE           the trust file with the keys; the development keys by default
-  --nonce HEX            12 bytes for a reproducible pack; never use one for two payloads
-  --json                 report as JSON
+const commandNamed = (name) => (Object.hasOwn(COMMANDS, name ?? '') ? COMMANDS[name] : undefined);
 
-inspect, verify:
-  --root DIR             the approved root; by default the directory that holds the files
-  --json                 report as JSON
-  --base-rule-set-id ID, --rule-set-id ID
-                         verify: the rule sets that are expected; those of the manifest by default
+/** The progress of a call: one line on a terminal, written over each time and gone at the end. */
+function progressOn(io) {
+  let shown = false;
+  return {
+    show(text) {
+      if (!io.terminal) return;
+      io.err(`\r\x1b[Kklrx: ${text}`);
+      shown = true;
+    },
+    clear() {
+      if (shown) io.err('\r\x1b[K');
+      shown = false;
+    },
+  };
+}
 
-sign:
-  --pack PACK            the patch pack; its ids are read from its metadata
-  --key KEY.pem          an Ed25519 private key in PEM form
-  --development          sign with the development key, which only development builds trust
-  --out MANIFEST         the manifest to write
-  --modules JSON         an array of strings to be signed along
-
-  --help, --version      print this, or the version
-
-exit status: 0 done, 1 the answer is no, 2 wrong usage
-`;
-
-const COMMANDS = { build, inspect, sign, verify };
+/** Runs a command: its outcome, or the refusal with which it ended. */
+async function attemptCommand(args, io, warn, progress) {
+  const [name, ...rest] = args;
+  try {
+    const command = commandNamed(name);
+    if (name === undefined) throw misuse('a command is missing');
+    if (!command) throw misuse(`${name} is no command`);
+    const { values, positionals } = readArguments(rest, { ...command.options, ...COMMON_OPTIONS });
+    return { status: DONE, ...await command.run({ values, positionals, io, warn, progress: progress.show }) };
+  } catch (error) {
+    if (!(error instanceof Refusal)) throw error;
+    return error;
+  } finally {
+    progress.clear();
+  }
+}
 
 /**
  * Runs one command line.
@@ -60,23 +62,32 @@ const COMMANDS = { build, inspect, sign, verify };
  */
 export async function run(args, io) {
   if (args.includes('--help') || args.includes('-h')) {
-    io.out(HELP);
+    const command = commandNamed(args[0]);
+    await io.out(command ? commandHelp(args[0], command, COMMON_OPTIONS) : overview(COMMANDS));
     return DONE;
   }
   if (args.includes('--version')) {
-    const { version } = JSON.parse(readFileSync(new URL('../../package.json', import.meta.url), 'utf8'));
-    io.out(`klrx ${version}\n`);
+    await io.out(`klrx ${versionOf()}\n`);
     return DONE;
   }
-  const [name, ...rest] = args;
-  try {
-    if (name === undefined) throw misuse('a command is missing');
-    if (!Object.hasOwn(COMMANDS, name)) throw misuse(`${name} is no command`);
-    return await COMMANDS[name](rest, io);
-  } catch (error) {
-    if (!(error instanceof Refusal)) throw error;
-    io.err(`klrx: ${error.message}\n`);
-    if (error.status === WRONG_USAGE) io.err('klrx: hint: klrx --help shows the usage\n');
-    return error.status;
+  const json = args.includes('--json');
+  const progress = progressOn(io);
+  const warnings = [];
+  const warn = (message) => {
+    progress.clear();
+    if (json) warnings.push(message);
+    else io.err(`klrx: warning: ${message}\n`);
+  };
+  const outcome = await attemptCommand(args, io, warn, progress);
+  const { status, report } = outcome;
+  if (!(outcome instanceof Refusal)) {
+    await io.out(json ? `${JSON.stringify({ ok: status === DONE, ...report, warnings }, null, 2)}\n` : outcome.text);
+    return status;
   }
+  const { message, said } = outcome;
+  const usage = commandNamed(args[0]) ? `klrx ${args[0]} --help` : 'klrx --help';
+  const hint = outcome.hint ?? (status === WRONG_USAGE ? `${usage} shows the usage` : undefined);
+  if (json) await io.out(`${JSON.stringify({ ok: false, error: message, hint, status, ...report, warnings }, null, 2)}\n`);
+  else await io.err(`${said}klrx: ${message}\n${hint === undefined ? '' : `klrx: hint: ${hint}\n`}`);
+  return status;
 }

@@ -1,13 +1,13 @@
 // klrx sign: a signed manifest for a patch pack.
 
 import { createPrivateKey } from 'node:crypto';
-import { readFileSync } from 'node:fs';
 import { basename } from 'node:path';
-import { attempt, DONE, misuse, no, readArguments, refuseSameFile } from '../lib/command_line.mjs';
-import { readText, reasonOf, writeWhole } from '../lib/files.mjs';
+import { attempt, misuse, no } from '../lib/command_line.mjs';
+import { readBytes, readText } from '../lib/files.mjs';
 import { buildManifest } from '../lib/manifest.mjs';
+import { checkOutput, FORCE, writeOutput } from '../lib/output.mjs';
 import { readPackMetadata } from '../lib/pack_file.mjs';
-import { developmentTrustFile, signingKeyOf } from '../lib/trust.mjs';
+import { developmentTrustFile, publicPinsOf, signingKeyOf } from '../lib/trust.mjs';
 
 const MAX_MANIFEST_BYTES = 128 * 1024;
 
@@ -53,34 +53,42 @@ function checkSignable(packPath, { kind, baseRuleSetId, ruleSetId }) {
   }
 }
 
-export async function sign(args, io) {
-  const { values, positionals } = readArguments(args, {
-    pack: { type: 'string' },
-    key: { type: 'string' },
-    development: { type: 'boolean', default: false },
-    out: { type: 'string' },
-    modules: { type: 'string', default: '[]' },
-  });
+/** @param {import('../lib/command_line.mjs').Call} call */
+function run({ values, positionals, warn }) {
   const { pack: packPath, out } = values;
   if (positionals.length > 0) throw misuse(`sign takes no ${positionals[0]}; the pack is given with --pack`);
   if (packPath === undefined) throw misuse('sign needs --pack PACK');
   if (out === undefined) throw misuse('sign needs --out MANIFEST');
   const modules = readModules(values.modules);
-  refuseSameFile(out, [packPath, ...(values.key === undefined ? [] : [values.key])]);
+  checkOutput(out, { inputs: [packPath, values.key].filter((path) => path !== undefined), force: values.force });
   const signingKey = readSigningKey(values);
 
-  const packBytes = attempt(packPath, () => {
-    try {
-      return readFileSync(packPath);
-    } catch (error) {
-      throw new Error(`cannot be read: ${reasonOf(error)}`, { cause: error });
-    }
-  });
-  checkSignable(packPath, attempt(packPath, () => readPackMetadata(packBytes)));
+  const packBytes = attempt(packPath, () => readBytes(packPath));
+  const metadata = attempt(packPath, () => readPackMetadata(packBytes));
+  checkSignable(packPath, metadata);
   const text = buildManifest({ packBytes, pack: basename(packPath), modules, signingKey });
   if (Buffer.byteLength(text) > MAX_MANIFEST_BYTES) throw no(`${out}: a manifest has at most ${MAX_MANIFEST_BYTES} bytes`);
-  attempt(out, () => writeWhole(out, text));
-  if (values.development) io.err('klrx: warning: signed with the development key, which is public\n');
-  io.out(`${out}: signed manifest for ${packPath}\n`);
-  return DONE;
+  writeOutput(out, text, values);
+  if (values.development) warn('signed with the development key, which is public');
+  const { baseRuleSetId, ruleSetId } = metadata;
+  return {
+    report: { manifest: out, pack: packPath, baseRuleSetId, ruleSetId, ...publicPinsOf(signingKey) },
+    text: `${out}: signed manifest for ${packPath}, from ${baseRuleSetId} to ${ruleSetId}\n`,
+  };
 }
+
+/** @type {import('../lib/command_line.mjs').Command} */
+export const sign = {
+  summary: 'sign a manifest for a patch pack',
+  usage: '--pack PACK --out MANIFEST (--key KEY.pem | --development)',
+  options: {
+    pack: { type: 'string', value: 'PACK', help: 'the patch pack; its ids are read from its metadata' },
+    out: { type: 'string', value: 'MANIFEST', help: 'the manifest to write' },
+    ...FORCE,
+    key: { type: 'string', value: 'KEY.pem', help: 'an Ed25519 private key in PEM form' },
+    development: { type: 'boolean', help: 'sign with the development key, which only development builds trust' },
+    modules: { type: 'string', value: 'JSON', default: '[]', help: 'an array of strings to be signed along' },
+  },
+  examples: [['for a development build', 'klrx sign --pack patch.klrx --development --out patch.klrx.manifest.json']],
+  run,
+};

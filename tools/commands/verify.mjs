@@ -1,8 +1,8 @@
 // klrx verify: whether a manifest vouches for a pack.
 
 import { dirname, resolve, sep } from 'node:path';
-import { DONE, misuse, readArguments, readJson } from '../lib/command_line.mjs';
-import { askAddon } from '../lib/native.mjs';
+import { misuse, readJson } from '../lib/command_line.mjs';
+import { ask, loadAddon } from '../lib/native.mjs';
 
 /** The deepest directory that holds all the paths. */
 function commonDirectory(paths) {
@@ -12,13 +12,8 @@ function commonDirectory(paths) {
   return directory;
 }
 
-export async function verify(args, io) {
-  const { values, positionals } = readArguments(args, {
-    json: { type: 'boolean', default: false },
-    root: { type: 'string' },
-    'base-rule-set-id': { type: 'string' },
-    'rule-set-id': { type: 'string' },
-  });
+/** @param {import('../lib/command_line.mjs').Call} call */
+async function run({ values, positionals, io }) {
   if (positionals.length !== 2) throw misuse('verify needs MANIFEST and PACK');
   const [manifestPath, packPath] = positionals;
   const allowedRoot = values.root ?? commonDirectory(positionals);
@@ -26,8 +21,21 @@ export async function verify(args, io) {
   const baseRuleSetId = values['base-rule-set-id'] ?? manifest?.baseRuleSetId;
   const ruleSetId = values['rule-set-id'] ?? manifest?.ruleSetId;
   const options = { manifestPath, packPath, allowedRoot, baseRuleSetId, ruleSetId };
-  const answer = await askAddon(io, (addon) => addon.verifySemanticDeltaManifest(options), allowedRoot, positionals);
-  if (values.json) io.out(`${JSON.stringify(answer, null, 2)}\n`);
-  else io.out(`${packPath}: signed patch from ${answer.baseRuleSetId} to ${answer.ruleSetId}, sha256 ${answer.packSha256}\n`);
-  return DONE;
+  const addon = await loadAddon(io);
+  const answer = ask(() => addon.verifySemanticDeltaManifest(options), allowedRoot, positionals);
+  const joins = `from ${answer.baseRuleSetId} to ${answer.ruleSetId}`;
+  return { report: answer, text: `${packPath}: signed patch ${joins}, sha256 ${answer.packSha256}\n` };
 }
+
+/** @type {import('../lib/command_line.mjs').Command} */
+export const verify = {
+  summary: 'say whether a manifest vouches for a pack',
+  usage: 'MANIFEST PACK [options]',
+  options: {
+    root: { type: 'string', value: 'DIR', help: 'the approved root; by default the directory that holds both files' },
+    'base-rule-set-id': { type: 'string', value: 'ID', help: 'the expected base; that of the manifest by default' },
+    'rule-set-id': { type: 'string', value: 'ID', help: 'the expected rule set; that of the manifest by default' },
+  },
+  examples: [['whether a patch may be trusted', 'klrx verify patch.klrx.manifest.json patch.klrx']],
+  run,
+};

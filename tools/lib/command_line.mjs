@@ -1,15 +1,57 @@
-// What the commands of klrx share: their exit status, how they end early, and how they read their arguments.
+// What the commands of klrx share: the record that a command is, its exit status, and how it ends early.
 
 import { parseArgs } from 'node:util';
-import { readText, realPathOf } from './files.mjs';
+import { readText } from './files.mjs';
 
 /**
  * What a command needs from outside. It is a parameter so that tests can pass their own.
  * @typedef {object} Io
- * @property {(text: string) => unknown} out standard output
+ * @property {(text: string) => unknown} out standard output; what it returns is awaited, and false says that nobody reads
+ *   any more
  * @property {(text: string) => unknown} err standard error
  * @property {() => Promise<typeof import('../../lib/index.cjs')>} loadAddon the native module
+ * @property {AsyncIterable<Uint8Array>} [input] standard input
  * @property {boolean} [terminal] whether standard error is a terminal, which alone is shown progress
+ * @property {number} [columns] width of the terminal that standard output is, if it is one
+ * @property {boolean} [colors] whether standard output may be coloured
+ */
+
+/**
+ * An option as `parseArgs` of node:util takes it, and what the help says of it.
+ * @typedef {object} Option
+ * @property {'string' | 'boolean'} type
+ * @property {string} help
+ * @property {string} [value] what stands after it, for the help; of the type "string" alone
+ * @property {string} [default]
+ * @property {boolean} [multiple]
+ */
+
+/**
+ * One run of a command.
+ * @typedef {object} Call
+ * @property {any} values the options by name
+ * @property {string[]} positionals
+ * @property {Io} io
+ * @property {(message: string) => void} warn
+ * @property {(text: string) => void} progress replaces what it said before; heard on a terminal only
+ */
+
+/**
+ * What a command comes to. With --json the report is printed, else the text.
+ * @typedef {object} Outcome
+ * @property {object} report
+ * @property {string} text ends with a line feed unless it is empty
+ * @property {number} [status] 0 by default
+ */
+
+/**
+ * @typedef {object} Command
+ * @property {string} summary one line
+ * @property {string} usage what stands after the command's name
+ * @property {string} [about] paragraphs for its help
+ * @property {Record<string, Option>} options without those that every command has
+ * @property {[what: string, line: string][]} examples command lines that work, in this order
+ * @property {(call: Call) => Outcome | Promise<Outcome>} run
  */
 
 export const DONE = 0;
@@ -20,18 +62,26 @@ export const WRONG_USAGE = 2;
 export class Refusal extends Error {
   /**
    * @param {number} status
-   * @param {string} message
+   * @param {string} message lower case, without full stop
+   * @param {{ hint?: string, report?: Record<string, unknown>, said?: string }} [more] `hint`: what may help; `report`:
+   *   more for --json; `said`: lines that stand before the message otherwise
    */
-  constructor(status, message) {
+  constructor(status, message, { hint, report = {}, said = '' } = {}) {
     super(message);
     this.status = status;
+    this.hint = hint;
+    this.report = report;
+    this.said = said;
   }
 }
 
 /** @param {string} message */
 export const misuse = (message) => new Refusal(WRONG_USAGE, message);
-/** @param {string} message */
-export const no = (message) => new Refusal(ANSWER_IS_NO, message);
+/**
+ * @param {string} message
+ * @param {ConstructorParameters<typeof Refusal>[2]} [more]
+ */
+export const no = (message, more) => new Refusal(ANSWER_IS_NO, message, more);
 
 /**
  * A step whose failure is the answer, reported with the file that it is about.
@@ -44,15 +94,15 @@ export function attempt(path, step) {
   try {
     return step();
   } catch (error) {
+    if (error instanceof Refusal) throw error;
     throw no(`${path}: ${error.message}`);
   }
 }
 
 /**
  * The arguments after a command's name.
- * @template {NonNullable<import('node:util').ParseArgsConfig['options']>} Options
  * @param {string[]} args
- * @param {Options} options as `parseArgs` of node:util takes them
+ * @param {Record<string, Option>} options
  */
 export function readArguments(args, options) {
   try {
@@ -64,14 +114,15 @@ export function readArguments(args, options) {
 }
 
 /**
- * @param {string} output
- * @param {string[]} inputs
+ * @template {string} Choice
+ * @param {string} name
+ * @param {string} value
+ * @param {readonly Choice[]} choices
  */
-export function refuseSameFile(output, inputs) {
-  const real = realPathOf(output);
-  for (const input of inputs) {
-    if (realPathOf(input) === real) throw misuse(`${output} is an input and the output`);
-  }
+export function choiceOf(name, value, choices) {
+  const choice = choices.find((one) => one === value);
+  if (choice === undefined) throw misuse(`--${name} is ${choices.join(' or ')}, not ${value}`);
+  return choice;
 }
 
 /** @param {string} path */
@@ -83,3 +134,6 @@ export function readJson(path) {
     throw no(`${path}: is no JSON`);
   }
 }
+
+/** "1 row", "2 rows". */
+export const countOf = (count, noun, plural = `${noun}s`) => `${count} ${count === 1 ? noun : plural}`;

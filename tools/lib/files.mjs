@@ -1,11 +1,22 @@
 // Files in and out of the command.
 
+<<<<<<< HEAD
 import { closeSync, fsyncSync, openSync, readFileSync, realpathSync, renameSync, rmSync, statSync, writeSync } from 'node:fs';
+=======
+import {
+  closeSync, existsSync, fsyncSync, linkSync, mkdirSync, openSync, readdirSync, readFileSync, realpathSync, renameSync,
+  rmSync, statSync, writeSync,
+} from 'node:fs';
+>>>>>>> 535babd (klrx: one frame for all commands: help with examples, JSON for errors too, no file overwritten without --force)
 import { basename, dirname, join, resolve } from 'node:path';
 
 const REASONS = {
   EACCES: 'permission denied',
+<<<<<<< HEAD
   EBUSY: 'it is in use',
+=======
+  EEXIST: 'it exists already',
+>>>>>>> 535babd (klrx: one frame for all commands: help with examples, JSON for errors too, no file overwritten without --force)
   EISDIR: 'it is a directory',
   ENOENT: 'no such file or directory',
   ENOSPC: 'no space left',
@@ -30,16 +41,23 @@ export function realPathOf(path) {
 }
 
 /**
+ * The content of a file.
+ * @throws {Error} with a reason in words
+ */
+export function readBytes(path) {
+  try {
+    return readFileSync(path);
+  } catch (error) {
+    throw new Error(`cannot be read: ${reasonOf(error)}`, { cause: error });
+  }
+}
+
+/**
  * The text of a UTF-8 file; a byte order mark is dropped.
  * @throws {Error} with a reason in words
  */
 export function readText(path) {
-  let bytes;
-  try {
-    bytes = readFileSync(path);
-  } catch (error) {
-    throw new Error(`cannot be read: ${reasonOf(error)}`, { cause: error });
-  }
+  const bytes = readBytes(path);
   try {
     return new TextDecoder('utf-8', { fatal: true }).decode(bytes);
   } catch (error) {
@@ -47,15 +65,50 @@ export function readText(path) {
   }
 }
 
+/** Whether there is a directory of this name. */
+export const isDirectory = (path) => statSync(path, { throwIfNoEntry: false })?.isDirectory() ?? false;
+
+/** The names in a directory, in the order of their bytes, so that it does not depend on the file system or the language. */
+export const namesIn = (directory) => readdirSync(directory).sort((a, b) => Buffer.compare(Buffer.from(a), Buffer.from(b)));
+
+/** Makes a directory and those above it. */
+export function makeDirectory(path) {
+  try {
+    mkdirSync(path, { recursive: true });
+  } catch (error) {
+    throw new Error(`cannot be made: ${reasonOf(error)}`, { cause: error });
+  }
+}
+
+/**
+ * Gives a finished file its name. Only a link is refused by the system if the name is taken; where there are no links, a
+ * file that another process makes between the two steps is lost.
+ */
+function takeName(temporary, path, force) {
+  if (!force) {
+    try {
+      linkSync(temporary, path);
+      rmSync(temporary);
+      return;
+    } catch (error) {
+      if (error.code === 'EEXIST' || existsSync(path)) throw error;
+    }
+  }
+  renameSync(temporary, path);
+}
+
 /**
  * Writes a file as a whole or not at all: to a new file beside it, which then takes its name.
+ * @param {string} path
+ * @param {string | Uint8Array} content
+ * @param {{ force?: boolean, mode?: number }} [options] `force`: over a file of that name too; `mode`: its permissions
  * @throws {Error} with a reason in words
  */
-export function writeWhole(path, content) {
+export function writeWhole(path, content, { force = false, mode = 0o666 } = {}) {
   const temporary = join(dirname(path), `.${basename(path)}.${process.pid}.tmp`);
   let created = false;
   try {
-    const file = openSync(temporary, 'wx', 0o666);
+    const file = openSync(temporary, 'wx', mode);
     created = true;
     try {
       const bytes = Buffer.from(content);
@@ -64,7 +117,7 @@ export function writeWhole(path, content) {
     } finally {
       closeSync(file);
     }
-    renameSync(temporary, path);
+    takeName(temporary, path, force);
   } catch (error) {
     if (created) rmSync(temporary, { force: true });
     // What it means to take the name of a directory, Windows says with a code that stands for much else.

@@ -54,3 +54,11 @@ export function createFindings() {
 export function formatFinding({ source, offset, warning, message }) {
   return `${placeOf(source, offset)}: ${warning ? 'warning: ' : ''}${message}`;
 }
+
+/**
+ * A finding as --json shows it.
+ * @param {Finding} finding
+ */
+export function findingRecord({ source, offset, warning, message }) {
+  return { file: source.path, ...positionOf(source, offset), severity: warning ? 'warning' : 'error', message };
+}

@@ -5,26 +5,40 @@ import { no } from './command_line.mjs';
 import { realPathOf } from './files.mjs';
 
 /** Why the approved-root test may fail although a file lies below the root. */
-function explainRoot(message, root, paths, io) {
-  if (!message.endsWith('outside the approved root')) return;
+function hintAboutRoot(message, root, paths) {
+  if (!message.endsWith('outside the approved root')) return undefined;
   if (/[^\0-\x7f]/.test([root, ...paths].map(realPathOf).join(''))) {
-    io.err('klrx: hint: no path with a character beyond ASCII is inside a root; use another directory\n');
-  } else if (realPathOf(root).endsWith(sep)) {
-    io.err('klrx: hint: nothing is inside the root of a file system; use a directory below it\n');
+    return 'no path with a character beyond ASCII is inside a root; use another directory';
   }
+  return realPathOf(root).endsWith(sep) ? 'nothing is inside the root of a file system; use a directory below it' : undefined;
 }
 
-export async function askAddon(io, question, root, paths) {
-  let addon;
+/**
+ * The native module.
+ * @param {import('./command_line.mjs').Io} io
+ */
+export async function loadAddon(io) {
   try {
-    addon = await io.loadAddon();
+    return await io.loadAddon();
   } catch (error) {
     throw no(`the native module cannot be loaded: ${error.message}`);
   }
+}
+
+/**
+ * Asks a loaded module about files; its refusal is the answer.
+ * @template T
+ * @param {() => T} question
+ * @param {string} root the approved root
+ * @param {string[]} paths the files, the first of which names the answer
+ * @param {(message: string) => { hint?: string, report?: Record<string, unknown> }} [explain] more about a refusal
+ * @returns {T}
+ */
+export function ask(question, root, paths, explain = () => ({})) {
   try {
-    return question(addon);
+    return question();
   } catch (error) {
-    explainRoot(error.message, root, paths, io);
-    throw no(`${paths[0]}: ${error.message || 'its index document has a wrong name or encoding'}`);
+    const message = error.message || 'its index document has a wrong name or encoding';
+    throw no(`${paths[0]}: ${message}`, { hint: hintAboutRoot(message, root, paths), ...explain(message) });
   }
 }
