@@ -33,7 +33,7 @@ test('JSON: what JSON.parse refuses is a finding where an editor should put the 
     ['[▲"\\u12g4"]', string('holds an escape \\u without four hexadecimal digits')],
     ...['{▲a:1}', '[▲+1]', '[▲NaN]', '[▲1.]', '[▲toString]']
       .map((text) => [text, `"${/▲([^\]:]+)/.exec(text)[1]}" is no JSON value`]),
-    ['[0▲1]', '"1" stands where "," should be'], ['▲/* */ {}', 'JSON has no comments'],
+    ['[0▲1]', '"1" stands where "," should be'], ['{} ▲/* //', 'the comment that begins here does not end'],
     [`▲${'['.repeat(1e5)}`, 'values are nested too deep'],
   ]) {
     assertFindings(marked, [message]);
@@ -87,15 +87,18 @@ test('lexicon: findings with their places', () => {
   const ofCategory = (more) => `{"categories":[{"key":"k","zh":["a"],${more}}]}`;
   const ofFacets = (...more) => `{"facets":[${more.map((text) => `{"dimension":"d","key":"f",${text}}`)}]}`;
   const stands = (what, wanted) => `${what} stands where ${wanted} should be`;
+  const unknownOf = (what, allowed) => `unknown property ${what} (allowed: ${allowed})`;
+  const lists = 'categories, shortTitleOverrides, compoundOverrides, conflictOverrides, humans, celebrities, locations, facets';
   const unknown = 'no category with an alias has the key "k"';
   for (const [marked, ...messages] of [
     ['▲[]', stands('an array', 'an object')],
-    ['{▲"catgories":[],▲"scenes":[],▲"Humans":[]}', 'unknown property "catgories"; is "categories" meant?',
-      'unknown property "scenes"', 'unknown property "Humans"; is "humans" meant?'],
+    ['{▲"catgories":[],▲"scenes":[],▲"Humans":[]}', unknownOf('"catgories"; is "categories" meant?', lists),
+      unknownOf('"scenes"', lists), unknownOf('"Humans"; is "humans" meant?', lists)],
     ['{"categories":▲{},"humans":[▲null]}', stands('an object', 'an array'), stands('null', 'an object')],
-    ['{"categories":[▲{▲"kye":"k"}]}', 'the property "key" is missing', 'unknown property "kye"; is "key" meant?'],
+    ['{"categories":[▲{▲"kye":"k"}]}', 'the property "key" is missing', unknownOf('"kye"; is "key" meant?',
+      'key, label, archiveLabel, archiveCode, icon, defaultDetail, priority, zh, aliases, keywords, en, details')],
     [ofCategory('"label":▲5,"priority":▲true'), stands('a number', 'a string'), stands('a boolean', 'a number')],
-    [ofFacets('"weight":▲"3x"', '"weight":▲1e400', '"en":[▲"street food"]'), '"3x" is no number',
+    [ofFacets('"weight":▲"3x"', '"weight":▲1e400', '"en":[▲"street food"]'), 'the text is no number',
       'the number is too large', 'warning: the facet alias is looked for as "streetfood", without its blanks'],
     [ofCategory(`"en":["😀中",▲"\\t ",▲7,▲"${'x'.repeat(65536)}"]`), 'the alias is blank',
       stands('a number', 'a string'), 'the string is longer than 65535 bytes'],
@@ -132,14 +135,18 @@ test('places: rows grouped by alias, findings with their places', () => {
   const tokyo = [{ code: 'JP-13', weight: -0.1, label: '东京' }];
   const data = buildLocationShard([{ alias: 'newyork', records: york }, { alias: '东京', records: tokyo }]);
   const good = compilePlaces(source(HEADER.replace('\n', '\r\n') + rows, 'x/location-a.tsv'));
-  assert.deepEqual(good, { name: 'location-a', rowCount: 3, data, findings: [] });
+  assert.deepEqual([good.name, good.data, good.findings, good.rows.map(({ term, fields }) => [term, ...fields])],
+    ['location-a', data, [], [['newyork', 'NY', 'location-db-en', '0.750000', 'NYC', 'en', 'U'],
+      ['东京', 'JP-13', 'location-db-native', '-0.100000', '东京', 'zh', ''],
+      ['newyork', 'XX', 'location-db-en', '1.000000', '', 'en', '']]]);
   for (const [text, findings, path = 'location-a.tsv'] of [
     [null, ['1:1: the header is not alias, code, lang, weight, label, countryLabel, separated by tabs']],
     ['中 \t\tfr\t0x1\tl\tc\n',
       ['2:4: the code is empty', '2:5: the language is "fr", not "zh" or "en"', '2:8: "0x1" is no weight']],
     [' \tc\ten\t1e39\tl\tc', ['2:1: the alias is blank', '2:8: "1e39" is no weight']],
+    ['\n\t\t \r\nx\n\n', ['4:1: the row has 1 columns, not 6']],
     ['a\tc\tzh\t1\t\tc', ['2:10: a "zh" place without a label is never found']],
-    ['\na\tc\ten\t\tl\tc\td', ['2:1: the row has 1 columns, not 6', '3:1: the row has 7 columns, not 6']],
+    ['a\tc\ten\t\tl\tc\td', ['2:1: the row has 7 columns, not 6']],
     ['A a\tc\ten\t1\tl\tc\naa\tc\ten\t2\tl\tc', ['3:1: warning: the place stands already at location-a.tsv:2:1']],
     ['', ['1:1: the file must be named location-NAME.tsv, NAME of ASCII letters, digits, "-", "." and "_"'], 'p.tsv'],
   ]) {

@@ -7,9 +7,14 @@ import { copyFileSync, existsSync, linkSync, mkdirSync, readdirSync, readFileSyn
 import test from 'node:test';
 import { buildBinaryIndex, buildLocationShard, buildManifest, buildPack, readPackMetadata } from '../tools/index.mjs';
 import { COMMANDS } from '../tools/commands/run.mjs';
+import { readPack } from '../tools/lib/pack_reader.mjs';
 import { addon } from './support/addon.mjs';
 import { enter, HEADER, klrx } from './support/klrx.mjs';
 
+const publicKeyText = (keyId) =>
+  `${keyId} of the development trust file is public: anybody can read and replace the pack; --trust names another file`;
+const publicKey = (keyId = 'test-v1') => `klrx: warning: ${publicKeyText(keyId)}\n`;
+const UNKNOWN = 'unknown property "x" (allowed: categories, shortTitleOverrides, compoundOverrides, conflictOverrides, humans, celebrities, locations, facets)';
 const FOOD = '{"categories":[{"key":"food","zh":["火锅"]}]}';
 const PLACES = `${HEADER}东京\tJP-13\tzh\t1\t东京\t日本\n`;
 
@@ -28,29 +33,61 @@ test('build: the pack is that of the builders, and the same every time', async (
     ['location-jp.tsv', { ruleSetId: 'old', documents: [shard] }],
   ]) {
     const [status, , err] = await klrx(`build ${line} --out old.klrx --force --nonce 000102030405060708090a0b`);
-    assert.deepEqual([status, err !== ''], [0, line.includes('release-v1')], 'the public release key is warned of');
+    assert.deepEqual([status, err], [0, publicKey(line.includes('release-v1') ? 'release-v1' : 'test-v1')]);
     assert.deepEqual(readFileSync('old.klrx'),
       buildPack({ ...expected, nonce: Buffer.from('000102030405060708090a0b', 'hex') }), line);
   }
   const report = JSON.parse((await klrx('build lex.json --out old.klrx --force --json'))[1]);
   const { length: packBytes } = readFileSync('old.klrx');
   assert.deepEqual(report, { ok: true, pack: 'old.klrx', packBytes, kind: 'base', ruleSetId: 'old', baseRuleSetId: 'old',
-    rows: { scene: 1, human: 0, celebrity: 0, location: 0, facet: 0 }, shards: {}, findings: [], warnings: [] });
+    rows: { scene: 1, human: 0, celebrity: 0, location: 0, facet: 0 }, shards: {}, findings: [], warnings: [publicKeyText('test-v1')] });
   mkdirSync('d.klrx');
   for (const [out, reason] of [['no/p.klrx', 'no such file or directory'], ['d.klrx', 'it is a directory']]) {
     assert.deepEqual(await klrx(`build lex.json --out ${out}`),
-      [1, '', `klrx: ${out}: cannot be written: ${reason}\n`]);
+      [1, '', `${out === 'd.klrx' ? '' : publicKey()}klrx: ${out}: cannot be written: ${reason}\n`]);
   }
   assert.deepEqual(readdirSync('.').sort(), ['d.klrx', 'lex.json', 'location-jp.tsv', 'old.klrx'],
     'no temporary file stays');
 
   enter({ 'a.json': '{"x":1}', 'b.json': '[', 'c.json': Buffer.of(0xff), 'location-a.tsv': `${HEADER}x\n`,
     'p.klrx': 'old' });
-  assert.deepEqual(await klrx('build location-a.tsv b.json gone.json c.json a.json --out p.klrx --force'), [1, '', [
+  assert.deepEqual(await klrx('build location-a.tsv b.json gone.json c.json a.json --out p.klrx --force'), [1, '', [publicKey().trimEnd(),
     'location-a.tsv:2:1: the row has 1 columns, not 6', 'b.json:1:2: the text ends where "]" should be',
     'gone.json:1:1: the source cannot be read: no such file or directory', 'c.json:1:1: the source is not UTF-8 text',
-    'a.json:1:2: unknown property "x"', 'klrx: 5 errors, nothing written', ''].join('\n')]);
+    `a.json:1:2: ${UNKNOWN}`, 'klrx: 5 errors, nothing written', ''].join('\n')]);
   assert.deepEqual([readFileSync('p.klrx', 'utf8'), readdirSync('.').length], ['old', 5]);
+});
+
+test('build: folders, comments, the base of a patch, and what is warned of', async () => {
+  const cities = { shortTitleOverrides: [{ sceneKey: 'food', zh: ['吃饭'] }] };
+  enter({ 'lex/a.jsonc': '{ // the scene\n"$schema": "s", "categories": [{"key":"food","label":"Food","zh":["面" /* noodles */]}] }',
+    'lex/b.json': FOOD, 'lex/location-z.tsv': PLACES, 'lex/titles.tsv': 'raw\n', 'lex/.old.json': '[', 'empty.json': '{}',
+    'patch.json': cities, 'wrong.json': { humans: [{ sceneKey: 'x', zh: ['去'] }] }, 'no/x.txt': '', 'base.klrx': '' });
+  const reportOf = async (line) => JSON.parse((await klrx(`build ${line} --force --json`))[1]);
+  const { rows, shards } = await reportOf('lex --out base.klrx');
+  assert.deepEqual([rows.scene, shards], [2, { 'location-z': 1 }]);
+  const { sections } = readPack('base.klrx');
+  assert.deepEqual(sections.scene.map(({ term }) => term), ['面', '火锅'], 'in the order of the names');
+  for (const [line, expected] of [
+    ['no --out p.klrx', { error: 'no: holds no source (*.json, *.jsonc, location-NAME.tsv)' }],
+    ['empty.json --out p.klrx', { warnings: ['the pack is empty: no source has a row'] }],
+    ['patch.json --kind patch --base-rule-set-id p --out p.klrx',
+      { warnings: ['the patch leads from p to itself, and no reader takes such a patch; give another --rule-set-id'] }],
+    ['patch.json --kind patch --base base.klrx --out p.klrx', { baseRuleSetId: 'base', findings: [] }],
+    ['wrong.json --kind patch --base base.klrx --out p.klrx', { error: '1 error, nothing written' }],
+    ['patch.json --kind patch --base base.klrx --base-rule-set-id other --out q.klrx',
+      { error: 'base.klrx: is the rule set base, not other' }],
+    ['patch.json --kind patch --base p.klrx --out q.klrx', { error: 'p.klrx: is a patch pack, and a patch builds on a base' }],
+    ['patch.json --kind patch --base empty.json --out q.klrx', { error: 'empty.json: the file is not a rule pack' }],
+  ]) {
+    const report = await reportOf(line);
+    const warnings = report.warnings.filter((warning) => warning !== publicKeyText('test-v1'));
+    assert.deepEqual({ ...report, warnings: expected.warnings ? warnings : [] }, { ...report, warnings: [], ...expected }, line);
+  }
+  const [{ term, fields }] = readPack('p.klrx').sections.scene;
+  assert.deepEqual([term, fields[5]], ['吃饭', 'Food'], 'with the data of the scene in the base');
+  assert.match((await klrx('build patch.json --kind patch --base base.klrx --out p.klrx --force'))[1],
+    /^p\.klrx: patch p for the base base, /);
 });
 
 test('wrong usage is status 2 and writes nothing, help and version are 0 anywhere', async () => {
@@ -64,14 +101,15 @@ test('wrong usage is status 2 and writes nothing, help and version are 0 anywher
     ['build a.json --fast', "unknown option '--fast'"],
     ['build a.json --out', "option '--out <value>' argument missing"],
     ['build a.json --out p.zip', 'p.zip does not end in .klrx'],
-    ['build a.txt --out p.klrx', 'a.txt is no .json or .tsv source'],
+    ['build a.txt --out p.klrx', 'a.txt is no .json, .jsonc or .tsv source'],
     [['build', 'a.json', '--out', 'p q.klrx'],
       'the rule set id "p q" is not 1 to 96 of the letters, digits, "-", "." and "_"'],
     ['build a.json ./a.json --out p.klrx', 'a source is given twice'],
     ['build a.json --out alias.klrx', 'alias.klrx is an input and the output'],
     [`${build} --kind delta`, '--kind is base or patch, not delta'],
     [`${build} --key x`, '--key is test-v1 or release-v1, not x'],
-    [`${build} --kind patch`, 'a patch needs --base-rule-set-id ID'],
+    [`${build} --kind patch`, 'a patch needs --base PACK or --base-rule-set-id ID'],
+    [`${build} --base b.klrx`, '--base goes with --kind patch'],
     [`${build} --nonce 00`, '--nonce is not 24 hexadecimal digits'],
     ['inspect', 'inspect needs one PACK'], ['verify a.json', 'verify needs MANIFEST and PACK'],
     ['sign --out m.json --development', 'sign needs --pack PACK'],
@@ -179,23 +217,25 @@ test('errors as JSON, files that are there, progress', async () => {
   enter({ 'a.json': FOOD, 'bad.json': '{"x":1}', 'p.klrx': 'old' });
   const exists = { error: 'p.klrx: exists already', hint: '--force overwrites it', status: 1 };
   const usage = { error: 'build needs --out PACK', hint: 'klrx build --help shows the usage', status: 2 };
-  const finding = { file: 'bad.json', line: 1, column: 2, severity: 'error', message: 'unknown property "x"' };
+  const finding = { file: 'bad.json', line: 1, column: 2, severity: 'error', message: UNKNOWN };
   for (const [line, expected] of [
     ['build a.json --out p.klrx --json', exists], ['build a.json --json', usage],
     ['build bad.json --out q.klrx --json', { error: '1 error, nothing written', status: 1, findings: [finding] }],
   ]) {
     const [status, out, err] = await klrx(line);
-    assert.deepEqual([status, err, JSON.parse(out)], [expected.status, '', { ok: false, ...expected, warnings: [] }]);
+    const warnings = line.includes('bad') ? [publicKeyText('test-v1')] : [];
+    assert.deepEqual([status, err, JSON.parse(out)], [expected.status, '', { ok: false, ...expected, warnings }]);
   }
   assert.deepEqual(await klrx('build a.json --out p.klrx'), [1, '', `klrx: ${exists.error}\nklrx: hint: ${exists.hint}\n`]);
   assert.deepEqual([readFileSync('p.klrx', 'utf8'), readdirSync('.').length], ['old', 3]);
   const [, , err] = await klrx('build a.json --out q.klrx', undefined, { terminal: true });
-  assert.equal(err, '\r\x1b[Kklrx: compiling 1 source\r\x1b[K');
+  assert.equal(err, `${publicKey()}\r\x1b[Kklrx: compiling 1 source\r\x1b[K`);
 });
 
 test('the examples of --help, one after the other as they stand', async () => {
   const category = (key, zh) => ({ categories: [{ key, zh: [zh] }] });
-  enter({ 'lexicon.json': FOOD, 'location-eu.tsv': PLACES, 'patch.json': category('skate', '滑板') });
+  enter({ 'lexicon.json': FOOD, 'location-eu.tsv': PLACES, 'patch.json': category('skate', '滑板'),
+    'lexicon/a.json': FOOD, 'lexicon/location-jp.tsv': PLACES });
   for (const [name, { examples }] of Object.entries(COMMANDS)) {
     const [, help] = await klrx(`${name} --help`);
     assert.ok(help.split('\n').every((line) => line.length <= 80 || /^ {2}(?:#|klrx)/.test(line)), `${name}: lines of 80 columns`);

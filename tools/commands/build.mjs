@@ -1,15 +1,13 @@
 // klrx build: sources into a sealed pack.
 
-import { basename, extname } from 'node:path';
-import { buildBinaryIndex, INDEX_DOCUMENT_NAME } from '../lib/binary_index.mjs';
-import { attempt, choiceOf, countOf, misuse, no, readJson } from '../lib/command_line.mjs';
-import { readText, realPathOf } from '../lib/files.mjs';
-import { createFindings, findingRecord, formatFinding } from '../lib/findings.mjs';
-import { compileLexicons } from '../lib/lexicon.mjs';
+import { extname } from 'node:path';
+import { attempt, choiceOf, countOf, misuse, no } from '../lib/command_line.mjs';
+import { findingRecord, formatFinding } from '../lib/findings.mjs';
 import { checkOutput, FORCE, writeOutput } from '../lib/output.mjs';
 import { buildPack, LZ4_COMPRESSION } from '../lib/pack_file.mjs';
-import { compilePlaces } from '../lib/places.mjs';
-import { developmentTrustFile } from '../lib/trust.mjs';
+import { readPack } from '../lib/pack_reader.mjs';
+import { compileFiles, documentsOf, ruleSetIdOf, sourceFiles } from '../lib/sources.mjs';
+import { aboutPublicKey, isPublicKey, readTrust, TRUST } from '../lib/trust_option.mjs';
 
 const MAX_PACK_BYTES = 128 * 1024 * 1024;
 const MAX_DOCUMENTS = 512;
@@ -21,84 +19,60 @@ function requireId(name, value) {
 }
 
 /** The options of a build, checked completely before anything is read. */
-function readOptions({ values, positionals: sources }) {
-  const { out, nonce } = values;
-  if (sources.length === 0) throw misuse('build needs at least one source');
+function readOptions({ values, positionals }) {
+  const { out, nonce, base } = values;
+  if (positionals.length === 0) throw misuse('build needs at least one source');
   if (out === undefined) throw misuse('build needs --out PACK');
   if (extname(out) !== '.klrx') throw misuse(`${out} does not end in .klrx`);
   const kind = choiceOf('kind', values.kind, ['base', 'patch']);
   const keyId = choiceOf('key', values.key, ['test-v1', 'release-v1']);
-  const ruleSetId = values['rule-set-id'] ?? basename(out, '.klrx');
+  const ruleSetId = values['rule-set-id'] ?? ruleSetIdOf(out);
   requireId('the rule set id', ruleSetId);
-  if (kind === 'patch' && values['base-rule-set-id'] === undefined) throw misuse('a patch needs --base-rule-set-id ID');
-  const baseRuleSetId = values['base-rule-set-id'] ?? ruleSetId;
-  requireId('the base rule set id', baseRuleSetId);
+  if (kind === 'base' && base !== undefined) throw misuse('--base goes with --kind patch');
+  if (kind === 'patch' && base === undefined && values['base-rule-set-id'] === undefined) {
+    throw misuse('a patch needs --base PACK or --base-rule-set-id ID');
+  }
+  if (values['base-rule-set-id'] !== undefined) requireId('the base rule set id', values['base-rule-set-id']);
   if (nonce !== undefined && !/^[0-9a-fA-F]{24}$/.test(nonce)) throw misuse('--nonce is not 24 hexadecimal digits');
-  for (const source of sources) {
-    if (!/\.(json|tsv)$/i.test(source)) throw misuse(`${source} is no .json or .tsv source`);
-  }
-  if (new Set(sources.map(realPathOf)).size < sources.length) throw misuse('a source is given twice');
-  checkOutput(out, { inputs: sources, force: values.force });
+  const sources = sourceFiles(positionals);
+  checkOutput(out, { inputs: base === undefined ? sources : [...sources, base], force: values.force });
   const nonceBytes = nonce === undefined ? undefined : Buffer.from(nonce, 'hex');
-  return { ...values, sources, out, kind, keyId, ruleSetId, baseRuleSetId, nonce: nonceBytes };
+  return { ...values, sources, out, kind, keyId, ruleSetId, nonce: nonceBytes };
 }
 
-function readTrust(path) {
-  const trust = readJson(path);
-  if (!trust?.packKeys) throw no(`${path}: is no trust file`);
-  return trust;
-}
-
-/** Reads and compiles all sources; gives up only after every finding was made. */
-function compileSources(paths, kind) {
-  const lexicons = [];
-  const places = [];
-  const unread = createFindings();
-  for (const path of paths) {
-    const source = { path, text: '' };
-    try {
-      source.text = readText(path);
-      if (extname(path).toLowerCase() === '.json') lexicons.push(source);
-      else places.push(source);
-    } catch (error) {
-      unread.error(source, 0, `the source ${error.message}`);
-    }
+/**
+ * What a patch has to know of its base: its rule set, and the data of its scenes.
+ * @returns {{ baseRuleSetId: string, scenes?: Map<string, { tail: string[], place: string }> }}
+ */
+function readBase(options, trust) {
+  const { base, kind, ruleSetId } = options;
+  const expected = options['base-rule-set-id'];
+  if (base === undefined) return { baseRuleSetId: expected ?? ruleSetId };
+  const { metadata, sections } = readPack(base, trust);
+  if (metadata.kind !== 'base') throw no(`${base}: is a ${metadata.kind} pack, and a ${kind} builds on a base`);
+  if (expected !== undefined && metadata.ruleSetId !== expected) {
+    throw no(`${base}: is the rule set ${metadata.ruleSetId}, not ${expected}`);
   }
-  const lexicon = compileLexicons(lexicons, { kind, complete: unread.list.length === 0 });
-  const shards = places.map(compilePlaces);
-  const findings = [unread.list, ...[lexicon, ...shards].map((result) => result.findings)].flat();
-  const order = new Map(paths.map((path, index) => [path, index]));
-  findings.sort((a, b) => order.get(a.source.path) - order.get(b.source.path) || a.offset - b.offset);
-  const said = findings.map((finding) => `${formatFinding(finding)}\n`).join('');
-  const records = findings.map(findingRecord);
-  const errors = findings.filter((finding) => !finding.warning).length;
-  if (errors > 0) throw no(`${countOf(errors, 'error')}, nothing written`, { said, report: { findings: records } });
-
-  const sections = lexicons.length > 0 ? lexicon.sections : undefined;
-  return { sections, lexiconCount: lexicons.length, shards, said, findings: records };
-}
-
-function documentsOf({ sections, lexiconCount, shards }) {
-  const index = sections && {
-    type: 'semantic-index',
-    name: INDEX_DOCUMENT_NAME,
-    data: buildBinaryIndex({ sections, sourceDocumentCount: lexiconCount }),
-  };
-  const shardDocuments = shards.map(({ name, data }) => ({ type: 'location-shard', name, data }));
-  return index ? [index, ...shardDocuments] : shardDocuments;
+  const scenes = new Map();
+  for (const { fields } of sections.scene) {
+    if (fields[3] === 'category' && !scenes.has(fields[0])) scenes.set(fields[0], { tail: fields.slice(5), place: `in ${base}` });
+  }
+  return { baseRuleSetId: metadata.ruleSetId, scenes };
 }
 
 /** @param {import('../lib/command_line.mjs').Call} call */
 function run(call) {
   const options = readOptions(call);
-  const { sources, out, kind, keyId, ruleSetId, baseRuleSetId, nonce } = options;
-  const trust = options.trust === undefined ? developmentTrustFile : readTrust(options.trust);
-  if (keyId === 'release-v1' && trust.name === developmentTrustFile.name) {
-    call.warn('release-v1 of the development trust file is public; give the release one with --trust');
+  const { sources, out, kind, keyId, ruleSetId, nonce } = options;
+  const trust = readTrust(options.trust);
+  if (isPublicKey(keyId, trust)) call.warn(aboutPublicKey(keyId));
+  const { baseRuleSetId, scenes } = readBase(options, trust);
+  if (kind === 'patch' && baseRuleSetId === ruleSetId) {
+    call.warn(`the patch leads from ${ruleSetId} to itself, and no reader takes such a patch; give another --rule-set-id`);
   }
   call.progress(`compiling ${countOf(sources.length, 'source')}`);
-  const compiled = compileSources(sources, kind);
-  if (!options.json) call.io.err(compiled.said);
+  const compiled = compileFiles(sources, { kind, scenes });
+  if (!options.json) call.io.err(compiled.findings.map((finding) => `${formatFinding(finding)}\n`).join(''));
   const documents = documentsOf(compiled);
   if (documents.length > MAX_DOCUMENTS) throw no(`${documents.length} documents are more than the ${MAX_DOCUMENTS} of a pack`);
   const compression = options.compress ? LZ4_COMPRESSION : undefined;
@@ -106,16 +80,20 @@ function run(call) {
     buildPack({ kind, ruleSetId, baseRuleSetId, keyId, documents, compression, nonce, trust }),
   );
   if (pack.length > MAX_PACK_BYTES) throw no(`${out}: ${pack.length} bytes are more than the ${MAX_PACK_BYTES} of a pack`);
-  writeOutput(out, pack, options);
 
   const rows = Object.fromEntries((compiled.sections ?? []).map((section) => [section.type, section.rows.length]));
-  const shards = Object.fromEntries(compiled.shards.map((shard) => [shard.name, shard.rowCount]));
+  const shards = Object.fromEntries(compiled.shards.map((shard) => [shard.name, shard.rows.length]));
   const counts = Object.entries({ ...rows, ...shards });
+  if (counts.every(([, count]) => count === 0)) call.warn('the pack is empty: no source has a row');
+  writeOutput(out, pack, options);
+
   const width = Math.max(...counts.map(([name]) => name.length));
   const lines = counts.map(([name, count]) => `  ${name.padEnd(width)}  ${countOf(count, 'row')}\n`);
+  const what = kind === 'base' ? `base ${ruleSetId}` : `patch ${ruleSetId} for the base ${baseRuleSetId}`;
+  const findings = compiled.findings.map(findingRecord);
   return {
-    report: { pack: out, packBytes: pack.length, kind, ruleSetId, baseRuleSetId, rows, shards, findings: compiled.findings },
-    text: `${out}: ${kind} ${ruleSetId}, ${pack.length} bytes\n${lines.join('')}`,
+    report: { pack: out, packBytes: pack.length, kind, ruleSetId, baseRuleSetId, rows, shards, findings },
+    text: `${out}: ${what}, ${pack.length} bytes\n${lines.join('')}`,
   };
 }
 
@@ -123,23 +101,27 @@ function run(call) {
 export const build = {
   summary: 'compile sources into a sealed pack',
   usage: 'SOURCE... --out PACK [options]',
-  about: 'A source is a lexicon (*.json: categories, shortTitleOverrides, compoundOverrides, conflictOverrides, humans, '
-    + 'celebrities, locations, facets) or a table of places (location-NAME.tsv: alias, code, lang, weight, label, '
-    + 'countryLabel).',
+  about: 'A source is a lexicon (*.json or *.jsonc, with comments: categories, shortTitleOverrides, compoundOverrides, '
+    + 'conflictOverrides, humans, celebrities, locations, facets), a table of places (location-NAME.tsv: alias, code, '
+    + 'lang, weight, label, countryLabel), or a folder that holds such files.\n'
+    + 'Editors complete lexicons that begin with '
+    + '"$schema": "./node_modules/corvenda-semantic/tools/lexicon.schema.json".',
   options: {
     out: { type: 'string', value: 'PACK', help: 'the pack to write, *.klrx' },
     ...FORCE,
     'rule-set-id': { type: 'string', value: 'ID', help: 'its rule set; the pack\'s name without .klrx by default' },
-    'base-rule-set-id': { type: 'string', value: 'ID', help: 'the rule set that it builds on; needed for a patch' },
     kind: { type: 'string', value: 'KIND', default: 'base', help: 'base (default) or patch' },
+    base: { type: 'string', value: 'PACK', help: 'the base of a patch: scenes that the patch names must be there' },
+    'base-rule-set-id': { type: 'string', value: 'ID', help: 'the base of a patch, if its pack is not at hand' },
     key: { type: 'string', value: 'ID', default: 'test-v1', help: 'test-v1 (default) or release-v1' },
     compress: { type: 'boolean', help: 'store the payload as an LZ4 block' },
-    trust: { type: 'string', value: 'FILE', help: 'the trust file with the keys; the development keys by default' },
+    ...TRUST,
     nonce: { type: 'string', value: 'HEX', help: '12 bytes, so that equal sources give equal bytes; never use one for two payloads' },
   },
   examples: [
     ['a lexicon and a table of places', 'klrx build lexicon.json location-eu.tsv --out mine.klrx'],
-    ['a patch for it', 'klrx build patch.json --kind patch --base-rule-set-id mine --out patch.klrx'],
+    ['a folder of sources, compressed', 'klrx build lexicon --compress --out whole.klrx'],
+    ['a patch for it', 'klrx build patch.json --kind patch --base mine.klrx --out patch.klrx'],
   ],
   run,
 };

@@ -1,7 +1,7 @@
-// JSON (RFC 8259) with the position of every value. `JSON.parse` gives values without positions, and whoever edits a
-// lexicon needs to know where a wrong one is.
+// JSON (RFC 8259) with comments, and with the position of every value. `JSON.parse` gives values without positions, and
+// whoever edits a lexicon needs to know where a wrong one is.
 
-import { parseTree, printParseErrorCode } from 'jsonc-parser';
+import { getNodeValue, parseTree, printParseErrorCode } from 'jsonc-parser';
 
 /**
  * A value with its place.
@@ -33,8 +33,7 @@ const WANTED = {
 
 // What is wrong with the token at an error's place.
 const WRONG = {
-  InvalidCommentToken: 'JSON has no comments',
-  UnexpectedEndOfComment: 'JSON has no comments',
+  UnexpectedEndOfComment: 'the comment that begins here does not end',
   UnexpectedEndOfString: 'the string that begins here does not end in its line',
   InvalidCharacter: 'the string that begins here holds a control character',
   InvalidEscapeCharacter: 'the string that begins here holds an escape that does not exist',
@@ -54,7 +53,7 @@ function describe(text, { error, offset, length }) {
 }
 
 /**
- * Parses a JSON text.
+ * Parses a JSON text, which may have comments.
  * @param {string} text without a byte order mark
  * @returns {JsonNode}
  * @throws {JsonSyntaxError} at the first place that is no JSON
@@ -65,11 +64,31 @@ export function parseJson(text) {
   /** @type {JsonNode | undefined} */
   let tree;
   try {
-    tree = parseTree(text, errors, { disallowComments: true });
+    tree = parseTree(text, errors);
   } catch (error) {
     if (!(error instanceof RangeError)) throw error; // the parser is recursive: this one says that the stack is full
     throw new JsonSyntaxError('values are nested too deep', 0);
   }
   if (errors.length > 0 || !tree) throw new JsonSyntaxError(describe(text, errors[0]), errors[0].offset);
   return tree;
+}
+
+/** The value that a node stands for. Of properties of one name the last counts. @param {JsonNode} node */
+export const valueOf = (node) => getNodeValue(node);
+
+/**
+ * Properties whose name stands in their object already.
+ * @param {JsonNode} node
+ * @returns {{ name: string, offset: number, first: JsonNode }[]} `first`: the value of the first one
+ */
+export function repeatedProperties({ type, children = [] }) {
+  const seen = new Map();
+  return children.flatMap((child) => {
+    if (type !== 'object') return repeatedProperties(child);
+    const [{ value: name }, value] = /** @type {JsonNode[]} */ (child.children);
+    const inside = repeatedProperties(value);
+    if (seen.has(name)) return [{ name, offset: child.offset, first: seen.get(name) }, ...inside];
+    seen.set(name, value);
+    return inside;
+  });
 }

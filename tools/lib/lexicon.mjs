@@ -11,217 +11,95 @@
 
 import { SECTION_NAMES } from './binary_index.mjs';
 import { createFindings, placeOf } from './findings.mjs';
-import { JsonSyntaxError, parseJson } from './json.mjs';
+import { JsonSyntaxError, parseJson, repeatedProperties, valueOf } from './json.mjs';
+import { shapeFaults } from './schema.mjs';
 import { compactTerm, formatFixed } from './text.mjs';
 
-const MAX_FIELD_BYTES = 0xffff;
 const TAG_SEPARATOR = '\x1e';
-
-// Numbers that C's string-to-double conversion accepts in full, except for forms (hex, inf, nan) that are surely a mistake
-// in a lexicon.
-const NUMBER_TEXT = /^[+-]?(?:[0-9]+\.?[0-9]*|\.[0-9]+)(?:[eE][+-]?[0-9]+)?$/;
-
-// A reader takes (reading, node) and returns a value, or undefined after a finding.
-
-function describe(node) {
-  return node.type === 'array' || node.type === 'object' ? `an ${node.type}` : node.type === 'null' ? 'null' : `a ${node.type}`;
-}
-
-function expect(reading, node, type, wanted = type === 'string' ? 'a string' : `an ${type}`) {
-  if (node.type === type) return true;
-  reading.error(node, `${describe(node)} stands where ${wanted} should be`);
-  return false;
-}
-
-function text(reading, node) {
-  if (!expect(reading, node, 'string')) return undefined;
-  if (Buffer.byteLength(node.value) > MAX_FIELD_BYTES) {
-    reading.error(node, `the string is longer than ${MAX_FIELD_BYTES} bytes`);
-    return undefined;
-  }
-  return node.value;
-}
-
-function nonEmptyText(reading, node) {
-  const value = text(reading, node);
-  if (value === '') reading.error(node, 'the string is empty');
-  return value || undefined;
-}
-
-function weight(reading, node) {
-  if (node.type === 'number') {
-    if (Number.isFinite(node.value)) return formatFixed(node.value);
-    reading.error(node, 'the number is too large');
-    return undefined;
-  }
-  if (!expect(reading, node, 'string', 'a number')) return undefined;
-  if (node.value === '' || NUMBER_TEXT.test(node.value)) return node.value;
-  reading.error(node, `${JSON.stringify(node.value)} is no number`);
-  return undefined;
-}
-
-/** Alias strings, folded, each with its place. */
-function aliases(reading, node) {
-  if (!expect(reading, node, 'array')) return [];
-  return node.children.flatMap((item) => {
-    const value = text(reading, item);
-    const term = value === undefined ? undefined : compactTerm(value);
-    if (term === '') reading.error(item, 'the alias is blank');
-    return term ? [{ term, written: value, node: item }] : [];
-  });
-}
-
-/** An object whose property names are free and whose values are alias lists, in the order in which an engine walks it. */
-function aliasGroups(reading, node) {
-  if (!expect(reading, node, 'object')) return [];
-  return Object.values(Object.fromEntries(node.children.map(({ children: [name, value] }) => [name.value, value]))).flatMap((group) =>
-    aliases(reading, group),
-  );
-}
-
-function tags(reading, node) {
-  if (!expect(reading, node, 'array')) return undefined;
-  const values = node.children.map((item) => {
-    const value = text(reading, item);
-    if (value?.includes(TAG_SEPARATOR)) reading.error(item, 'the byte 0x1e separates tags and cannot stand in one');
-    return value;
-  });
-  return values.join(TAG_SEPARATOR);
-}
-
-function curatedSection(reading, node) {
-  const value = text(reading, node);
-  if (value !== undefined && value !== 'location') {
-    reading.error(node, 'a lexicon holds the section "location" alone: places of other sections stand in .tsv sources');
-  }
-  return value;
-}
-
-/** A list of objects of one shape. */
-function listOf(shape) {
-  return (reading, node) => {
-    if (!expect(reading, node, 'array')) return [];
-    return node.children.flatMap((item) => readObject(reading, item, shape) ?? []);
-  };
-}
-
-const DETAIL = { properties: { label: text, zh: aliases, en: aliases } };
-const CATEGORY = {
-  required: ['key'],
-  properties: {
-    key: nonEmptyText,
-    label: text,
-    archiveLabel: text,
-    archiveCode: text,
-    icon: text,
-    defaultDetail: text,
-    priority: weight,
-    zh: aliases,
-    aliases,
-    keywords: aliases,
-    en: aliases,
-    details: listOf(DETAIL),
-  },
-};
-const OVERRIDE = {
-  required: ['sceneKey'],
-  properties: { sceneKey: nonEmptyText, detailLabel: text, zh: aliases, en: aliases },
-};
-const HUMAN = { required: ['sceneKey'], properties: { sceneKey: text, detail: text, zh: aliases, en: aliases } };
-const FACET = {
-  required: ['dimension', 'key'],
-  properties: { dimension: nonEmptyText, key: nonEmptyText, weight, zh: aliases, en: aliases },
-};
-const CELEBRITY = {
-  required: ['id', 'name'],
-  properties: {
-    id: nonEmptyText,
-    name: nonEmptyText,
-    kind: text,
-    region: text,
-    photoKey: text,
-    priority: weight,
-    tags,
-    aliases: aliasGroups,
-  },
-};
-const LOCATION = {
-  required: ['code', 'label'], // places are looked up by their label: without one, a row is never found
-  properties: {
-    section: curatedSection,
-    code: nonEmptyText,
-    source: text,
-    weight,
-    label: nonEmptyText,
-    countryLabel: text,
-    zh: aliases,
-    en: aliases,
-  },
-};
 const OVERRIDE_KINDS = [
   ['shortTitleOverrides', 'short'],
   ['compoundOverrides', 'compound'],
   ['conflictOverrides', 'conflict'],
 ];
-const LEXICON = {
-  properties: {
-    categories: listOf(CATEGORY),
-    ...Object.fromEntries(OVERRIDE_KINDS.map(([property]) => [property, listOf(OVERRIDE)])),
-    humans: listOf(HUMAN),
-    facets: listOf(FACET),
-    celebrities: listOf(CELEBRITY),
-    locations: listOf(LOCATION),
-  },
-};
 
-/** Whether two names differ by one slip: a letter too many, too few or wrong, two swapped, or upper and lower case. */
-function isNearlyThe(name, known) {
-  const a = name.toLowerCase();
-  const b = known.toLowerCase();
-  if (Math.abs(a.length - b.length) > 1) return false;
-  let start = 0;
-  while (start < a.length && a[start] === b[start]) start += 1;
-  const restA = a.slice(start);
-  const restB = b.slice(start);
-  const swapped = restA.slice(1, 2) + restA.slice(0, 1) + restA.slice(2);
-  return restA.slice(1) === restB.slice(1) || restA.slice(1) === restB || restA === restB.slice(1) || swapped === restB;
+/**
+ * One row of a section.
+ * @typedef {object} LexiconRow
+ * @property {string} term folded
+ * @property {string[]} fields
+ * @property {string} written the alias as it stands in the source
+ * @property {import('./findings.mjs').Source} source
+ * @property {number} offset of the alias in its source
+ */
+
+/** An object of a lexicon that has the right shape, and ways to what is in it. */
+function entryOf(node, reading) {
+  const nodes = Object.fromEntries(node.children.map(({ children: [name, member] }) => [name.value, member]));
+  const aliasesIn = (list) => list.children.map((item) => ({ term: compactTerm(item.value), written: item.value, node: item }));
+  return {
+    nodes,
+    reading,
+    text: (name, otherwise = '') => nodes[name]?.value ?? otherwise,
+    number(name, otherwise = '') {
+      const value = nodes[name]?.value ?? otherwise;
+      return typeof value === 'number' ? formatFixed(value) : value;
+    },
+    aliases: (name) => (nodes[name] ? aliasesIn(nodes[name]) : []),
+    entries: (name) => (nodes[name]?.children ?? []).map((child) => entryOf(child, reading)),
+    // In the order in which an engine walks the properties: numbers first.
+    aliasGroups(name) {
+      const groups = Object.fromEntries((nodes[name]?.children ?? []).map(({ children: [key, list] }) => [key.value, list]));
+      return Object.values(groups).flatMap(aliasesIn);
+    },
+  };
 }
 
 /**
- * Reads an object of a shape: `{ values, nodes, node }` with the values and value nodes of the known properties, or
- * undefined if it is no object or lacks a required property.
+ * Reads one lexicon. What has the wrong shape is a finding and left out, entry by entry.
+ * @param {import('./findings.mjs').Source} source
+ * @returns {{ listOf: (property: string) => ReturnType<typeof entryOf>[], complete: boolean }} `complete`: no scene is missing
  */
-function readObject(reading, node, { required = [], properties }) {
-  if (!expect(reading, node, 'object')) return undefined;
-  const values = {};
-  const nodes = {};
-  for (const { offset, children: [{ value: name }, member] } of node.children) {
-    if (!Object.hasOwn(properties, name)) {
-      const near = Object.keys(properties).find((known) => isNearlyThe(name, known));
-      reading.error({ offset }, `unknown property ${JSON.stringify(name)}${near ? `; is "${near}" meant?` : ''}`);
-    } else if (Object.hasOwn(nodes, name)) {
-      reading.error({ offset }, `the property "${name}" stands twice; the first is at ${reading.place(nodes[name])}`);
-    } else {
-      nodes[name] = member;
-      values[name] = properties[name](reading, member);
-    }
+function readLexicon(source, findings) {
+  const reading = {
+    error: (node, message) => findings.error(source, node.offset, message),
+    warning: (node, message) => findings.warning(source, node.offset, message),
+    place: (node) => placeOf(source, node.offset),
+    source,
+  };
+  const none = { listOf: () => [], complete: false };
+  let root;
+  try {
+    root = parseJson(source.text);
+  } catch (error) {
+    if (!(error instanceof JsonSyntaxError)) throw error;
+    reading.error(error, error.message);
+    return none;
   }
-  const missing = required.filter((name) => !Object.hasOwn(nodes, name));
-  for (const name of missing) reading.error(node, `the property "${name}" is missing`);
-  // A required property with a wrong value already has its finding; the object would only cause more of them.
-  return required.every((name) => values[name] !== undefined) ? { values, nodes, node, reading } : undefined;
+  for (const { name, offset, first } of repeatedProperties(root)) {
+    reading.error({ offset }, `the property "${name}" stands twice; the first is at ${reading.place(first)}`);
+  }
+  const faults = shapeFaults(root, valueOf(root));
+  for (const fault of faults) reading.error(fault, fault.message);
+  if (root.type !== 'object') return none;
+  const lists = entryOf(root, reading).nodes;
+  const faulty = new Set(faults.flatMap(({ path }) => path.slice(1)));
+  return {
+    listOf: (property) => (lists[property]?.type === 'array' ? lists[property].children : [])
+      .filter((node) => !faulty.has(node)).map((node) => entryOf(node, reading)),
+    complete: faults.every(({ path }) => path.length > 1 && path[1] !== lists.categories),
+  };
 }
 
 /**
- * Lays out the rows of parsed lexicons, section by section. `reportUnknownScene` is called with each override and
- * phrase that names a scene without a category row.
+ * Lays out the rows of lexicons, section by section. `scenes` holds what is known of each scene and is added to;
+ * `reportUnknownScene` is called with each override and phrase that names a scene without a category row.
  */
-function layOut(lexicons, reportUnknownScene) {
-  /** @type {Record<string, { term: string, fields: string[] }[]>} */
+function layOut(lexicons, scenes, reportUnknownScene) {
+  /** @type {Record<string, LexiconRow[]>} */
   const rows = Object.fromEntries(SECTION_NAMES.map((name) => [name, []]));
   const firstPlaces = new Map();
 
-  function add(section, { term, node }, reading, fields, identity = fields) {
+  function add(section, { term, written, node }, reading, fields, identity = fields) {
     const key = JSON.stringify([section, term, identity]);
     const first = firstPlaces.get(key);
     if (first) {
@@ -229,88 +107,89 @@ function layOut(lexicons, reportUnknownScene) {
     } else {
       firstPlaces.set(key, { reading, node });
     }
-    rows[section].push({ term, fields });
+    rows[section].push({ term, fields, written, source: reading.source, offset: node.offset });
   }
-  const each = (property, visit) => lexicons.forEach((lexicon) => lexicon.values[property]?.forEach(visit));
+  const each = (property, visit) => lexicons.forEach((lexicon) => lexicon.listOf(property).forEach(visit));
 
-  const tails = new Map(); // scene key -> { tail, place } of its first row of the kind "category"
-  each('categories', ({ values, nodes, reading }) => {
-    const { key, label = '', archiveLabel = '', archiveCode = '', icon = '', defaultDetail = '', priority = '' } = values;
-    const tail = [label, archiveLabel, archiveCode, icon, defaultDetail, priority];
-    const native = ['zh', 'aliases', 'keywords'].flatMap((property) => values[property] ?? []);
+  each('categories', (category) => {
+    const { nodes, reading } = category;
+    const key = category.text('key');
+    const [defaultDetail, priority] = [category.text('defaultDetail'), category.number('priority')];
+    const tail = [...['label', 'archiveLabel', 'archiveCode', 'icon'].map((name) => category.text(name)), defaultDetail, priority];
+    const native = ['zh', 'aliases', 'keywords'].flatMap((name) => category.aliases(name));
+    const english = category.aliases('en');
     for (const alias of native) add('scene', alias, reading, [key, defaultDetail, priority, 'category', 'zh', ...tail]);
-    for (const alias of values.en ?? []) add('scene', alias, reading, [key, defaultDetail, priority, 'category', 'en', ...tail]);
-    for (const detail of values.details ?? []) {
+    for (const alias of english) add('scene', alias, reading, [key, defaultDetail, priority, 'category', 'en', ...tail]);
+    for (const detail of category.entries('details')) {
       for (const lang of ['zh', 'en']) {
-        for (const alias of detail.values[lang] ?? []) {
-          add('scene', alias, reading, [key, detail.values.label ?? '', priority, 'detail', lang, ...tail]);
+        for (const alias of detail.aliases(lang)) {
+          add('scene', alias, reading, [key, detail.text('label'), priority, 'detail', lang, ...tail]);
         }
       }
     }
-    const first = tails.get(key);
+    const first = scenes.get(key);
     if (!first) {
-      if (native.length + (values.en?.length ?? 0) > 0) tails.set(key, { tail, place: reading.place(nodes.key) });
+      if (native.length + english.length > 0) scenes.set(key, { tail, place: `at ${reading.place(nodes.key)}` });
     } else if (JSON.stringify(first.tail) !== JSON.stringify(tail)) {
-      reading.warning(nodes.key, `the scene ${JSON.stringify(key)} has other labels or another priority than at ${first.place}`);
+      reading.warning(nodes.key, `the scene ${JSON.stringify(key)} has other labels or another priority than ${first.place}`);
     }
   });
   // A scene may be spread over several categories and sources, so this is known only after the last.
-  each('categories', ({ values: { key }, nodes, reading }) => {
-    if (tails.has(key)) return;
-    reading.warning(nodes.key, `the scene ${JSON.stringify(key)} has no alias of its own, so nothing can be derived from it`);
+  each('categories', (category) => {
+    const key = category.text('key');
+    if (scenes.has(key)) return;
+    category.reading.warning(category.nodes.key, `the scene ${JSON.stringify(key)} has no alias of its own, so nothing can be derived from it`);
   });
 
   for (const [property, rowKind] of OVERRIDE_KINDS) {
     each(property, (override) => {
-      const { sceneKey, detailLabel = '', ...lists } = override.values;
-      if (!tails.has(sceneKey)) reportUnknownScene(override);
-      const tail = tails.get(sceneKey)?.tail ?? ['', '', '', '', '', ''];
+      const sceneKey = override.text('sceneKey');
+      if (!scenes.has(sceneKey)) reportUnknownScene(override);
+      const tail = scenes.get(sceneKey)?.tail ?? ['', '', '', '', '', ''];
       for (const lang of ['zh', 'en']) {
-        for (const alias of lists[lang] ?? []) {
-          add('scene', alias, override.reading, [sceneKey, detailLabel, '0', rowKind, lang, ...tail]);
+        for (const alias of override.aliases(lang)) {
+          add('scene', alias, override.reading, [sceneKey, override.text('detailLabel'), '0', rowKind, lang, ...tail]);
         }
       }
     });
   }
 
   each('humans', (human) => {
-    const { sceneKey, detail = '', zh = [], en = [] } = human.values;
-    if (sceneKey !== '' && !tails.has(sceneKey)) reportUnknownScene(human);
-    for (const alias of zh) {
+    const [sceneKey, detail] = [human.text('sceneKey'), human.text('detail')];
+    if (sceneKey !== '' && !scenes.has(sceneKey)) reportUnknownScene(human);
+    for (const alias of human.aliases('zh')) {
       if (/^[a-z0-9]*$/.test(alias.term)) {
         human.reading.warning(alias.node, 'a phrase of plain letters is looked for in English readings; it belongs under "en"');
       }
       add('human', alias, human.reading, [sceneKey, detail]);
     }
-    for (const alias of en) add('human', alias, human.reading, [sceneKey, detail, 'en']);
+    for (const alias of human.aliases('en')) add('human', alias, human.reading, [sceneKey, detail, 'en']);
   });
 
-  each('celebrities', ({ values, nodes, reading }) => {
-    const { id, name, kind: profession = '', region = '', priority = '', photoKey = '', tags: joined = '' } = values;
-    const fields = [id, name, profession, region, priority, photoKey, joined];
-    const term = compactTerm(name);
-    if (term === '') reading.error(nodes.name, 'the name is blank');
-    for (const alias of [{ term, node: nodes.name }, ...(values.aliases ?? [])]) add('celebrity', alias, reading, fields);
+  each('celebrities', (person) => {
+    const [id, name, kind, region, photoKey] = ['id', 'name', 'kind', 'region', 'photoKey'].map((each) => person.text(each));
+    const tags = (person.nodes.tags?.children ?? []).map(({ value }) => value).join(TAG_SEPARATOR);
+    const fields = [id, name, kind, region, person.number('priority'), photoKey, tags];
+    const first = { term: compactTerm(name), written: name, node: person.nodes.name };
+    for (const alias of [first, ...person.aliasGroups('aliases')]) add('celebrity', alias, person.reading, fields);
   });
 
-  each('locations', ({ values, reading }) => {
-    const { code, source = 'location', weight: number = '0', label, countryLabel = '' } = values;
+  each('locations', (place) => {
+    const fields = [place.text('code'), place.text('source', 'location'), place.number('weight', '0'), place.text('label')];
     for (const lang of ['zh', 'en']) {
-      for (const alias of values[lang] ?? []) {
-        add('location', alias, reading, [code, source, number, label, lang, countryLabel]);
-      }
+      for (const alias of place.aliases(lang)) add('location', alias, place.reading, [...fields, lang, place.text('countryLabel')]);
     }
   });
 
-  each('facets', ({ values, reading }) => {
-    const { dimension, key, weight: number = '0' } = values;
+  each('facets', (facet) => {
+    const [dimension, key] = [facet.text('dimension'), facet.text('key')];
     for (const lang of ['zh', 'en']) {
-      for (const alias of values[lang] ?? []) {
+      for (const alias of facet.aliases(lang)) {
         // Facets are looked for literally; only identities also as whole words, which closes the gaps.
         if (dimension !== 'identity' && /[\0- ]/.test(alias.written)) {
-          reading.warning(alias.node, `the facet alias is looked for as ${JSON.stringify(alias.term)}, without its blanks`);
+          facet.reading.warning(alias.node, `the facet alias is looked for as ${JSON.stringify(alias.term)}, without its blanks`);
         }
-        add('facet', alias, reading, [dimension, key, number, lang], [dimension, key, lang]);
+        add('facet', alias, facet.reading, [dimension, key, facet.number('weight', '0'), lang], [dimension, key, lang]);
       }
     }
   });
@@ -325,32 +204,23 @@ function layOut(lexicons, reportUnknownScene) {
  *
  * @param {import('./findings.mjs').Source[]} sources
  * @param {object} [options]
- * @param {'base' | 'patch'} [options.kind] overrides and phrases of a patch may name scenes of its base: a warning there,
- *   an error in a base pack
+ * @param {'base' | 'patch'} [options.kind] overrides and phrases of a patch may name scenes of its base: a warning
+ *   if those are not known, an error otherwise
  * @param {boolean} [options.complete] false if there are more sources, which could not be read: no scene is unknown then
- * @returns {{ sections: { type: string, rows: { term: string, fields: string[] }[] }[],
- *   findings: import('./findings.mjs').Finding[] }} sections in the order of their types
+ * @param {Map<string, { tail: string[], place: string }>} [options.scenes] the scenes of the base of a patch: the last six
+ *   fields of their rows, and where they are from
+ * @returns {{ sections: { type: string, rows: LexiconRow[] }[], findings: import('./findings.mjs').Finding[] }} sections in
+ *   the order of their types
  */
-export function compileLexicons(sources, { kind = 'base', complete = true } = {}) {
+export function compileLexicons(sources, { kind = 'base', complete = true, scenes = new Map() } = {}) {
   const findings = createFindings();
-  const lexicons = sources.flatMap((source) => {
-    const reading = {
-      error: (node, message) => findings.error(source, node.offset, message),
-      warning: (node, message) => findings.warning(source, node.offset, message),
-      place: (node) => placeOf(source, node.offset),
-    };
-    try {
-      return readObject(reading, parseJson(source.text), LEXICON) ?? [];
-    } catch (error) {
-      if (!(error instanceof JsonSyntaxError)) throw error;
-      reading.error(error, error.message);
-      return [];
-    }
-  });
-  const rows = layOut(lexicons, ({ values, nodes, reading }) => {
-    if (!complete || lexicons.length < sources.length) return; // the scene may be in a source that could not be read
-    const report = kind === 'patch' ? reading.warning : reading.error;
-    report(nodes.sceneKey, `no category with an alias has the key ${JSON.stringify(values.sceneKey)}`);
+  const lexicons = sources.map((source) => readLexicon(source, findings));
+  const allRead = complete && lexicons.every((lexicon) => lexicon.complete);
+  const certain = kind === 'base' || scenes.size > 0;
+  const rows = layOut(lexicons, new Map(scenes), (entry) => {
+    if (!allRead) return; // the scene may be in what could not be read
+    const message = `no category with an alias has the key ${JSON.stringify(entry.text('sceneKey'))}`;
+    (certain ? entry.reading.error : entry.reading.warning)(entry.nodes.sceneKey, message);
   });
   return { sections: SECTION_NAMES.map((type) => ({ type, rows: rows[type] })), findings: findings.list };
 }

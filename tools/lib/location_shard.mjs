@@ -5,6 +5,7 @@
 //   record    u16 length, code, u8 English flag, f32 weight, u16 length, label, u16 length, country label
 
 import { ByteWriter } from './byte_writer.mjs';
+import { formatFixed } from './text.mjs';
 
 /**
  * One place under one alias.
@@ -46,4 +47,10 @@ export function buildLocationShard(entries = [], { version = 1, aliasCount = ent
     }
   }
   return writer.finish();
+}
+
+/** The fields of the row that a reader makes of a record. */
+export function placeFields({ code, englishFlag = 0, weight = 0, label = '', countryLabel = '' }) {
+  const [source, lang] = englishFlag ? ['location-db-en', 'en'] : ['location-db-native', 'zh'];
+  return [code, source, formatFixed(Math.fround(weight)), label, lang, countryLabel];
 }

@@ -1,5 +1,5 @@
-// LZ4 block compression. The encoder is a dependency of the packer alone and is loaded at the first use, so that packs
-// without compression need nothing but Node.
+// LZ4 blocks. The encoder is a dependency of the packer alone and is loaded at the first use, so that packs without
+// compression need nothing but Node. It has no decoder for a block whose length is not known.
 
 import { createRequire } from 'node:module';
 
@@ -23,4 +23,48 @@ export function compressLz4Block(bytes) {
   }
   // The encoder begins with the uncompressed length, in four bytes that are not part of the block.
   return encoder.compressSync(Buffer.from(bytes.buffer, bytes.byteOffset, bytes.byteLength)).subarray(4);
+}
+
+/**
+ * The bytes that one LZ4 block stands for.
+ * @param {Buffer} block
+ * @returns {Buffer}
+ * @throws {Error} if it is none
+ */
+export function decodeLz4Block(block) {
+  let at = 0;
+  let length = 0;
+  let output = Buffer.alloc(block.length * 4);
+  const reserve = (size) => {
+    if (length + size <= output.length) return;
+    const larger = Buffer.alloc(Math.max(length + size, output.length * 2));
+    output.copy(larger, 0, 0, length);
+    output = larger;
+  };
+  const extended = (size) => {
+    if (size < 15) return size;
+    let sum = size;
+    for (let byte = 255; byte === 255; sum += byte) {
+      if (at >= block.length) throw new Error('the LZ4 block ends too early');
+      byte = block[at++];
+    }
+    return sum;
+  };
+  while (at < block.length) {
+    const token = block[at++];
+    const literals = extended(token >> 4);
+    if (at + literals > block.length) throw new Error('the LZ4 block ends too early');
+    reserve(literals);
+    length += block.copy(output, length, at, at + literals);
+    at += literals;
+    if (at === block.length) break;
+    if (at + 2 > block.length) throw new Error('the LZ4 block ends too early');
+    const offset = block.readUInt16LE(at);
+    at += 2;
+    if (offset === 0 || offset > length) throw new Error('the LZ4 block looks back before its beginning');
+    const match = extended(token & 15) + 4;
+    reserve(match);
+    for (let i = 0; i < match; i += 1, length += 1) output[length] = output[length - offset]; // it may overlap itself
+  }
+  return output.subarray(0, length);
 }

@@ -14,8 +14,8 @@ import { packKey } from './trust.mjs';
 export const PACK_SCHEMA = 'corvenda.semantic-rule-pack.v1';
 export const LZ4_COMPRESSION = 'lz4-block-v1';
 const NONCE_SIZE = 12;
-const TAG_SIZE = 16;
-const HEADER_SIZE = 24;
+export const TAG_SIZE = 16;
+export const HEADER_SIZE = 24;
 
 /**
  * The fields of a pack's metadata. A field that is `undefined` is left out; whatever else is given follows them.

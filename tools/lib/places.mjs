@@ -2,13 +2,15 @@
 
 import { basename } from 'node:path';
 import { createFindings, placeOf } from './findings.mjs';
-import { buildLocationShard } from './location_shard.mjs';
+import { buildLocationShard, placeFields } from './location_shard.mjs';
 import { compactTerm } from './text.mjs';
 
 export const PLACES_COLUMNS = Object.freeze(['alias', 'code', 'lang', 'weight', 'label', 'countryLabel']);
 
 const MAX_COUNT = 0xffff; // of records an alias, of bytes a text: both are stored in two bytes
 const NUMBER_TEXT = /^-?(?:[0-9]+(?:\.[0-9]+)?|\.[0-9]+)(?:[eE][+-]?[0-9]+)?$/;
+
+/** @typedef {import('./lexicon.mjs').LexiconRow} PlaceRow with the fields that a reader makes of a record */
 
 /** The name of the shard document of a source: its base name without ".tsv". */
 export function shardName(path) {
@@ -38,8 +40,8 @@ function checkCells([alias, code, lang, weight, label]) {
  * Compiles a places source. The rows of one folded alias become one entry, at the place of the first of them.
  *
  * @param {import('./findings.mjs').Source} source
- * @returns {{ name: string, rowCount: number, data: Uint8Array | undefined, findings: import('./findings.mjs').Finding[] }}
- *   `name` of the document; `data` is undefined if a finding is an error
+ * @returns {{ name: string, rows: PlaceRow[], data: Uint8Array | undefined, findings: import('./findings.mjs').Finding[] }}
+ *   `name` of the document; `rows` in the order of the source; `data` is undefined if a finding is an error
  */
 export function compilePlaces(source) {
   const findings = createFindings();
@@ -49,13 +51,14 @@ export function compilePlaces(source) {
   }
   const entries = new Map(); // folded alias -> entry
   const seen = new Map(); // alias, code and language -> offset
+  /** @type {PlaceRow[]} */
+  const rows = [];
   let offset = 0;
-  let rowCount = 0;
-  source.text.split('\n').forEach((rawLine, index, lines) => {
+  source.text.split('\n').forEach((rawLine, index) => {
     const lineOffset = offset;
     offset += rawLine.length + 1;
     const line = rawLine.replace(/\r$/, '');
-    if (line === '' && index > 0 && index === lines.length - 1) return; // after the last line feed
+    if (index > 0 && /^[\t ]*$/.test(line)) return; // a spreadsheet leaves such lines
     const cells = line.split('\t');
     if (index === 0) {
       if (line !== PLACES_COLUMNS.join('\t')) {
@@ -90,8 +93,8 @@ export function compilePlaces(source) {
       return;
     }
     entry.records.push({ code, englishFlag: lang === 'en' ? 1 : 0, weight: Number(weight), label, countryLabel });
-    rowCount += 1;
+    rows.push({ term: alias, fields: placeFields(entry.records[entry.records.length - 1]), written, source, offset: lineOffset });
   });
   const sound = findings.list.every((finding) => finding.warning);
-  return { name, rowCount, data: sound ? buildLocationShard([...entries.values()]) : undefined, findings: findings.list };
+  return { name, rows, data: sound ? buildLocationShard([...entries.values()]) : undefined, findings: findings.list };
 }
