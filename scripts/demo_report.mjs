@@ -1,19 +1,5 @@
 // What the demo shows: tables whose columns stay in line under Chinese titles, which take two columns a character.
-import stringWidth from 'string-width';
-
-// A cluster is what a reader sees as one character: a letter with its accents, a flag, a family joined by U+200D.
-const clusters = new Intl.Segmenter('und', { granularity: 'grapheme' });
-
-/** The text in exactly `width` columns of a terminal: blanks after it, or cut between two clusters with "…" at the end. */
-function fitText(text, width) {
-  let fitting = text;
-  const kept = Array.from(clusters.segment(text), ({ segment }) => segment);
-  while (stringWidth(fitting) > width) {
-    kept.pop();
-    fitting = `${kept.join('')}…`;
-  }
-  return fitting + ' '.repeat(width - stringWidth(fitting));
-}
+import { fitText, printable } from '../tools/lib/terminal.mjs';
 
 // Columns: heading, width on the terminal, and the text of a title's row. The last one may be as long as it likes.
 /** @type {[string, number, (row: any) => string][]} */
@@ -30,9 +16,6 @@ const columns = [
 
 const describePolicy = ({ suppressed, reason }) =>
   suppressed ? `suppressed: ${reason}` : reason === 'no-workflow-context' ? 'keep' : `keep: ${reason}`;
-
-/** Titles come from anywhere: a control character must not reach the terminal. */
-const printable = (text) => text.replace(/[\p{Cc}\p{Zl}\p{Zp}\u202a-\u202e\u2066-\u2069]/gu, '\ufffd');
 
 const line = (cells) =>
   cells.map((cell, i) => (columns[i][1] === 0 ? cell : fitText(cell, columns[i][1]))).join('  ').trimEnd();

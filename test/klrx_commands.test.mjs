@@ -205,7 +205,7 @@ test('inspect and verify: what the addon is asked, and how its answer is told', 
   assert.deepEqual([documentCounts, payloadSha256, binaryIndex.sectionCounts.scene],
     [{ 'location-shard': 1, 'semantic-index': 1 }, readPackMetadata(readFileSync('base.klrx')).payloadSha256, 1]);
   assert.match((await klrx('inspect base.klrx', addon))[1],
-    /^base\.klrx: sound\nkind +base\nrule set +base\nbase +base\nsize +\d+ bytes\n[^]*\n {2}scene +1 rows\n$/);
+    /^base\.klrx: sound\nkind +base\nrule set +base\nbase +base\nkey +test-v1, which is public\n[^]*\n {2}scene +1 rows\n/);
   assert.match((await klrx('verify m.json p.klrx', addon))[1],
     /^p\.klrx: signed patch from base to p, sha256 [0-9a-f]{64}\n$/);
   copyFileSync('base.klrx', 'p.klrx');
@@ -234,7 +234,8 @@ test('errors as JSON, files that are there, progress', async () => {
 
 test('the examples of --help, one after the other as they stand', async () => {
   const category = (key, zh) => ({ categories: [{ key, zh: [zh] }] });
-  enter({ 'lexicon.json': FOOD, 'location-eu.tsv': PLACES, 'patch.json': category('skate', '滑板'),
+  enter({ 'lexicon.json': FOOD, 'location-eu.tsv': PLACES, 'patch.json': category('skate', '滑板'), 'next.json': category('skate', '滑板'),
+    'titles.tsv': 'raw\ten\n火锅\t\n滑板\t\n',
     'lexicon/a.json': FOOD, 'lexicon/location-jp.tsv': PLACES });
   for (const [name, { examples }] of Object.entries(COMMANDS)) {
     const [, help] = await klrx(`${name} --help`);

@@ -7,7 +7,7 @@ import { checkOutput, FORCE, writeOutput } from '../lib/output.mjs';
 import { buildPack, LZ4_COMPRESSION } from '../lib/pack_file.mjs';
 import { readPack } from '../lib/pack_reader.mjs';
 import { compileFiles, documentsOf, ruleSetIdOf, sourceFiles } from '../lib/sources.mjs';
-import { aboutPublicKey, isPublicKey, readTrust, TRUST } from '../lib/trust_option.mjs';
+import { aboutPublicKey, isPublicKey, NONCE, readNonce, readTrust, TRUST } from '../lib/seal_options.mjs';
 
 const MAX_PACK_BYTES = 128 * 1024 * 1024;
 const MAX_DOCUMENTS = 512;
@@ -20,7 +20,7 @@ function requireId(name, value) {
 
 /** The options of a build, checked completely before anything is read. */
 function readOptions({ values, positionals }) {
-  const { out, nonce, base } = values;
+  const { out, base } = values;
   if (positionals.length === 0) throw misuse('build needs at least one source');
   if (out === undefined) throw misuse('build needs --out PACK');
   if (extname(out) !== '.klrx') throw misuse(`${out} does not end in .klrx`);
@@ -33,11 +33,10 @@ function readOptions({ values, positionals }) {
     throw misuse('a patch needs --base PACK or --base-rule-set-id ID');
   }
   if (values['base-rule-set-id'] !== undefined) requireId('the base rule set id', values['base-rule-set-id']);
-  if (nonce !== undefined && !/^[0-9a-fA-F]{24}$/.test(nonce)) throw misuse('--nonce is not 24 hexadecimal digits');
+  const nonce = readNonce(values.nonce);
   const sources = sourceFiles(positionals);
   checkOutput(out, { inputs: base === undefined ? sources : [...sources, base], force: values.force });
-  const nonceBytes = nonce === undefined ? undefined : Buffer.from(nonce, 'hex');
-  return { ...values, sources, out, kind, keyId, ruleSetId, nonce: nonceBytes };
+  return { ...values, sources, out, kind, keyId, ruleSetId, nonce };
 }
 
 /**
@@ -116,11 +115,12 @@ export const build = {
     key: { type: 'string', value: 'ID', default: 'test-v1', help: 'test-v1 (default) or release-v1' },
     compress: { type: 'boolean', help: 'store the payload as an LZ4 block' },
     ...TRUST,
-    nonce: { type: 'string', value: 'HEX', help: '12 bytes, so that equal sources give equal bytes; never use one for two payloads' },
+    ...NONCE,
   },
   examples: [
     ['a lexicon and a table of places', 'klrx build lexicon.json location-eu.tsv --out mine.klrx'],
     ['a folder of sources, compressed', 'klrx build lexicon --compress --out whole.klrx'],
+    ['the next version', 'klrx build lexicon.json next.json location-eu.tsv --out next.klrx'],
     ['a patch for it', 'klrx build patch.json --kind patch --base mine.klrx --out patch.klrx'],
   ],
   run,

@@ -18,6 +18,8 @@ import { packKey } from './trust.mjs';
  * @property {string[]} fields
  */
 
+/** A row of a location shard, with its weight as it is stored. @typedef {PackRow & { weight: number }} ShardRow */
+
 /**
  * A document of a payload.
  * @typedef {object} PackDocument
@@ -35,8 +37,8 @@ import { packKey } from './trust.mjs';
  * @property {number} storedBytes of the payload as it is stored
  * @property {number} payloadBytes of the payload
  * @property {PackDocument[]} documents
- * @property {Record<string, PackRow[]>} sections the rows of the index, by the name of their section
- * @property {{ name: string, rows: PackRow[] }[]} shards
+ * @property {Record<import('../../lib/index.cjs').Section, PackRow[]>} sections the rows of the index, by the name of their section
+ * @property {{ name: string, rows: ShardRow[] }[]} shards
  */
 
 /** Reads a binary structure from its beginning; what goes beyond its end is an error. */
@@ -94,7 +96,7 @@ function readPayload(payload) {
 /**
  * The rows of a binary index, section by section.
  * @param {Buffer} data
- * @returns {[section: string, rows: PackRow[]][]}
+ * @returns {{ section: string, rows: PackRow[] }[]}
  */
 export function readBinaryIndex(data) {
   const reader = readerOf(data);
@@ -111,14 +113,14 @@ export function readBinaryIndex(data) {
       const term = reader.text();
       rows.push({ term, fields: Array.from({ length: reader.uint(2) }, reader.text) });
     }
-    return [SECTION_NAMES[type - 1], rows];
+    return { section: SECTION_NAMES[type - 1], rows };
   });
 }
 
 /**
  * The rows that a reader makes of a location shard.
  * @param {Buffer} data
- * @returns {PackRow[]}
+ * @returns {ShardRow[]}
  */
 export function readLocationShard(data) {
   const reader = readerOf(data);
@@ -129,7 +131,7 @@ export function readLocationShard(data) {
     for (let records = reader.uint(2); records > 0; records -= 1) {
       const [code, englishFlag, weight, label, countryLabel] =
         [reader.text(), reader.uint(1), reader.float(), reader.text(), reader.text()];
-      rows.push({ term, fields: placeFields({ code, englishFlag, weight, label, countryLabel }) });
+      rows.push({ term, fields: placeFields({ code, englishFlag, weight, label, countryLabel }), weight });
     }
   }
   return rows;
@@ -150,10 +152,10 @@ export function openPack(bytes, trust) {
     throw new Error('the payload has another digest than the metadata say');
   }
   const documents = readPayload(payload);
-  /** @type {Record<string, PackRow[]>} */
+  /** @type {any} */
   const sections = Object.fromEntries(SECTION_NAMES.map((name) => [name, []]));
   for (const { data } of documents.filter(({ type }) => type === 'semantic-index')) {
-    for (const [name, rows] of readBinaryIndex(data)) sections[name].push(...rows);
+    for (const { section, rows } of readBinaryIndex(data)) rows.forEach((row) => sections[section].push(row));
   }
   const shards = documents.filter(({ type, encoding }) => type === 'location-shard' && encoding === 2)
     .map(({ name, data }) => ({ name, rows: readLocationShard(data) }));

@@ -1,12 +1,26 @@
-// The option --trust of the commands that seal or open packs.
+// The options --trust and --nonce of the commands that seal or open packs.
 
-import { no, readJson } from './command_line.mjs';
+import { misuse, no, readJson } from './command_line.mjs';
 import { developmentTrustFile, packKey } from './trust.mjs';
 
 /** @satisfies {Record<string, import('./command_line.mjs').Option>} */
 export const TRUST = Object.freeze({
   trust: { type: 'string', value: 'FILE', help: 'the trust file with the keys; the development keys by default' },
 });
+
+/** @satisfies {Record<string, import('./command_line.mjs').Option>} */
+export const NONCE = Object.freeze({
+  nonce: { type: 'string', value: 'HEX', help: '12 bytes, so that equal inputs give equal bytes; never use one for two packs' },
+});
+
+/**
+ * @param {string | undefined} text
+ * @returns {Buffer | undefined} undefined for a random one
+ */
+export function readNonce(text) {
+  if (text !== undefined && !/^[0-9a-fA-F]{24}$/.test(text)) throw misuse('--nonce is not 24 hexadecimal digits');
+  return text === undefined ? undefined : Buffer.from(text, 'hex');
+}
 
 /**
  * @param {string | undefined} path
