@@ -3,7 +3,9 @@ import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { generateKeyPairSync } from 'node:crypto';
 import { once } from 'node:events';
-import { copyFileSync, existsSync, linkSync, mkdirSync, readdirSync, readFileSync, symlinkSync } from 'node:fs';
+import {
+  copyFileSync, existsSync, linkSync, mkdirSync, readdirSync, readFileSync, statSync, symlinkSync, writeFileSync,
+} from 'node:fs';
 import test from 'node:test';
 import { buildBinaryIndex, buildLocationShard, buildManifest, buildPack, readPackMetadata } from '../tools/index.mjs';
 import { COMMANDS } from '../tools/commands/run.mjs';
@@ -209,8 +211,8 @@ test('inspect and verify: what the addon is asked, and how its answer is told', 
   assert.match((await klrx('verify m.json p.klrx', addon))[1],
     /^p\.klrx: signed patch from base to p, sha256 [0-9a-f]{64}\n$/);
   copyFileSync('base.klrx', 'p.klrx');
-  const refused = 'klrx: m.json: semantic delta manifest pack digest or size mismatch\n';
-  assert.deepEqual(await klrx('verify m.json p.klrx', addon), [1, '', refused]);
+  assert.match((await klrx('verify m.json p.klrx', addon))[2],
+    /^klrx: m.json: semantic delta manifest pack digest or size mismatch\nklrx: hint: the pack has .*\n$/);
 });
 
 test('errors as JSON, files that are there, progress', async () => {
@@ -246,4 +248,73 @@ test('the examples of --help, one after the other as they stand', async () => {
       assert.deepEqual([status, out === ''], [0, false], `${line}: ${err}`);
     }
   }
+});
+
+test('keygen, sign, verify: fresh keys that nobody else can read, and the check that failed by name', async () => {
+  const lexicon = { categories: [{ key: 'food', zh: ['面'] }] };
+  enter({ 'lex.json': lexicon, 'more.json': { categories: [{ key: 'city', zh: ['街'] }] } });
+  const [, out] = await klrx('keygen --out trust.json --signing-key key.pem');
+  const [trust, other] = [JSON.parse(readFileSync('trust.json', 'utf8')), (await klrx('keygen --out t2.json --signing-key k2.pem'))[1]];
+  assert.notEqual(out.replace(/^.*\n.*\n/, ''), other.replace(/^.*\n.*\n/, ''));
+  assert.deepEqual(['trust.json', 'key.pem'].map((path) => statSync(path).mode & 0o777), [0o600, 0o600]);
+  const pieces = JSON.stringify(trust.packKeys).match(/[0-9a-f]{16,}/g);
+  assert.deepEqual([pieces.length, pieces.filter((piece) => out.includes(piece))], [5, []], 'keys are not shown');
+  for (const [line, message] of [
+    ['--out trust.json --signing-key n.pem', 'trust.json: exists already\nklrx: hint: --force overwrites it'],
+    ['--out n.json --signing-key ./n.json', 'the trust file and the signing key are two files\nklrx: hint: klrx keygen --help shows the usage'],
+    ['--out n.json --signing-key n.pem --name development', 'development is the name of the public trust file\nklrx: hint: klrx keygen --help shows the usage'],
+  ]) assert.equal((await klrx(`keygen ${line}`))[2], `klrx: ${message}\n`);
+
+  // Sealed with the new keys: no warning, opened with them alone, and signed with the key that they pin.
+  assert.equal((await klrx('build lex.json --trust trust.json --out own.klrx'))[2], '');
+  assert.match((await klrx('unpack own.klrx o'))[2], /cannot be opened with the key test-v1.*\n.*--trust FILE/);
+  assert.equal((await klrx('unpack own.klrx o --trust trust.json'))[0], 0);
+  await klrx('build more.json --kind patch --base own.klrx --trust trust.json --out own2.klrx');
+  assert.equal((await klrx('sign --pack own2.klrx --key key.pem --trust trust.json --out own.manifest'))[0], 0);
+  assert.equal((await klrx('sign --pack own2.klrx --key k2.pem --trust trust.json --out n'))[2],
+    'klrx: k2.pem: is not the key that trust.json pins\n');
+
+  for (const line of ['build lex.json --out base.klrx', 'build lex.json --out base9.klrx',
+    'build more.json --kind patch --base base.klrx --out p.klrx', 'sign --pack p.klrx --development --out m.json',
+    'sign --pack p.klrx --key k2.pem --out foreign.json']) assert.equal((await klrx(line))[0], 0, line);
+  const manifest = readFileSync('m.json', 'utf8');
+  const edit = (name, ...change) => writeFileSync(name, manifest.replace(...change));
+  edit('spaced.json', '"version":1', '"version": 1');
+  edit('schema.json', 'manifest.v1', 'manifest.v2');
+  edit('forged.json', '"modules":[]', '"modules":["x"]');
+  edit('size.json', /"packBytes":/, '"packBytes":1');
+  copyFileSync('p.klrx', 'renamed.klrx');
+  mkdirSync('changed');
+  writeFileSync('changed/p.klrx', readFileSync('p.klrx').map((byte, i) => (i === 100 ? byte ^ 1 : byte)));
+  const baseManifest = buildManifest({ packPath: 'base.klrx', baseRuleSetId: 'older', ruleSetId: 'base' });
+  writeFileSync('kind.json', baseManifest);
+  for (const [line, check, hint] of [
+    ['m.json p.klrx --base base9.klrx', 'base', 'it is for the base base, not base9'],
+    ['m.json p.klrx --rule-set-id q', 'rule-set', 'it leads to the rule set p, not q'],
+    ['m.json renamed.klrx', 'name', 'it was signed for a file named p.klrx, not renamed.klrx'],
+    ['foreign.json p.klrx', 'key', /^it was signed with the key [0-9a-f]{16}, and this build trusts another$/],
+    ['size.json p.klrx', 'size', /^the pack has \d+ bytes, and 1\d+ were signed$/],
+    ['m.json changed/p.klrx', 'digest', /^the pack has the digest .*was signed$/],
+    ['forged.json p.klrx', 'signature', /a signed field was changed$/],
+    ['spaced.json p.klrx', 'form', /^a field is missing/], ['schema.json p.klrx', 'schema', /^its schema is .*v2, not .*v1$/],
+    ['kind.json base.klrx', 'kind', 'the pack is a base pack, not a patch'],
+  ]) {
+    const [status, json] = await klrx(`verify ${line} --json`, addon);
+    const answer = JSON.parse(json);
+    assert.deepEqual([status, answer.check, answer.error.startsWith(`${line.split(' ')[0]}: semantic delta`)], [1, check, true], line);
+    if (typeof hint === 'string') assert.equal(answer.hint, hint);
+    else assert.match(answer.hint, hint);
+  }
+  assert.equal((await klrx('verify m.json p.klrx --base base.klrx', addon))[0], 0);
+
+  // The guide, line by line. The binary of the tests is no release build.
+  enter({ 'lexicon/a.json': lexicon, 'patch.json': { categories: [{ key: 'city', zh: ['街'] }] } });
+  const lines = readFileSync(new URL('../docs/trust.md', import.meta.url), 'utf8').match(/^klrx .*/gm);
+  for (const line of lines) {
+    if (line.startsWith('klrx diff')) await klrx('build lexicon patch.json --trust trust.json --key release-v1 --out next.klrx');
+    const [status, , err] = await klrx(line.slice(5), addon);
+    assert.deepEqual([status, err], line.startsWith('klrx verify') ? [1, err] : [0, ''], line);
+    if (status === 1) assert.match(err, /and this build trusts another/);
+  }
+  assert.equal(lines.length, 6);
 });

@@ -18,7 +18,8 @@ const contentOf = (compiled, kind = 'base') =>
 function assertRoundTrip(content, kind = 'base', scenes = new Map()) {
   const { files } = decompile(content);
   const again = contentOf(compileTexts(files.map(({ name, text }) => ({ path: name, text })), { kind, scenes }), kind);
-  assert.deepEqual([again.sections, again.shards], [content.sections, content.shards]);
+  const rows = ({ sections, shards }) => JSON.stringify([sections, shards]); // much faster than a deep comparison
+  assert.ok(rows(again) === rows(content));
 }
 
 test('unpack: the sample comes back as it was', () => {

@@ -7,6 +7,7 @@ import { readBytes, readText } from '../lib/files.mjs';
 import { buildManifest } from '../lib/manifest.mjs';
 import { checkOutput, FORCE, writeOutput } from '../lib/output.mjs';
 import { readPackMetadata } from '../lib/pack_file.mjs';
+import { readTrust } from '../lib/seal_options.mjs';
 import { developmentTrustFile, publicPinsOf, signingKeyOf } from '../lib/trust.mjs';
 
 const MAX_MANIFEST_BYTES = 128 * 1024;
@@ -53,6 +54,12 @@ function checkSignable(packPath, { kind, baseRuleSetId, ruleSetId }) {
   }
 }
 
+/** A key that the trust file does not pin signs what no build with that file takes. */
+function checkPinned({ trust, key }, { publicKeySha256 }) {
+  if (trust === undefined || readTrust(trust).manifest.publicKeySha256 === publicKeySha256) return;
+  throw no(`${key ?? 'the development key'}: is not the key that ${trust} pins`);
+}
+
 /** @param {import('../lib/command_line.mjs').Call} call */
 function run({ values, positionals, warn }) {
   const { pack: packPath, out } = values;
@@ -63,6 +70,7 @@ function run({ values, positionals, warn }) {
   checkOutput(out, { inputs: [packPath, values.key].filter((path) => path !== undefined), force: values.force });
   const signingKey = readSigningKey(values);
 
+  checkPinned(values, publicPinsOf(signingKey));
   const packBytes = attempt(packPath, () => readBytes(packPath));
   const metadata = attempt(packPath, () => readPackMetadata(packBytes));
   checkSignable(packPath, metadata);
@@ -87,8 +95,12 @@ export const sign = {
     ...FORCE,
     key: { type: 'string', value: 'KEY.pem', help: 'an Ed25519 private key in PEM form' },
     development: { type: 'boolean', help: 'sign with the development key, which only development builds trust' },
+    trust: { type: 'string', value: 'FILE', help: 'refuse a key that this trust file does not pin' },
     modules: { type: 'string', value: 'JSON', default: '[]', help: 'an array of strings to be signed along' },
   },
-  examples: [['for a development build', 'klrx sign --pack patch.klrx --development --out patch.klrx.manifest.json']],
+  examples: [
+    ['for a development build', 'klrx sign --pack patch.klrx --development --out patch.klrx.manifest.json'],
+    ['for a release', 'klrx sign --pack patch.klrx --key key.pem --trust trust.json --out release.manifest.json'],
+  ],
   run,
 };
