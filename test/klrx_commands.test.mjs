@@ -237,7 +237,7 @@ test('errors as JSON, files that are there, progress', async () => {
 test('the examples of --help, one after the other as they stand', async () => {
   const category = (key, zh) => ({ categories: [{ key, zh: [zh] }] });
   enter({ 'lexicon.json': FOOD, 'location-eu.tsv': PLACES, 'patch.json': category('skate', '滑板'), 'next.json': category('skate', '滑板'),
-    'titles.tsv': 'raw\ten\n火锅\t\n滑板\t\n',
+    'titles.tsv': 'raw\ten\n火锅\t\n滑板\t\n', 'titles.jsonl': '{"raw":"火锅","id":1}\n', 'cases.tsv': 'raw\tscene\n火锅\tfood\n',
     'lexicon/a.json': FOOD, 'lexicon/location-jp.tsv': PLACES });
   for (const [name, { examples }] of Object.entries(COMMANDS)) {
     const [, help] = await klrx(`${name} --help`);

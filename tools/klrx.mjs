@@ -4,6 +4,7 @@
 import { run } from './commands/run.mjs';
 
 const { stdin, stdout, stderr } = process;
+const addonUrl = new URL('../lib/index.mjs', import.meta.url).href;
 
 // Whoever reads the output may stop early, as `head` does. The rest is then lost, but the work and its exit status go on
 // as usual.
@@ -21,7 +22,8 @@ process.exitCode = await run(process.argv.slice(2), {
   out: writeTo(stdout),
   err: writeTo(stderr),
   // Most of the work is done without the native module.
-  loadAddon: async () => (await import('../lib/index.cjs')).default,
+  loadAddon: async () => (await import(addonUrl)).default,
+  addonUrl,
   input: stdin,
   terminal: stderr.isTTY === true,
   columns: stdout.columns,

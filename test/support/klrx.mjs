@@ -8,6 +8,10 @@ import { root } from './packs.mjs';
 
 export const HEADER = 'alias\tcode\tlang\tweight\tlabel\tcountryLabel\n';
 
+/** The addon of the tests as a module with a default export, for worker threads. */
+export const addonUrl = `data:text/javascript,${encodeURIComponent(
+  `export { addon as default } from ${JSON.stringify(new URL('addon.mjs', import.meta.url).href)}`)}`;
+
 /** Goes to a fresh directory with the given files. */
 export function enter(files) {
   process.chdir(mkdtempSync(join(root, 'klrx-')));
@@ -30,6 +34,7 @@ export async function klrx(line, native, io = {}) {
     out: (more) => (said.out += more), err: (more) => (said.err += more),
     loadAddon: async () => native ?? assert.fail('the addon is not needed here'),
     input: file === undefined ? Readable.from([]) : createReadStream(file),
+    addonUrl,
     ...io,
   });
   return [status, said.out, said.err];

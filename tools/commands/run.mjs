@@ -8,11 +8,13 @@ import { diff } from './diff.mjs';
 import { inspect } from './inspect.mjs';
 import { keygen } from './keygen.mjs';
 import { sign } from './sign.mjs';
+import { test } from './test.mjs';
+import { tryTitles } from './try.mjs';
 import { unpack } from './unpack.mjs';
 import { verify } from './verify.mjs';
 
 /** In the order in which a lexicon meets them. @type {Record<string, import('../lib/command_line.mjs').Command>} */
-export const COMMANDS = { build, inspect, diff, unpack, keygen, sign, verify };
+export const COMMANDS = { build, try: tryTitles, test, inspect, diff, unpack, keygen, sign, verify };
 
 /** The options of every command. @type {Record<string, import('../lib/command_line.mjs').Option>} */
 const COMMON_OPTIONS = {

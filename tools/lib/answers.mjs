@@ -27,6 +27,11 @@ const MAX_BATCH = 10000; // of the native module
  * @typedef {{ packPath: string, allowedRoot: string, overlayPackPath?: string, overlayAllowedRoot: string }} Packs
  */
 
+/** @satisfies {Record<string, import('./command_line.mjs').Option>} */
+export const OVERLAY = Object.freeze({
+  overlay: { type: 'string', value: 'PATCH', help: 'a patch pack that is laid over the pack' },
+});
+
 /**
  * @param {string} packPath
  * @param {{ overlay?: string }} [options] a patch that is laid over the pack

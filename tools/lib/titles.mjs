@@ -97,24 +97,6 @@ export async function* readTitles(path, io, format) {
 }
 
 /**
- * Groups what an asynchronous iteration gives.
- * @template T
- * @param {AsyncIterable<T>} items
- * @param {number} size
- * @returns {AsyncGenerator<T[]>}
- */
-export async function* chunksOf(items, size) {
-  let chunk = [];
-  for await (const item of items) {
-    chunk.push(item);
-    if (chunk.length < size) continue;
-    yield chunk;
-    chunk = [];
-  }
-  if (chunk.length > 0) yield chunk;
-}
-
-/**
  * All titles of a file, for what needs them at once.
  * @param {string} path
  * @param {import('./command_line.mjs').Io} io

@@ -1,0 +1,78 @@
+// klrx test: a lexicon's own tests.
+
+import { answering, OVERLAY, packsOf } from '../lib/answers.mjs';
+import { NOTHING, readCases, sceneScores, unmet, updated } from '../lib/cases.mjs';
+import { ANSWER_IS_NO, attempt, DONE, misuse } from '../lib/command_line.mjs';
+import { explainAnswer } from '../lib/explanation.mjs';
+import { readText } from '../lib/files.mjs';
+import { checkOutput, FORCE, writeOutput } from '../lib/output.mjs';
+import { columns, painter, printable } from '../lib/terminal.mjs';
+
+const percent = (part, whole) => (whole === 0 ? NOTHING : `${((100 * part) / whole).toFixed(1)} %`);
+
+function scoresText(scores) {
+  const rows = scores.map(({ scene, cases, answered, right }) =>
+    [scene, String(cases), String(right), percent(right, answered), percent(right, cases)]);
+  return columns([['scene', 'cases', 'right', 'precision', 'recall'], ...rows], ['left', 'right', 'right', 'right', 'right']);
+}
+
+function failuresText(path, failures, colors) {
+  const paint = painter(colors);
+  return failures.map(({ line, raw, wrong, why }) => [
+    `${path}:${line}: ${paint('red', 'failed')}: ${printable(raw)}`,
+    ...wrong.map(({ name, expected, got }) => `  ${name}: expected ${printable(expected)}, got ${printable(got)}`),
+    ...why.map((text) => `  ${text}`),
+    '',
+  ].join('\n')).join('');
+}
+
+/** Writes the cases anew with today's answers, for somebody to compare: to a file, or as the result. */
+function update(values, path, rewritten) {
+  if (values.out === undefined) return { report: { cases: rewritten }, text: rewritten };
+  writeOutput(values.out, rewritten, values);
+  return { report: { out: values.out }, text: `${values.out}: the cases of ${path} with today's answers\n` };
+}
+
+/** @param {import('../lib/command_line.mjs').Call} call */
+async function run({ values, positionals, io }) {
+  if (positionals.length !== 2) throw misuse('test needs PACK and CASES');
+  if (values.out !== undefined && !values.update) throw misuse('--out goes with --update');
+  const [packPath, path] = positionals;
+  if (values.out !== undefined) checkOutput(values.out, { inputs: positionals, force: values.force });
+  const { cases, rewrite } = readCases({ path, text: attempt(path, () => readText(path)) });
+  const answers = (await answering(io, packsOf(packPath, values)))(cases.map(({ title }) => title));
+  if (values.update) return update(values, path, rewrite(cases.map((one, i) => updated(one, answers[i]))));
+
+  const failures = cases.map((one, i) => ({ one, wrong: unmet(one, answers[i]), answer: answers[i] }))
+    .filter(({ wrong }) => wrong.length > 0)
+    .map(({ one: { line, title }, wrong, answer }) => ({ line, raw: title.raw, wrong, why: explainAnswer(answer) }));
+  const scores = sceneScores(cases, answers);
+  const counts = { cases: cases.length, passed: cases.length - failures.length, failed: failures.length };
+  return {
+    report: { counts, scenes: scores, failures },
+    text: `${failuresText(path, failures, io.colors)}${scoresText(scores)}${counts.passed} of ${counts.cases} cases passed\n`,
+    status: failures.length === 0 ? DONE : ANSWER_IS_NO,
+  };
+}
+
+/** @type {import('../lib/command_line.mjs').Command} */
+export const test = {
+  summary: 'hold a pack against titles with expected answers',
+  usage: 'PACK CASES [options]',
+  about: 'CASES is a table (*.tsv) whose first line names its columns, or a list in YAML (*.yaml): raw, en, scene, detail, '
+    + 'place, person, note. A blank expectation is none; "-" expects nothing. A place is expected by any of its labels or '
+    + 'codes, a person by name or id.\n'
+    + 'Precision: of the titles answered with the scene, how many are right. Recall: of the titles of the scene, how many '
+    + 'are found.',
+  options: {
+    ...OVERLAY,
+    update: { type: 'boolean', help: 'print the cases with today\'s answers instead, to be reviewed' },
+    out: { type: 'string', value: 'FILE', help: 'with --update: the file to write them to' },
+    ...FORCE,
+  },
+  examples: [
+    ['what the CI of a lexicon runs', 'klrx test mine.klrx cases.tsv'],
+    ['cases from bare titles, to be reviewed', 'klrx test mine.klrx titles.tsv --update --out cases.new.tsv'],
+  ],
+  run,
+};

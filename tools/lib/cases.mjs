@@ -1,0 +1,153 @@
+// The cases of a lexicon's own tests: titles with what they should come to, in a table or in YAML.
+//
+// An expectation that is blank is no expectation; "-" expects nothing (no scene, no place).
+
+import { LineCounter, isMap, isScalar, isSeq, parseDocument } from 'yaml';
+import { no } from './command_line.mjs';
+import { positionOf } from './findings.mjs';
+import { compactTerm } from './text.mjs';
+
+export const EXPECTED = /** @type {const} */ (['scene', 'detail', 'place', 'person']);
+const COLUMNS = ['raw', 'en', ...EXPECTED, 'note'];
+export const NOTHING = '-';
+
+/**
+ * @typedef {object} Case
+ * @property {{ raw: string, normalizedEnglish: string }} title
+ * @property {Record<'scene' | 'detail' | 'place' | 'person', string>} expected
+ * @property {number} line of the file
+ */
+
+/**
+ * A file of cases, and a way to write it anew with other expectations.
+ * @typedef {object} CaseFile
+ * @property {Case[]} cases
+ * @property {(expectations: Case['expected'][]) => string} rewrite
+ */
+
+function faultIn({ path, text }, offset, message) {
+  const { line, column } = positionOf({ path, text }, offset);
+  return no(`${path}:${line}:${column}: ${message}`);
+}
+
+const unknownColumn = (name) => `unknown column ${JSON.stringify(name)} (allowed: ${COLUMNS.join(', ')})`;
+
+/**
+ * @param {number} line
+ * @param {{ raw?: string, en?: string, scene?: string, detail?: string, place?: string, person?: string }} cells
+ * @returns {Case}
+ */
+function caseOf(line, { raw = '', en = '', scene = '', detail = '', place = '', person = '' }) {
+  return { title: { raw, normalizedEnglish: en }, expected: { scene, detail, place, person }, line };
+}
+
+/** @returns {CaseFile} */
+function readTable(source) {
+  const [header, ...lines] = source.text.split('\n').map((line) => line.replace(/\r$/, ''));
+  const names = header.split('\t');
+  const strange = names.find((name) => !COLUMNS.includes(name));
+  if (names[0] !== 'raw') throw faultIn(source, 0, `the first line does not name the columns, "raw" first (${COLUMNS.join(', ')})`);
+  if (strange !== undefined) throw faultIn(source, header.indexOf(strange), unknownColumn(strange));
+  const rows = lines.map((text, index) => ({ cells: text.split('\t'), line: index + 2 })).filter(({ cells }) => cells.join('').trim() !== '');
+  const cases = rows.map(({ cells, line }) => {
+    if (cells[0] === '') throw no(`${source.path}:${line}:1: the title is missing`);
+    if (cells.length > names.length) throw no(`${source.path}:${line}:1: the row has ${cells.length} columns, not ${names.length}`);
+    return caseOf(line, Object.fromEntries(cells.map((cell, i) => [names[i], cell.trim() === '' ? '' : cell])));
+  });
+  const rewrite = (expectations) => {
+    const all = [...names, ...EXPECTED.filter((name) => !names.includes(name))];
+    const written = rows.map(({ cells }, i) => all.map((name, column) => expectations[i][name] ?? cells[column] ?? '').join('\t'));
+    return [all.join('\t'), ...written, ''].join('\n');
+  };
+  return { cases, rewrite };
+}
+
+/** @returns {CaseFile} */
+function readYaml(source) {
+  const lines = new LineCounter();
+  const document = parseDocument(source.text, { lineCounter: lines });
+  const [error] = document.errors;
+  if (error) throw faultIn(source, error.pos[0], `the YAML is faulty: ${error.message.split('\n')[0].replace(/ at line .*/, '')}`);
+  const { contents } = document;
+  if (!isSeq(contents)) throw faultIn(source, 0, 'a list of cases should stand here');
+  const cases = contents.items.map((item) => {
+    const [offset] = /** @type {any} */ (item)?.range ?? [0];
+    if (!isMap(item)) throw faultIn(source, offset, 'a case with "raw" should stand here');
+    const cells = Object.fromEntries(item.items.map(({ key, value }) => {
+      const [at] = /** @type {any} */ (key).range;
+      const name = String(key);
+      if (!COLUMNS.includes(name)) throw faultIn(source, at, unknownColumn(name));
+      if (value !== null && !isScalar(value)) throw faultIn(source, at, `"${name}" is no text`);
+      return [name, value === null || value.value === null ? '' : value.source ?? String(value.value)];
+    }));
+    if (!cells.raw) throw faultIn(source, offset, 'the title is missing');
+    return caseOf(positionOf(source, offset).line, cells);
+  });
+  const rewrite = (expectations) => {
+    contents.items.forEach((item, i) => {
+      for (const [name, value] of Object.entries(expectations[i])) {
+        if (value !== '') /** @type {import('yaml').YAMLMap} */ (item).set(name, value);
+      }
+    });
+    return String(document);
+  };
+  return { cases, rewrite };
+}
+
+/**
+ * @param {{ path: string, text: string }} source
+ * @returns {CaseFile}
+ */
+export const readCases = (source) => (/\.ya?ml$/i.test(source.path) ? readYaml(source) : readTable(source));
+
+/** What of an answer an expectation is held against. */
+const NAMES = {
+  scene: ({ scene }) => [scene],
+  detail: ({ detail }) => [detail],
+  place: ({ place, places }) => [place, ...places],
+  person: ({ person, people }) => [person, ...people],
+};
+
+/**
+ * The expectations that an answer does not meet.
+ * @param {Case} testCase
+ * @param {import('./answers.mjs').Answer} answer
+ * @returns {{ name: string, expected: string, got: string }[]} both "-" for nothing
+ */
+export function unmet({ expected }, answer) {
+  return EXPECTED.flatMap((name) => {
+    const wanted = expected[name];
+    const [got, ...others] = NAMES[name](answer);
+    const met = wanted === '' || (wanted === NOTHING ? got === '' : [got, ...others].some((each) => compactTerm(each) === compactTerm(wanted)));
+    return met ? [] : [{ name, expected: wanted, got: got || NOTHING }];
+  });
+}
+
+/** Today's answer in the places of the expectations that it does not meet; all of it if there are none. */
+export function updated(testCase, answer) {
+  const { expected } = testCase;
+  const fresh = EXPECTED.every((name) => expected[name] === '');
+  const changed = new Set(unmet(testCase, answer).map(({ name }) => name));
+  const wanted = (name) => (fresh || changed.has(name) ? answer[name] || NOTHING : expected[name]);
+  return /** @type {Case['expected']} */ (Object.fromEntries(EXPECTED.map((name) => [name, wanted(name)])));
+}
+
+/**
+ * How well scenes are told, over the cases that expect one or none.
+ * @param {Case[]} cases
+ * @param {import('./answers.mjs').Answer[]} answers
+ * @returns {{ scene: string, cases: number, answered: number, right: number }[]} the scenes in the order of their names, then
+ *   all together under the name "all": precision is right / answered, recall right / cases
+ */
+export function sceneScores(cases, answers) {
+  const judged = cases.map(({ expected }, i) => ({ wanted: expected.scene === NOTHING ? '' : expected.scene, got: answers[i].scene, counts: expected.scene !== '' }))
+    .filter(({ counts }) => counts);
+  const score = (scene, isOne) => ({
+    scene,
+    cases: judged.filter(({ wanted }) => isOne(wanted)).length,
+    answered: judged.filter(({ got }) => isOne(got)).length,
+    right: judged.filter(({ wanted, got }) => isOne(wanted) && wanted === got).length,
+  });
+  const scenes = [...new Set(judged.flatMap(({ wanted, got }) => [wanted, got]))].filter((scene) => scene !== '').sort();
+  return [...scenes.map((scene) => score(scene, (each) => each === scene)), score('all', (each) => each !== '')];
+}
