@@ -65,7 +65,7 @@ test('try: a table that fits the terminal, in colour only there, without anythin
     assert.ok(out.trimEnd().split('\n').every((line) => width(line) <= columns), out);
     assert.ok(!out.includes('\x1b'));
   }
-  assert.match((await klrx('try p.klrx t.txt', addon, { colors: true }))[1], /^\x1b\[1mtitle/);
+  assert.ok((await klrx('try p.klrx t.txt', addon, { colors: true }))[1].startsWith('\x1b[1mtitle'));
 });
 
 test('try: several threads give what one gives; a reader that goes away ends the work', async () => {

@@ -11,6 +11,7 @@
  * @property {number} offset in UTF-16 units
  * @property {boolean} warning a warning does not stop a build
  * @property {string} message lower case, without full stop
+ * @property {string} [rule] the rule of klrx lint that it falls under
  */
 
 /**
@@ -38,11 +39,11 @@ export function placeOf(source, offset) {
   return `${source.path}:${line}:${column}`;
 }
 
-/** Collects findings; `error` and `warning` take a source, an offset and a message. */
+/** Collects findings; `error` and `warning` take a source, an offset, a message and the rule of klrx lint, if any. */
 export function createFindings() {
   /** @type {Finding[]} */
   const list = [];
-  const add = (warning) => (source, offset, message) => list.push({ source, offset, warning, message });
+  const add = (warning) => (source, offset, message, rule) => list.push({ source, offset, warning, message, ...(rule && { rule }) });
   return { list, error: add(false), warning: add(true) };
 }
 

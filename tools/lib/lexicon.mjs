@@ -62,7 +62,7 @@ function entryOf(node, reading) {
 function readLexicon(source, findings) {
   const reading = {
     error: (node, message) => findings.error(source, node.offset, message),
-    warning: (node, message) => findings.warning(source, node.offset, message),
+    warning: (node, message, rule) => findings.warning(source, node.offset, message, rule),
     place: (node) => placeOf(source, node.offset),
     source,
   };
@@ -90,6 +90,12 @@ function readLexicon(source, findings) {
   };
 }
 
+/** @param {ReturnType<typeof entryOf>} entry */
+function warnOfNoAlias({ nodes, aliases, reading, text }, what, name) {
+  if (aliases('zh').length + aliases('en').length > 0) return;
+  reading.warning(nodes[name], `the ${what} ${JSON.stringify(text(name))} has no alias, so nothing finds it`, 'no-alias');
+}
+
 /**
  * Lays out the rows of lexicons, section by section. `scenes` holds what is known of each scene and is added to;
  * `reportUnknownScene` is called with each override and phrase that names a scene without a category row.
@@ -103,7 +109,7 @@ function layOut(lexicons, scenes, reportUnknownScene) {
     const key = JSON.stringify([section, term, identity]);
     const first = firstPlaces.get(key);
     if (first) {
-      reading.warning(node, `the alias ${JSON.stringify(term)} is hidden by the one at ${first.reading.place(first.node)}`);
+      reading.warning(node, `the alias ${JSON.stringify(term)} is hidden by the one at ${first.reading.place(first.node)}`, 'duplicate');
     } else {
       firstPlaces.set(key, { reading, node });
     }
@@ -131,14 +137,15 @@ function layOut(lexicons, scenes, reportUnknownScene) {
     if (!first) {
       if (native.length + english.length > 0) scenes.set(key, { tail, place: `at ${reading.place(nodes.key)}` });
     } else if (JSON.stringify(first.tail) !== JSON.stringify(tail)) {
-      reading.warning(nodes.key, `the scene ${JSON.stringify(key)} has other labels or another priority than ${first.place}`);
+      reading.warning(nodes.key, `the scene ${JSON.stringify(key)} has other labels or another priority than ${first.place}`, 'scene-data');
     }
   });
   // A scene may be spread over several categories and sources, so this is known only after the last.
   each('categories', (category) => {
     const key = category.text('key');
     if (scenes.has(key)) return;
-    category.reading.warning(category.nodes.key, `the scene ${JSON.stringify(key)} has no alias of its own, so nothing can be derived from it`);
+    category.reading.warning(category.nodes.key,
+      `the scene ${JSON.stringify(key)} has no alias of its own, so nothing can be derived from it`, 'no-alias');
   });
 
   for (const [property, rowKind] of OVERRIDE_KINDS) {
@@ -159,7 +166,8 @@ function layOut(lexicons, scenes, reportUnknownScene) {
     if (sceneKey !== '' && !scenes.has(sceneKey)) reportUnknownScene(human);
     for (const alias of human.aliases('zh')) {
       if (/^[a-z0-9]*$/.test(alias.term)) {
-        human.reading.warning(alias.node, 'a phrase of plain letters is looked for in English readings; it belongs under "en"');
+        human.reading.warning(alias.node, 'a phrase of plain letters is looked for in English readings; it belongs under "en"',
+          'wrong-language');
       }
       add('human', alias, human.reading, [sceneKey, detail]);
     }
@@ -175,6 +183,7 @@ function layOut(lexicons, scenes, reportUnknownScene) {
   });
 
   each('locations', (place) => {
+    warnOfNoAlias(place, 'place', 'label');
     const fields = [place.text('code'), place.text('source', 'location'), place.number('weight', '0'), place.text('label')];
     for (const lang of ['zh', 'en']) {
       for (const alias of place.aliases(lang)) add('location', alias, place.reading, [...fields, lang, place.text('countryLabel')]);
@@ -183,11 +192,12 @@ function layOut(lexicons, scenes, reportUnknownScene) {
 
   each('facets', (facet) => {
     const [dimension, key] = [facet.text('dimension'), facet.text('key')];
+    warnOfNoAlias(facet, 'facet', 'key');
     for (const lang of ['zh', 'en']) {
       for (const alias of facet.aliases(lang)) {
         // Facets are looked for literally; only identities also as whole words, which closes the gaps.
         if (dimension !== 'identity' && /[\0- ]/.test(alias.written)) {
-          facet.reading.warning(alias.node, `the facet alias is looked for as ${JSON.stringify(alias.term)}, without its blanks`);
+          facet.reading.warning(alias.node, `the facet alias is looked for as ${JSON.stringify(alias.term)}, without its blanks`, 'facet-blank');
         }
         add('facet', alias, facet.reading, [dimension, key, facet.number('weight', '0'), lang], [dimension, key, lang]);
       }

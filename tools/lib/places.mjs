@@ -82,7 +82,7 @@ export function compilePlaces(source) {
     const alias = compactTerm(written);
     const identity = `${alias}\t${code}\t${lang}`;
     if (seen.has(identity)) {
-      findings.warning(source, lineOffset, `the place stands already at ${placeOf(source, seen.get(identity))}`);
+      findings.warning(source, lineOffset, `the place stands already at ${placeOf(source, seen.get(identity))}`, 'duplicate');
     } else {
       seen.set(identity, lineOffset);
     }
