@@ -5,7 +5,7 @@ import { attempt, choiceOf, countOf, misuse, no } from '../lib/command_line.mjs'
 import { findingRecord, formatFinding } from '../lib/findings.mjs';
 import { checkOutput, FORCE, writeOutput } from '../lib/output.mjs';
 import { buildPack, LZ4_COMPRESSION } from '../lib/pack_file.mjs';
-import { readPack } from '../lib/pack_reader.mjs';
+import { readPack, scenesOf } from '../lib/pack_reader.mjs';
 import { compileFiles, documentsOf, ruleSetIdOf, sourceFiles } from '../lib/sources.mjs';
 import { aboutPublicKey, isPublicKey, NONCE, readNonce, readTrust, TRUST } from '../lib/seal_options.mjs';
 
@@ -47,16 +47,13 @@ function readBase(options, trust) {
   const { base, kind, ruleSetId } = options;
   const expected = options['base-rule-set-id'];
   if (base === undefined) return { baseRuleSetId: expected ?? ruleSetId };
-  const { metadata, sections } = readPack(base, trust);
+  const content = readPack(base, trust);
+  const { metadata } = content;
   if (metadata.kind !== 'base') throw no(`${base}: is a ${metadata.kind} pack, and a ${kind} builds on a base`);
   if (expected !== undefined && metadata.ruleSetId !== expected) {
     throw no(`${base}: is the rule set ${metadata.ruleSetId}, not ${expected}`);
   }
-  const scenes = new Map();
-  for (const { fields } of sections.scene) {
-    if (fields[3] === 'category' && !scenes.has(fields[0])) scenes.set(fields[0], { tail: fields.slice(5), place: `in ${base}` });
-  }
-  return { baseRuleSetId: metadata.ruleSetId, scenes };
+  return { baseRuleSetId: metadata.ruleSetId, scenes: scenesOf(content, base) };
 }
 
 /** @param {import('../lib/command_line.mjs').Call} call */

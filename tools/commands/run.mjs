@@ -7,6 +7,7 @@ import { build } from './build.mjs';
 import { diff } from './diff.mjs';
 import { inspect } from './inspect.mjs';
 import { keygen } from './keygen.mjs';
+import { lint } from './lint.mjs';
 import { sign } from './sign.mjs';
 import { test } from './test.mjs';
 import { tryTitles } from './try.mjs';
@@ -14,7 +15,7 @@ import { unpack } from './unpack.mjs';
 import { verify } from './verify.mjs';
 
 /** In the order in which a lexicon meets them. @type {Record<string, import('../lib/command_line.mjs').Command>} */
-export const COMMANDS = { build, try: tryTitles, test, inspect, diff, unpack, keygen, sign, verify };
+export const COMMANDS = { build, lint, try: tryTitles, test, inspect, diff, unpack, keygen, sign, verify };
 
 /** The options of every command. @type {Record<string, import('../lib/command_line.mjs').Option>} */
 const COMMON_OPTIONS = {

@@ -17,6 +17,7 @@ const MAX_BATCH = 10000; // of the native module
  * @property {string[]} places other names under which a test may expect it: codes, labels
  * @property {string} person name of the first person, "" without one
  * @property {string[]} people ids and names of all
+ * @property {string[]} personAliases by which they were found
  * @property {string} badge
  * @property {boolean} suppressed whether words of asset handling suppress the scene
  * @property {string} reason of that
@@ -56,6 +57,7 @@ function answerOf({ sceneKey, sceneDetail, intentHit, locationMeta, locationCode
     places: locationMeta ? [shortLabel, locationLabel, countryLabel, ...locationCodes].filter((name) => name !== '') : [],
     person: badge.primaryLabel,
     people: badge.celebrityHits.flatMap(({ id, name }) => [id, name]),
+    personAliases: badge.celebrityHits.map(({ alias }) => alias),
     badge: badge.secondaryLabel,
     suppressed,
     reason,
@@ -79,18 +81,31 @@ export function resolveTitles(addon, packs, titles) {
 }
 
 /**
- * Loads the native module and gives a function that answers any number of titles; a pack that is refused is the answer.
+ * Answers any number of titles; a pack that is refused is the answer.
+ * @param {typeof import('../../lib/index.cjs')} addon
+ * @param {Packs} packs
+ * @param {{ raw: string, normalizedEnglish: string }[]} titles
+ * @returns {Answer[]}
+ */
+export function answerAll(addon, packs, titles) {
+  const { packPath, allowedRoot, overlayPackPath } = packs;
+  return ask(() => {
+    const answers = [];
+    // At least once, because only then a pack is looked at.
+    for (let i = 0; i === 0 || i < titles.length; i += MAX_BATCH) {
+      for (const answer of resolveTitles(addon, packs, titles.slice(i, i + MAX_BATCH))) answers.push(answer);
+    }
+    return answers;
+  }, allowedRoot, [packPath, ...(overlayPackPath === undefined ? [] : [overlayPackPath])]);
+}
+
+/**
+ * Loads the native module and gives a function of titles, `answerAll` for these packs.
  * @param {import('./command_line.mjs').Io} io
  * @param {Packs} packs
  * @returns {Promise<(titles: { raw: string, normalizedEnglish: string }[]) => Answer[]>}
  */
 export async function answering(io, packs) {
   const addon = await loadAddon(io);
-  const { packPath, allowedRoot, overlayPackPath } = packs;
-  const paths = [packPath, overlayPackPath].filter((path) => path !== undefined);
-  return (titles) => ask(() => {
-    const answers = [];
-    for (let i = 0; i < titles.length; i += MAX_BATCH) answers.push(...resolveTitles(addon, packs, titles.slice(i, i + MAX_BATCH)));
-    return answers;
-  }, allowedRoot, paths);
+  return (titles) => answerAll(addon, packs, titles);
 }

@@ -179,3 +179,17 @@ export function readPack(path, trust) {
     }
   });
 }
+
+/**
+ * The data of the scenes of a pack: the last six fields of the first row of the kind "category" of each.
+ * @param {PackContent} content
+ * @param {string} path of the pack, for messages
+ * @returns {Map<string, { tail: string[], place: string }>}
+ */
+export function scenesOf({ sections }, path) {
+  const scenes = new Map();
+  for (const { fields } of sections.scene) {
+    if (fields[3] === 'category' && !scenes.has(fields[0])) scenes.set(fields[0], { tail: fields.slice(5), place: `in ${path}` });
+  }
+  return scenes;
+}
