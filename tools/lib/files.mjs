@@ -1,22 +1,15 @@
 // Files in and out of the command.
 
-<<<<<<< HEAD
-import { closeSync, fsyncSync, openSync, readFileSync, realpathSync, renameSync, rmSync, statSync, writeSync } from 'node:fs';
-=======
 import {
   closeSync, existsSync, fsyncSync, linkSync, mkdirSync, openSync, readdirSync, readFileSync, realpathSync, renameSync,
   rmSync, statSync, writeSync,
 } from 'node:fs';
->>>>>>> 535babd (klrx: one frame for all commands: help with examples, JSON for errors too, no file overwritten without --force)
 import { basename, dirname, join, resolve } from 'node:path';
 
 const REASONS = {
   EACCES: 'permission denied',
-<<<<<<< HEAD
   EBUSY: 'it is in use',
-=======
   EEXIST: 'it exists already',
->>>>>>> 535babd (klrx: one frame for all commands: help with examples, JSON for errors too, no file overwritten without --force)
   EISDIR: 'it is a directory',
   ENOENT: 'no such file or directory',
   ENOSPC: 'no space left',
