@@ -114,7 +114,6 @@ export function writeWhole(path, content, { force = false, mode = 0o666 } = {}) 
   } catch (error) {
     if (created) rmSync(temporary, { force: true });
     // What it means to take the name of a directory, Windows says with a code that stands for much else.
-    const isDirectory = statSync(path, { throwIfNoEntry: false })?.isDirectory();
-    throw new Error(`cannot be written: ${isDirectory ? REASONS.EISDIR : reasonOf(error)}`, { cause: error });
+    throw new Error(`cannot be written: ${isDirectory(path) ? REASONS.EISDIR : reasonOf(error)}`, { cause: error });
   }
 }
