@@ -70,7 +70,7 @@ test('packs, patches, options', async () => {
   const many = { categories: [{ key: 'a', zh: [...'甲乙丙丁'] }] };
   enter({ 'a.json': many, 'location-x.tsv': HEADER });
   assert.deepEqual(await klrx('lint . --limit 1', addon), [1, `one-character: 4; ${RULES['one-character']}
-a.json:1:37: one-character: the alias "甲" is a single character
+a.json:1:33: one-character: the alias "甲" is a single character
   and 3 more; --limit 0 shows all
 
 4 findings in 4 rows
