@@ -24,6 +24,7 @@ process.exitCode = await run(process.argv.slice(2), {
   // Most of the work is done without the native module.
   loadAddon: async () => (await import(addonUrl)).default,
   addonUrl,
+  loadExplainModule: async () => (await import('../lib/explain.cjs')).default,
   input: stdin,
   terminal: stderr.isTTY === true,
   columns: stdout.columns,

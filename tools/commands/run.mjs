@@ -5,6 +5,7 @@ import { DONE, misuse, readArguments, Refusal, WRONG_USAGE } from '../lib/comman
 import { commandHelp, overview } from '../lib/help.mjs';
 import { build } from './build.mjs';
 import { diff } from './diff.mjs';
+import { explain } from './explain.mjs';
 import { inspect } from './inspect.mjs';
 import { keygen } from './keygen.mjs';
 import { lint } from './lint.mjs';
@@ -15,7 +16,7 @@ import { unpack } from './unpack.mjs';
 import { verify } from './verify.mjs';
 
 /** In the order in which a lexicon meets them. @type {Record<string, import('../lib/command_line.mjs').Command>} */
-export const COMMANDS = { build, lint, try: tryTitles, test, inspect, diff, unpack, keygen, sign, verify };
+export const COMMANDS = { build, lint, explain, try: tryTitles, test, inspect, diff, unpack, keygen, sign, verify };
 
 /** The options of every command. @type {Record<string, import('../lib/command_line.mjs').Option>} */
 const COMMON_OPTIONS = {

@@ -26,6 +26,19 @@ export async function loadAddon(io) {
 }
 
 /**
+ * The module that explains answers.
+ * @param {import('./command_line.mjs').Io} io
+ * @returns {Promise<{ explainTitle: (options: object) => import('./explanation_text.mjs').Explanation }>}
+ */
+export async function loadExplainModule(io) {
+  try {
+    return await io.loadExplainModule();
+  } catch (error) {
+    throw no(`the module that explains cannot be loaded: ${error.message}`);
+  }
+}
+
+/**
  * Asks a loaded module about files; its refusal is the answer.
  * @template T
  * @param {() => T} question

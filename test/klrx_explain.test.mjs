@@ -1,0 +1,46 @@
+// klrx explain: what the native module reports, in words.
+import assert from 'node:assert/strict';
+import test from 'node:test';
+
+import { explainTitle } from './support/addon.mjs';
+import { enter, HEADER, klrx } from './support/klrx.mjs';
+
+const native = { loadExplainModule: async () => ({ explainTitle }) };
+const LEXICON = {
+  categories: [
+    { key: 'food', zh: ['火锅'], en: ['hotpot'], details: [{ label: 'spicy', zh: ['麻辣火锅'] }] },
+    { key: 'show', zh: ['演出'] },
+  ],
+  humans: [{ sceneKey: 'food', detail: 'date night', zh: ['约会'] }, { sceneKey: '', detail: '', zh: ['无聊'] }],
+  celebrities: [{ id: 's1', name: 'Star', kind: 'idol', region: 'CN', priority: 1, photoKey: '', aliases: { zh: ['小星'] } }],
+};
+const PLACES = `${HEADER}东京\tJP\tzh\t0.5\t东京\t日本\n西湖\tCN\tzh\t0.5\t杭州\t中国\n`;
+
+test('each part of an explanation says why', async () => {
+  enter({ 'lex.json': LEXICON, 'location-x.tsv': PLACES });
+  const [status, , err] = await klrx('build lex.json location-x.tsv --out lex.klrx');
+  assert.equal(status, 0, err);
+  for (const [title, ...expected] of [
+    ['麻辣火锅演出', 'scene: food, spicy', '麻辣火锅 decides: its kind ranks higher (200 to 100)',
+      'the detail is that of the detail row 麻辣火锅', /^ {2}\* {2}麻辣火锅 +food +spicy +detail +200 +\d/m, /^ {5}演出 +show/m],
+    ['火锅', '火锅 decides: no other row speaks for the title', 'people: none', 'place: none', 'not suppressed, no-workflow-context'],
+    ['火锅演出', 'its score is higher (1'],
+    ['约会', '约会 decides: no other', '约会 (phrase)'],
+    ['无聊火锅', 'scene: none', 'the phrase 无聊 says that there is no scene; it takes the rows below marked x away', /^ {2}x {2}火锅/m],
+    ['东京西湖', 'place: 日本 · 东京', 'codes are chosen by the earliest and longest name', /\* {2}东京 .* reported +pack location-x \d/,
+      /- {2}西湖 .* the title lacks the first character or word of its label/],
+    ['小星演唱会', 'people: Star', 'badge 明星演唱会, confidence 0.99: concert (演唱会)'],
+    ['火锅项目交付', 'suppressed, hard-workflow-suppressed-scene (asset handling: 项目, hard: 项目交付)'],
+    ['Hotpot', 'Hotpot, read as "hotpot"', 'hotpot decides'],
+  ]) {
+    const [, text] = await klrx(['explain', 'lex.klrx', title], undefined, native);
+    for (const part of expected) {
+      assert.ok(typeof part === 'string' ? text.includes(part) : part.test(text), `${title}: ${part} is not in\n${text}`);
+    }
+  }
+  const [, json] = await klrx(['explain', 'lex.klrx', '火锅', '--english', 'x', '--json'], undefined, native);
+  const { ok, title, scene } = JSON.parse(json);
+  assert.deepEqual([ok, title.normalizedEnglish, scene.candidates.map(({ alias }) => alias)], [true, 'x', ['火锅']]);
+  assert.equal((await klrx(['explain', 'lex.json', 'x'], undefined, native))[0], 1);
+  assert.equal((await klrx('explain lex.klrx', undefined, native))[0], 2);
+});
