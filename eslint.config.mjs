@@ -18,5 +18,6 @@ export default [
       'prefer-const': ['error', { destructuring: 'all' }],
     },
   },
+  { files: ['tools/report/*.js', 'test/browser/*'], languageOptions: { globals: globals.browser } },
   { files: ['**/*.cjs'], languageOptions: { sourceType: 'commonjs' } },
 ];
