@@ -2,10 +2,8 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
 
-import { explainTitle } from './support/addon.mjs';
 import { enter, HEADER, klrx } from './support/klrx.mjs';
 
-const native = { loadExplainModule: async () => ({ explainTitle }) };
 const LEXICON = {
   categories: [
     { key: 'food', zh: ['火锅'], en: ['hotpot'], details: [{ label: 'spicy', zh: ['麻辣火锅'] }] },
@@ -33,14 +31,14 @@ test('each part of an explanation says why', async () => {
     ['火锅项目交付', 'suppressed, hard-workflow-suppressed-scene (asset handling: 项目, hard: 项目交付)'],
     ['Hotpot', 'Hotpot, read as "hotpot"', 'hotpot decides'],
   ]) {
-    const [, text] = await klrx(['explain', 'lex.klrx', title], undefined, native);
+    const [, text] = await klrx(['explain', 'lex.klrx', title]);
     for (const part of expected) {
       assert.ok(typeof part === 'string' ? text.includes(part) : part.test(text), `${title}: ${part} is not in\n${text}`);
     }
   }
-  const [, json] = await klrx(['explain', 'lex.klrx', '火锅', '--english', 'x', '--json'], undefined, native);
+  const [, json] = await klrx(['explain', 'lex.klrx', '火锅', '--english', 'x', '--json']);
   const { ok, title, scene } = JSON.parse(json);
   assert.deepEqual([ok, title.normalizedEnglish, scene.candidates.map(({ alias }) => alias)], [true, 'x', ['火锅']]);
-  assert.equal((await klrx(['explain', 'lex.json', 'x'], undefined, native))[0], 1);
-  assert.equal((await klrx('explain lex.klrx', undefined, native))[0], 2);
+  assert.equal((await klrx(['explain', 'lex.json', 'x']))[0], 1);
+  assert.equal((await klrx('explain lex.klrx'))[0], 2);
 });

@@ -4,6 +4,7 @@ import { createReadStream, mkdirSync, mkdtempSync, writeFileSync } from 'node:fs
 import { dirname, join } from 'node:path';
 import { Readable } from 'node:stream';
 import { run } from '../../tools/commands/run.mjs';
+import { explainTitle } from './addon.mjs';
 import { root } from './packs.mjs';
 
 export const HEADER = 'alias\tcode\tlang\tweight\tlabel\tcountryLabel\n';
@@ -33,6 +34,7 @@ export async function klrx(line, native, io = {}) {
   const status = await run(text?.split(' ') ?? line, {
     out: (more) => (said.out += more), err: (more) => (said.err += more),
     loadAddon: async () => native ?? assert.fail('the addon is not needed here'),
+    loadExplainModule: async () => ({ explainTitle }),
     input: file === undefined ? Readable.from([]) : createReadStream(file),
     addonUrl,
     ...io,

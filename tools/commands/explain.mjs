@@ -33,7 +33,7 @@ export const explain = {
   },
   examples: [
     ['why this is food', 'klrx explain mine.klrx 周末火锅'],
-    ['with a translation, as JSON', 'klrx explain mine.klrx 周末火锅 --english "weekend hot pot" --json'],
+    ['with a translation, as JSON', 'klrx explain mine.klrx 周末火锅 --english hotpot --json'],
   ],
   run,
 };

@@ -90,7 +90,7 @@ const CHOICES = {
 const number = (value) => String(Number(value.toFixed(2)));
 const placeOf = (place) => (place === null ? '' : `${place.source} ${place.section} ${place.row}`);
 
-/** Why the first candidate stands before the second: what the order compares, in turn. */
+/** Why the first candidate stands before the second: what the order compares, in turn. @param {Candidate[]} candidates */
 function reasonOf([first, second], promoted) {
   const bytes = (text) => new TextEncoder().encode(text).length;
   if (promoted) return 'it equals the whole title';

@@ -27,14 +27,15 @@ export function compressLz4Block(bytes) {
 
 /**
  * The bytes that one LZ4 block stands for.
- * @param {Buffer} block
- * @returns {Buffer}
+ * @param {Uint8Array} block
+ * @returns {Uint8Array} a Buffer
  * @throws {Error} if it is none
  */
 export function decodeLz4Block(block) {
+  const input = Buffer.from(block.buffer, block.byteOffset, block.byteLength);
   let at = 0;
   let length = 0;
-  let output = Buffer.alloc(block.length * 4);
+  let output = Buffer.alloc(input.length * 4);
   const reserve = (size) => {
     if (length + size <= output.length) return;
     const larger = Buffer.alloc(Math.max(length + size, output.length * 2));
@@ -45,21 +46,21 @@ export function decodeLz4Block(block) {
     if (size < 15) return size;
     let sum = size;
     for (let byte = 255; byte === 255; sum += byte) {
-      if (at >= block.length) throw new Error('the LZ4 block ends too early');
-      byte = block[at++];
+      if (at >= input.length) throw new Error('the LZ4 block ends too early');
+      byte = input[at++];
     }
     return sum;
   };
-  while (at < block.length) {
-    const token = block[at++];
+  while (at < input.length) {
+    const token = input[at++];
     const literals = extended(token >> 4);
-    if (at + literals > block.length) throw new Error('the LZ4 block ends too early');
+    if (at + literals > input.length) throw new Error('the LZ4 block ends too early');
     reserve(literals);
-    length += block.copy(output, length, at, at + literals);
+    length += input.copy(output, length, at, at + literals);
     at += literals;
-    if (at === block.length) break;
-    if (at + 2 > block.length) throw new Error('the LZ4 block ends too early');
-    const offset = block.readUInt16LE(at);
+    if (at === input.length) break;
+    if (at + 2 > input.length) throw new Error('the LZ4 block ends too early');
+    const offset = input.readUInt16LE(at);
     at += 2;
     if (offset === 0 || offset > length) throw new Error('the LZ4 block looks back before its beginning');
     const match = extended(token & 15) + 4;
