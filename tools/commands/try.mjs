@@ -94,6 +94,7 @@ export const tryTitles = {
   usage: 'PACK [TITLES | -] [options]',
   about: 'Titles come from a file or from standard input: a title a line, a table (raw, en, id; or any columns that a first '
     + 'line names, "raw" first), or JSON lines (raw, en or normalizedEnglish, id). Any number of them is read as a stream.\n'
+    + 'A title without an English reading gets one made of its Latin words, as an open lexicon gives it. '
     + 'A scene in parentheses is suppressed by words of asset handling.',
   options: {
     ...OVERLAY,

@@ -1,6 +1,6 @@
 // Answers for any number of titles in constant memory, by one thread or several, in the order of the titles.
 
-import { Worker } from 'node:worker_threads';
+import { Piscina } from 'piscina';
 import { answering } from './answers.mjs';
 import { ask } from './native.mjs';
 
@@ -21,21 +21,6 @@ async function* chunksOf(items) {
     chunk = [];
   }
   if (chunk.length > 0) yield chunk;
-}
-
-/** A worker thread as a function. It answers in the order of its questions, so the first that waits is the one meant. */
-function startWorker(addonUrl, packs) {
-  const worker = new Worker(new URL('./answer_worker.mjs', import.meta.url), { workerData: { addonUrl, packs } });
-  const waiting = [];
-  worker.on('message', (message) => waiting.shift().resolve(message));
-  worker.on('error', (error) => waiting.splice(0).forEach(({ reject }) => reject(error)));
-  const request = (titles) => {
-    const reply = new Promise((resolve, reject) => waiting.push({ resolve, reject }));
-    reply.catch(() => {}); // it is looked at later, when its turn comes
-    worker.postMessage(titles);
-    return reply;
-  };
-  return { request, stop: () => worker.terminate() };
 }
 
 /**
@@ -65,7 +50,12 @@ export async function* answerLines(io, packs, lines, jobs) {
     for await (const chunk of chunksOf(lines)) yield joinAnswers(chunk, answer(titlesIn(chunk)));
     return;
   }
-  const workers = Array.from({ length: jobs }, () => startWorker(io.addonUrl, packs));
+  const pool = new Piscina({
+    filename: new URL('./answer_worker.mjs', import.meta.url).href,
+    minThreads: jobs,
+    maxThreads: jobs,
+    workerData: { addonUrl: io.addonUrl, packs },
+  });
   const finish = async ({ chunk, reply }) => {
     const { answers, refusal } = await reply;
     if (refusal !== undefined) ask(() => { throw new Error(refusal); }, packs.allowedRoot, [packs.packPath]);
@@ -74,13 +64,14 @@ export async function* answerLines(io, packs, lines, jobs) {
   try {
     /** @type {{ chunk: TitleLine[], reply: Promise<any> }[]} */
     const asked = [];
-    let turn = 0;
     for await (const chunk of chunksOf(lines)) {
-      asked.push({ chunk, reply: workers[turn++ % jobs].request(titlesIn(chunk)) });
+      const reply = pool.run(titlesIn(chunk));
+      reply.catch(() => {}); // it is looked at when its turn comes
+      asked.push({ chunk, reply });
       if (asked.length > 2 * jobs) yield await finish(asked.splice(0, 1)[0]);
     }
     for (const each of asked) yield await finish(each);
   } finally {
-    for (const { stop } of workers) stop();
+    await pool.destroy();
   }
 }

@@ -1,15 +1,16 @@
-// A worker thread that answers titles: chunks in, answers or the words of a refusal out, in the order in which they came.
+// What runs on the threads of klrx: answers for one chunk of titles.
 
-import { parentPort, workerData } from 'node:worker_threads';
+import { workerData } from 'piscina';
 import { resolveTitles } from './answers.mjs';
 
 const { addonUrl, packs } = workerData;
 const addon = (await import(addonUrl)).default;
 
-parentPort?.on('message', (titles) => {
+/** @param {{ raw: string, normalizedEnglish: string }[]} titles */
+export default function answerChunk(titles) {
   try {
-    parentPort?.postMessage({ answers: resolveTitles(addon, packs, titles) });
+    return { answers: resolveTitles(addon, packs, titles) };
   } catch (error) {
-    parentPort?.postMessage({ refusal: error.message });
+    return { refusal: error.message };
   }
-});
+}

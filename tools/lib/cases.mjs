@@ -3,6 +3,7 @@
 // An expectation that is blank is no expectation; "-" expects nothing (no scene, no place).
 
 import { LineCounter, isMap, isScalar, isSeq, parseDocument } from 'yaml';
+import englishReading from '../../lib/english_reading.cjs';
 import { no } from './command_line.mjs';
 import { positionOf } from './findings.mjs';
 import { compactTerm } from './text.mjs';
@@ -37,8 +38,8 @@ const unknownColumn = (name) => `unknown column ${JSON.stringify(name)} (allowed
  * @param {{ raw?: string, en?: string, scene?: string, detail?: string, place?: string, person?: string }} cells
  * @returns {Case}
  */
-function caseOf(line, { raw = '', en = '', scene = '', detail = '', place = '', person = '' }) {
-  return { title: { raw, normalizedEnglish: en }, expected: { scene, detail, place, person }, line };
+function caseOf(line, { raw = '', en, scene = '', detail = '', place = '', person = '' }) {
+  return { title: { raw, normalizedEnglish: en || englishReading(raw) }, expected: { scene, detail, place, person }, line };
 }
 
 /** @returns {CaseFile} */

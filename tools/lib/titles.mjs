@@ -3,8 +3,11 @@
 //   tsv     columns by the names in the first line if its first cell is "raw", else raw, en, id
 //   jsonl   an object a line: raw, en (or normalizedEnglish), id
 //   plain   a title a line
+//
+// A title without an English reading gets the one that an open lexicon would give it.
 
 import { createReadStream } from 'node:fs';
+import englishReading from '../../lib/english_reading.cjs';
 import { no } from './command_line.mjs';
 import { reasonOf } from './files.mjs';
 
@@ -41,7 +44,7 @@ const formatOf = (line) => (line.startsWith('{') ? 'jsonl' : line.includes('\t')
 function titleOf({ raw, en, normalizedEnglish = en, id }) {
   if (typeof raw !== 'string' || raw === '') return { id, error: 'the title is missing' };
   if (normalizedEnglish !== undefined && typeof normalizedEnglish !== 'string') return { id, error: 'the English reading is no text' };
-  return { id, title: { raw, normalizedEnglish: normalizedEnglish ?? '' } };
+  return { id, title: { raw, normalizedEnglish: normalizedEnglish ?? englishReading(raw) } };
 }
 
 function readJsonLine(line) {
@@ -77,7 +80,7 @@ async function* titlesOf(stream, format) {
     }
     if (format === 'jsonl') yield { line, ...readJsonLine(text) };
     else if (format === 'plain') yield { line, ...titleOf({ raw: text }) };
-    else yield { line, ...titleOf(Object.fromEntries(text.split('\t').map((cell, i) => [names[i], cell]))) };
+    else yield { line, ...titleOf(Object.fromEntries(text.split('\t').map((cell, i) => [names[i], cell || undefined]))) };
   }
 }
 
