@@ -141,3 +141,22 @@ all        4      3    100.0 %   75.0 %
   }
   assert.match((await klrx('test p.klrx c.tsv --update --out c.tsv', addon))[2], /c.tsv is an input and the output/);
 });
+
+test('the guide to lexicons: files saved, commands run, in its order', async () => {
+  const guide = readFileSync(new URL('../docs/lexicon.md', import.meta.url), 'utf8');
+  enter({});
+  const done = { files: 0, commands: 0 };
+  for (const [, file, kind, text] of guide.matchAll(/(?:`([\w.-]+)`:\n\n)?```(json|tsv|yaml|sh)\n(.*?)```/gs)) {
+    if (kind !== 'sh') {
+      writeFileSync(file, text);
+      done.files += 1;
+      continue;
+    }
+    for (const [, command] of text.matchAll(/^npx klrx (.*)$/gm)) {
+      const [status, out, err] = await klrx(command, addon);
+      assert.equal(status, 0, `${command}\n${out}${err}`);
+      done.commands += 1;
+    }
+  }
+  assert.deepEqual(done, { files: 17, commands: 23 });
+});
