@@ -99,7 +99,7 @@ test('wrong usage is status 2 and writes nothing, help and version are 0 anywher
   enter({ 'a.json': FOOD, 'in.klrx': 'x', 'k.pem': 'x' });
   const [build, sign] = ['build a.json --out p.klrx', 'sign --pack in.klrx --out m.json'];
   for (const [line, message] of [
-    [[], 'a command is missing'], ['', ' is no command'], ['toString', 'toString is no command'],
+    [[], 'a command is missing'], ['', ' is no command'], ['toString', 'toString is no command'], ['bulid x', 'bulid is no command; is build meant?'],
     ['build --out p.klrx', 'build needs at least one source'], ['build a.json', 'build needs --out PACK'],
     ['build a.json --fast', "unknown option '--fast'"],
     ['build a.json --out', "option '--out <value>' argument missing"],
@@ -252,7 +252,7 @@ test('errors as JSON, files that are there, progress', async () => {
 test('the examples of --help, one after the other as they stand', async () => {
   const category = (key, zh) => ({ categories: [{ key, zh: [zh] }] });
   enter({ 'lexicon.json': FOOD, 'location-eu.tsv': PLACES, 'patch.json': category('skate', '滑板'), 'next.json': category('skate', '滑板'),
-    'titles.tsv': 'raw\ten\n火锅\t\n滑板\t\n', 'titles.jsonl': '{"raw":"火锅","id":1}\n', 'cases.tsv': 'raw\tscene\n火锅\tfood\n',
+    'titles.tsv': 'raw\ten\n火锅\t\n滑板\t\n', 'titles.txt': '火锅\n', 'titles.jsonl': '{"raw":"火锅","id":1}\n', 'cases.tsv': 'raw\tscene\n火锅\tfood\n',
     'lexicon/a.json': FOOD, 'lexicon/location-jp.tsv': PLACES });
   for (const [name, { examples }] of Object.entries(COMMANDS)) {
     const [, help] = await klrx(`${name} --help`);

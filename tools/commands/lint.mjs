@@ -75,14 +75,17 @@ function findingsOf({ rows, findings, isPatch, packPath, documents }, { base, ti
   const packs = isPatch && base ? packsOf(base.path, { overlay: path }) : packsOf(path);
   const answer = (questions) => answerAll(addon, packs, questions);
   const facetsOf = (title) => addon.extractSemanticFacets({ packPath: path, allowedRoot: packs.allowedRoot, ...title }).hits;
-  const all = [...findings, ...textFindings(rows, { isPatch, baseScenes: [...base?.scenes.keys() ?? []] })];
-  progress('asking about scenes');
-  all.push(...sceneFindings(rows.filter(({ section }) => !isPatch || section === 'scene'), answer));
-  progress('asking about places');
-  all.push(...placeFindings(rows, laboratory));
-  progress('asking about words');
-  all.push(...wordFindings(rows, titles, answer, facetsOf));
-  return all;
+  /** @type {[string, () => import('../lib/lint/rules.mjs').LintFinding[]][]} */
+  const steps = [
+    ['texts', () => textFindings(rows, { isPatch, baseScenes: [...base?.scenes.keys() ?? []] })],
+    ['scenes', () => sceneFindings(rows.filter(({ section }) => !isPatch || section === 'scene'), answer)],
+    ['places', () => placeFindings(rows, laboratory)],
+    ['words', () => wordFindings(rows, titles, answer, facetsOf)],
+  ];
+  return findings.concat(...steps.map(([name, step]) => {
+    progress(`asking about ${name}`);
+    return step();
+  }));
 }
 
 /** Findings by rule, in the order of the rules' names, at most so many of each. */

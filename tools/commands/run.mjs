@@ -3,6 +3,7 @@
 import { readFileSync } from 'node:fs';
 import { DONE, misuse, readArguments, Refusal, WRONG_USAGE } from '../lib/command_line.mjs';
 import { commandHelp, overview } from '../lib/help.mjs';
+import { nearestOf } from '../lib/text.mjs';
 import { build } from './build.mjs';
 import { diff } from './diff.mjs';
 import { explain } from './explain.mjs';
@@ -45,13 +46,18 @@ function progressOn(io) {
   };
 }
 
+function unknownCommand(name) {
+  const near = nearestOf(name, Object.keys(COMMANDS));
+  return `${name} is no command${near ? `; is ${near} meant?` : ''}`;
+}
+
 /** Runs a command: its outcome, or the refusal with which it ended. */
 async function attemptCommand(args, io, warn, progress) {
   const [name, ...rest] = args;
   try {
     const command = commandNamed(name);
     if (name === undefined) throw misuse('a command is missing');
-    if (!command) throw misuse(`${name} is no command`);
+    if (!command) throw misuse(unknownCommand(name));
     const { values, positionals } = readArguments(rest, { ...command.options, ...COMMON_OPTIONS });
     return { status: DONE, ...await command.run({ values, positionals, io, warn, progress: progress.show }) };
   } catch (error) {

@@ -39,7 +39,7 @@ async function run({ values, positionals, io }) {
   if (values.out !== undefined && !values.update) throw misuse('--out goes with --update');
   const [packPath, path] = positionals;
   if (values.out !== undefined) checkOutput(values.out, { inputs: positionals, force: values.force });
-  const { cases, rewrite } = readCases({ path, text: attempt(path, () => readText(path)) });
+  const { cases, rewrite } = readCases({ path, text: attempt(path, () => readText(path)) }, { bare: values.update });
   const answers = (await answering(io, packsOf(packPath, values)))(cases.map(({ title }) => title));
   if (values.update) return update(values, path, rewrite(cases.map((one, i) => updated(one, answers[i]))));
 
@@ -72,7 +72,7 @@ export const test = {
   },
   examples: [
     ['what the CI of a lexicon runs', 'klrx test mine.klrx cases.tsv'],
-    ['cases from bare titles, to be reviewed', 'klrx test mine.klrx titles.tsv --update --out cases.new.tsv'],
+    ['cases from bare titles, to be reviewed', 'klrx test mine.klrx titles.txt --update --out cases.new.tsv'],
   ],
   run,
 };

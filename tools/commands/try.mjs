@@ -72,7 +72,11 @@ async function run(call) {
   const answers = [];
   const show = showing(call, path, answers);
   const begin = performance.now();
-  const rate = () => `${Math.round(counts.titles / Math.max(1e-3, (performance.now() - begin) / 1000))} a second`;
+  // Of few titles it would be that of loading the pack.
+  const rate = () => {
+    const seconds = (performance.now() - begin) / 1000;
+    return seconds < 1 ? '' : `, ${Math.round(counts.titles / seconds)} a second`;
+  };
   for await (const chunk of answerLines(io, packsOf(packPath, values), readTitles(path, io, format), jobs)) {
     for (const { answer } of chunk) {
       if (!answer) counts.faulty += 1;
@@ -80,11 +84,11 @@ async function run(call) {
     }
     counts.titles += chunk.length;
     if (await io.out(show(chunk)) === false) break;
-    progress(`${countOf(counts.titles, 'title')}, ${rate()}`);
+    progress(`${countOf(counts.titles, 'title')}${rate()}`);
   }
   progress('');
   const { titles, scene, place, person } = counts;
-  if (!values.json) io.err(`klrx: ${countOf(titles, 'title')}, ${rate()}; ${scene} with a scene, ${place} with a place, ${person} with a person\n`);
+  if (!values.json) io.err(`klrx: ${countOf(titles, 'title')}${rate()}: ${scene} with a scene, ${place} with a place, ${person} with a person\n`);
   return { report: { counts, answers }, text: '', status: counts.faulty === 0 ? DONE : ANSWER_IS_NO };
 }
 

@@ -43,8 +43,9 @@ function caseOf(line, { raw = '', en, scene = '', detail = '', place = '', perso
 }
 
 /** @returns {CaseFile} */
-function readTable(source) {
-  const [header, ...lines] = source.text.split('\n').map((line) => line.replace(/\r$/, ''));
+function readTable(source, bare) {
+  const all = source.text.split('\n').map((line) => line.replace(/\r$/, ''));
+  const [header, ...lines] = bare && !source.text.includes('\t') && all[0] !== 'raw' ? ['raw', ...all] : all;
   const names = header.split('\t');
   const strange = names.find((name) => !COLUMNS.includes(name));
   if (names[0] !== 'raw') throw faultIn(source, 0, `the first line does not name the columns, "raw" first (${COLUMNS.join(', ')})`);
@@ -56,9 +57,9 @@ function readTable(source) {
     return caseOf(line, Object.fromEntries(cells.map((cell, i) => [names[i], cell.trim() === '' ? '' : cell])));
   });
   const rewrite = (expectations) => {
-    const all = [...names, ...EXPECTED.filter((name) => !names.includes(name))];
-    const written = rows.map(({ cells }, i) => all.map((name, column) => expectations[i][name] ?? cells[column] ?? '').join('\t'));
-    return [all.join('\t'), ...written, ''].join('\n');
+    const columns = [...names, ...EXPECTED.filter((name) => !names.includes(name))];
+    const written = rows.map(({ cells }, i) => columns.map((name, column) => expectations[i][name] ?? cells[column] ?? '').join('\t'));
+    return [columns.join('\t'), ...written, ''].join('\n');
   };
   return { cases, rewrite };
 }
@@ -97,9 +98,12 @@ function readYaml(source) {
 
 /**
  * @param {{ path: string, text: string }} source
+ * @param {{ bare?: boolean }} [options] `bare`: it may also be titles alone, a line each
  * @returns {CaseFile}
  */
-export const readCases = (source) => (/\.ya?ml$/i.test(source.path) ? readYaml(source) : readTable(source));
+export function readCases(source, { bare = false } = {}) {
+  return /\.ya?ml$/i.test(source.path) ? readYaml(source) : readTable(source, bare);
+}
 
 /** What of an answer an expectation is held against. */
 const NAMES = {

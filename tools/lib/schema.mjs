@@ -3,6 +3,7 @@
 
 import { createRequire } from 'node:module';
 import { readFileSync } from 'node:fs';
+import { nearestOf } from './text.mjs';
 
 const schemaFile = new URL('../lexicon.schema.json', import.meta.url);
 
@@ -24,19 +25,6 @@ function validator() {
   return compiled;
 }
 
-/** Whether two names differ by one slip: a letter too many, too few or wrong, two swapped, or upper and lower case. */
-function isNearlyThe(name, known) {
-  const a = name.toLowerCase();
-  const b = known.toLowerCase();
-  if (Math.abs(a.length - b.length) > 1) return false;
-  let start = 0;
-  while (start < a.length && a[start] === b[start]) start += 1;
-  const restA = a.slice(start);
-  const restB = b.slice(start);
-  const swapped = restA.slice(1, 2) + restA.slice(0, 1) + restA.slice(2);
-  return restA.slice(1) === restB.slice(1) || restA.slice(1) === restB || restA === restB.slice(1) || swapped === restB;
-}
-
 function describe({ type }) {
   return type === 'array' || type === 'object' ? `an ${type}` : type === 'null' ? 'null' : `a ${type}`;
 }
@@ -49,7 +37,7 @@ function typeMessage(node, wanted) {
 
 function unknownProperty(name, { properties }) {
   const known = Object.keys(properties).filter((each) => !each.startsWith('$'));
-  const near = known.find((each) => isNearlyThe(name, each));
+  const near = nearestOf(name, known);
   return `unknown property ${JSON.stringify(name)}${near ? `; is "${near}" meant?` : ''} (allowed: ${known.join(', ')})`;
 }
 

@@ -1,4 +1,4 @@
-// How text and numbers are written in rows: folded terms, and numbers as the C library prints them.
+// How text and numbers are written in rows: folded terms, and numbers as the C library prints them; and names that are meant.
 
 /**
  * The term fold of the whole system: every byte below 33 is dropped (control bytes and the blank), "A" to "Z" become lower
@@ -42,3 +42,23 @@ export function formatFixed(value) {
   const digits = millionths.toString().padStart(7, '0');
   return `${sign}${digits.slice(0, -6)}.${digits.slice(-6)}`;
 }
+
+/** Whether two names differ by one slip: a letter too many, too few or wrong, two swapped, or upper and lower case. */
+function isNearlyThe(name, known) {
+  const a = name.toLowerCase();
+  const b = known.toLowerCase();
+  if (Math.abs(a.length - b.length) > 1) return false;
+  let start = 0;
+  while (start < a.length && a[start] === b[start]) start += 1;
+  const restA = a.slice(start);
+  const restB = b.slice(start);
+  const swapped = restA.slice(1, 2) + restA.slice(0, 1) + restA.slice(2);
+  return restA.slice(1) === restB.slice(1) || restA.slice(1) === restB || restA === restB.slice(1) || swapped === restB;
+}
+
+/**
+ * The known name that somebody may have meant.
+ * @param {string} name
+ * @param {readonly string[]} known
+ */
+export const nearestOf = (name, known) => known.find((each) => isNearlyThe(name, each));
