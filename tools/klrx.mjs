@@ -25,6 +25,7 @@ process.exitCode = await run(process.argv.slice(2), {
   loadAddon: async () => (await import(addonUrl)).default,
   addonUrl,
   loadExplainModule: async () => (await import('../lib/explain.cjs')).default,
+  untilStopped: () => new Promise((resolve) => process.once('SIGINT', resolve).once('SIGTERM', resolve)),
   input: stdin,
   terminal: stderr.isTTY === true,
   columns: stdout.columns,

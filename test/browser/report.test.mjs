@@ -1,6 +1,6 @@
 // The page of klrx report in a browser: what is shown, searched, sorted, unfolded, and that it stays quick and to itself.
 import assert from 'node:assert/strict';
-import { mkdtempSync, writeFileSync } from 'node:fs';
+import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { pathToFileURL } from 'node:url';
@@ -36,6 +36,7 @@ before(async () => {
 });
 after(async () => {
   await browser?.close();
+  rmSync(folder, { recursive: true, force: true });
 });
 
 const found = () => page.textContent('#found');
@@ -76,7 +77,7 @@ test('the keyboard moves and unfolds; only what is in sight is in the document',
   const [first, second] = await page.$$eval('.item', (items) => items.slice(0, 2).map((item) => item.getBoundingClientRect()));
   assert.ok(second.top >= first.bottom - 1, 'the next title is below the explanation');
   await page.keyboard.press('Enter');
-  assert.equal(await page.locator('.why').count(), 0);
+  assert.equal(await page.locator('.item .why').count(), 0);
   for (const key of ['End', 'PageUp', 'PageDown', 'Home', 'ArrowDown']) {
     await page.keyboard.press(key);
     assert.ok(await page.locator('.item').count() < 100, key);

@@ -34,6 +34,7 @@ export async function klrx(line, native, io = {}) {
   const status = await run(text?.split(' ') ?? line, {
     out: (more) => (said.out += more), err: (more) => (said.err += more),
     loadAddon: async () => native ?? assert.fail('the addon is not needed here'),
+    untilStopped: async () => {},
     loadExplainModule: async () => ({ explainTitle }),
     input: file === undefined ? Readable.from([]) : createReadStream(file),
     addonUrl,

@@ -11,6 +11,7 @@ import { inspect } from './inspect.mjs';
 import { keygen } from './keygen.mjs';
 import { lint } from './lint.mjs';
 import { report } from './report.mjs';
+import { serve } from './serve.mjs';
 import { sign } from './sign.mjs';
 import { test } from './test.mjs';
 import { tryTitles } from './try.mjs';
@@ -18,7 +19,7 @@ import { unpack } from './unpack.mjs';
 import { verify } from './verify.mjs';
 
 /** In the order in which a lexicon meets them. @type {Record<string, import('../lib/command_line.mjs').Command>} */
-export const COMMANDS = { build, lint, explain, try: tryTitles, test, report, inspect, diff, unpack, keygen, sign, verify };
+export const COMMANDS = { build, lint, explain, try: tryTitles, test, report, serve, inspect, diff, unpack, keygen, sign, verify };
 
 /** The options of every command. @type {Record<string, import('../lib/command_line.mjs').Option>} */
 const COMMON_OPTIONS = {

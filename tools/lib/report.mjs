@@ -100,14 +100,22 @@ const escaped = (text) => text.replace(/[&<>"]/g, (character) => `&#${character.
  * @param {Report} report
  * @returns {string}
  */
-export function reportPage(report) {
+export const reportPage = (report) => page(report.pack, gzipSync(JSON.stringify(report), { level: 9 }).toString('base64'), "'none'");
+
+/**
+ * The page of `klrx serve`: the same, but it asks the server that it came from for its report.
+ * @param {string} pack name
+ * @returns {string}
+ */
+export const livePage = (pack) => page(pack, '', "'self'");
+
+function page(pack, data, connections) {
   const style = part('page.css');
   const script = part('page.js');
-  const policy = `default-src 'none'; style-src ${digestOf(style)}; script-src ${digestOf(script)}`;
-  const data = gzipSync(JSON.stringify(report), { level: 9 }).toString('base64');
+  const policy = `default-src 'none'; connect-src ${connections}; style-src ${digestOf(style)}; script-src ${digestOf(script)}`;
   return part('page.html')
     .replace('{policy}', () => policy)
-    .replaceAll('{pack}', () => escaped(report.pack))
+    .replaceAll('{pack}', () => escaped(pack))
     .replace('{style}', () => style)
     .replace('{data}', () => data)
     .replace('{script}', () => script);

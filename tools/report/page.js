@@ -20,7 +20,9 @@ function make(tag, properties = {}, ...children) {
   return element;
 }
 
-async function unpack() {
+/** The report that is in the page, or the server's. */
+async function fetchReport() {
+  if (at('data').textContent === '') return (await fetch('report.json')).json();
   const bytes = Uint8Array.from(atob(at('data').textContent), (character) => character.charCodeAt(0));
   const stream = new Blob([bytes]).stream().pipeThrough(new DecompressionStream('gzip'));
   return new Response(stream).json();
@@ -42,7 +44,7 @@ function showFigures(report, search) {
   const list = make('ul', { className: 'unused' }, ...unused.slice(0, UNUSED).map((alias) => make('li', { textContent: alias })));
   const never = make('div', { className: 'figure', tabIndex: 0 }, make('h3', { textContent: `Aliases that spoke for no title: ${unused.length}` }), list,
     ...(unused.length > UNUSED ? [make('p', { className: 'note', textContent: `and ${unused.length - UNUSED} more` })] : []));
-  at('figures').append(
+  at('figures').replaceChildren(
     figure('Titles by scene', scenes.map(share), '', (name) => search(`scene:${name}`)),
     figure('By the kind of row that decided', kinds.map(share), '', (name) => search(`kind:${name}`)),
     figure('Aliases that decided most', aliases.slice(0, TOP), aliases.length > TOP ? `and ${aliases.length - TOP} more` : '', (name) => search(`alias:${name}`)),
@@ -62,11 +64,12 @@ function matcherOf(text) {
   return (title) => tests.every((test) => test(title));
 }
 
-function listOf(titles) {
+function listOf() {
+  let titles = [];
   const grid = at('grid');
   const rows = at('rows');
   const open = new Map(); // title → height of its explanation, 0 until it has been shown
-  let shown = titles;
+  let shown = [];
   let tops = [];
   let current = 0;
   let sorted = { name: '', descending: false };
@@ -185,32 +188,74 @@ function listOf(titles) {
     requestAnimationFrame(() => { waiting = false; draw(); });
   });
   new ResizeObserver(draw).observe(grid);
-  return filter;
+  return {
+    filter,
+    take(all) {
+      titles = all;
+      open.clear();
+    },
+  };
 }
 
-const report = await unpack();
-for (const title of report.titles) {
-  title.text = [title.raw, title.scene, title.detail, title.place, title.people].join(' ').toLowerCase();
+// --- The whole page ----------------------------------------------------------------------------------------------
+
+/** Takes in a report, the first or the next. */
+function show(report, list) {
+  for (const title of report.titles) {
+    title.text = [title.raw, title.scene, title.detail, title.place, title.people].join(' ').toLowerCase();
+  }
+  const without = report.titles.filter(({ scene }) => scene === '').length;
+  const suppressed = report.titles.filter((title) => title.suppressed).length;
+  at('summary').textContent = `${report.titles.length} titles: ${report.titles.length - without} with a scene `
+    + `(${percent(report.titles.length - without, report.titles.length)}), ${without} without, ${suppressed} suppressed by words of asset handling`;
+  showFigures(report, (text) => { search(text.replaceAll(/(?<=:.*) /g, '')); at('grid').focus(); });
+  list.take(report.titles);
+  search(words.value);
 }
-const filter = listOf(report.titles);
+
+const list = listOf();
 const words = at('words');
-const search = (text) => {
+function search(text) {
   words.value = text;
   at('without').setAttribute('aria-pressed', String(text === 'scene:'));
-  filter(text);
-};
+  list.filter(text);
+}
 words.addEventListener('input', () => search(words.value));
 at('search').addEventListener('submit', (event) => event.preventDefault());
 at('without').addEventListener('click', () => search(words.value === 'scene:' ? '' : 'scene:'));
 at('all').addEventListener('click', () => search(''));
 document.addEventListener('keydown', (event) => {
-  if (event.key !== '/' || event.target === words) return;
+  if (event.key !== '/' || event.target instanceof HTMLInputElement) return;
   event.preventDefault();
   words.focus();
 });
-const without = report.titles.filter(({ scene }) => scene === '').length;
-const suppressed = report.titles.filter((title) => title.suppressed).length;
-at('summary').textContent = `${report.titles.length} titles: ${report.titles.length - without} with a scene `
-  + `(${percent(report.titles.length - without, report.titles.length)}), ${without} without, ${suppressed} suppressed by words of asset handling`;
-showFigures(report, (text) => { search(text.replaceAll(/(?<=:.*) /g, '')); at('grid').focus(); });
-search('');
+
+/** Follows a lexicon that is being written: what is wrong with it, and what it makes of a title that is being typed. */
+function live() {
+  let asked = 0;
+  let number = 0;
+  async function explain() {
+    const turn = (asked += 1);
+    const query = new URLSearchParams({ raw: at('raw').value, english: at('english').value });
+    const { text, error } = await (await fetch(`explain.json?${query}`)).json();
+    if (turn === asked) at('why').textContent = text ?? error; // answers may overtake each other
+  }
+  at('live').hidden = false;
+  at('try').addEventListener('input', explain);
+  at('try').addEventListener('submit', (event) => event.preventDefault());
+  at('raw').focus();
+  new EventSource('events').onmessage = async ({ data }) => {
+    const version = JSON.parse(data);
+    at('error').textContent = version.error === '' ? '' : `${version.error}; ${number === 0 ? 'nothing answers yet' : 'the last good version answers'}`;
+    at('findings').replaceChildren(...version.findings.map(({ place, message }) =>
+      make('li', {}, make('code', { textContent: place }), ` ${message}`)));
+    at('findings-head').textContent = version.findings.length === 0 && version.error === '' ? 'No findings' : `Findings: ${version.findings.length}`;
+    if (version.number === number) return;
+    number = version.number;
+    await explain();
+    show(await fetchReport(), list);
+  };
+}
+
+if (at('data').textContent === '') live();
+else show(await fetchReport(), list);
