@@ -57,6 +57,11 @@ inline void putLastList(RecordStream& /*out*/, const char* /*name*/) {}
 /// The function has it.
 inline void putAgain(RecordStream& /*out*/, const char* /*name*/, unsigned /*slot*/, std::string_view /*text*/) {}
 
+inline void putChoice(RecordStream& out, const char* /*name*/, bool first, std::string_view /*ifFirst*/,
+                      std::string_view /*ifNot*/) {
+  out.integers.push_back(first ? 1 : 0);
+}
+
 template <typename PutTexts>
 void putGroup(RecordStream& out, const char* identity, const PutTexts& putTexts) {
   if (identity != nullptr && writeGroup(out.texts, identity, &out.integers)) return;
@@ -102,6 +107,13 @@ inline void putFirst(RecordScript& out, const char* name, unsigned slot, std::st
 
 inline void putAgain(RecordScript& out, const char* name, unsigned slot, std::string_view /*any*/) {
   out.literal += std::string(name) + ": text" + std::to_string(slot) + ", ";
+}
+
+/// The texts are without quotation marks and backslashes.
+inline void putChoice(RecordScript& out, const char* name, bool /*any*/, std::string_view ifFirst,
+                      std::string_view ifNot) {
+  out.literal +=
+      std::string(name) + ": integers[i++] === 1 ? '" + std::string(ifFirst) + "' : '" + std::string(ifNot) + "', ";
 }
 
 /// A list of a few items is a literal of them. A longer one is made by a function of its own, which says in `at` where

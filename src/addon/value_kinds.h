@@ -90,6 +90,12 @@ void putAgain(Out& out, const char* name, unsigned /*slot*/, std::string_view te
   put(out, name, text);
 }
 
+/// One of two constant texts.
+template <typename Out>
+void putChoice(Out& out, const char* name, bool first, std::string_view ifFirst, std::string_view ifNot) {
+  put(out, name, first ? ifFirst : ifNot);
+}
+
 /// Calls `putTexts`, which puts a few texts. Where `identity` is the same, so are they: it is the address of one of
 /// them that no other group has, or null if nothing is known of them.
 template <typename Out, typename PutTexts>

@@ -61,32 +61,36 @@ struct CelebrityCase {
 
 template <typename Out>
 void describe(Out& out, const CelebrityHit& hit) {
-  put(out, "id", hit.id);
-  put(out, "name", hit.name);
-  put(out, "region", hit.region);
-  put(out, "kind", hit.kind);
-  put(out, "photoKey", hit.photoKey);
-  put(out, "alias", hit.alias);
-  put(out, "type", isPlainPhrase(hit.alias) ? "en" : "zh");
+  putGroup(out, hit.alias.data(), [&] {
+    put(out, "id", hit.id);
+    put(out, "name", hit.name);
+    put(out, "region", hit.region);
+    put(out, "kind", hit.kind);
+    put(out, "photoKey", hit.photoKey);
+    put(out, "alias", hit.alias);
+  });
+  putChoice(out, "type", isPlainPhrase(hit.alias), "en", "zh");
   putConstant(out, "sourceKind", "alias");
   put(out, "index", hit.index);
   put(out, "len", hit.alias.size());
   put(out, "tags", hit.tags);
 }
 
+constexpr unsigned kRawLabelSlot = 0;  // of putFirst
+
 template <typename Out>
 void describe(Out& out, const CelebrityCase& title) {
   const CelebrityHit* primary = title.hits.empty() ? nullptr : &title.hits.front();
   putConstant(out, "ok", true);
-  put(out, "mediaType", title.photo ? "photo" : "video");
+  putChoice(out, "mediaType", title.photo, "photo", "video");
   put(out, "celebrityHits", title.hits);
   put(out, "primaryCelebrity", primary);  // an object of its own: a caller may change one and keep the other
   put(out, "primaryLabel", primary == nullptr ? std::string_view() : primary->name);
   put(out, "primaryPhotoKey", primary == nullptr ? std::string_view() : primary->photoKey);
-  put(out, "secondaryRawLabel", title.badge.rawLabel);
+  putFirst(out, "secondaryRawLabel", kRawLabelSlot, title.badge.rawLabel);
   put(out, "secondaryMediumFallbackLabel", title.badge.mediumFallbackLabel);
   put(out, "secondaryFallbackLabel", title.badge.fallbackLabel);
-  put(out, "secondaryLabel", title.badge.rawLabel);
+  putAgain(out, "secondaryLabel", kRawLabelSlot, title.badge.rawLabel);
   putConstant(out, "secondaryUsedMediumFallback", false);
   put(out, "secondaryCandidates", title.badge.candidates);
   put(out, "secondaryConfidence", title.badge.confidence);

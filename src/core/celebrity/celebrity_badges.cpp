@@ -1,10 +1,12 @@
 #include "celebrity/celebrity_badges.h"
 
 #include <algorithm>
+#include <bitset>
 #include <string>
 #include <unordered_set>
 
 #include "base/keyed_hash.h"
+#include "base/short_text.h"
 #include "rows/table_indexes.h"
 #include "text/text_primitives.h"
 
@@ -148,6 +150,17 @@ const KindLabel* findKindLabel(std::string_view kind) {
   return nullptr;
 }
 
+/// The badge that a person's kind alone gives.
+std::string_view defaultLabel(const CelebrityRow& person, std::shared_ptr<const std::string>* memory) {
+  if (person.kind == "adult") {
+    *memory =
+        std::make_shared<const std::string>(std::string(person.region == "JP" ? "日本" : person.region) + "AV明星");
+    return **memory;
+  }
+  const KindLabel* row = findKindLabel(person.kind);
+  return row != nullptr ? row->label : kArtist;
+}
+
 /// What the steps below need to know of the person and the title.
 struct BadgeSubject {
   std::string_view kind;
@@ -192,8 +205,10 @@ int rawLabelScore(const BadgeSubject& subject, std::string_view rawLabel) {
 /// The candidates without their reasons. They are neither sorted nor merged: a label may occur twice, and the first
 /// need not be the raw label.
 std::vector<BadgeCandidate> listCandidates(const BadgeSubject& subject, std::string_view rawLabel) {
+  constexpr std::size_t kUsual = 4;
   std::vector<BadgeCandidate> candidates;
-  const auto add = [&](std::string_view label, int score) { candidates.push_back({std::string(label), score, {}}); };
+  candidates.reserve(kUsual);
+  const auto add = [&](std::string_view label, int score) { candidates.push_back({label, score, {}}); };
   if (rawLabel == kAirportPhoto) add(kAirportTrip, 100);
   add(rawLabel, rawLabelScore(subject, rawLabel));
   if (rawLabel == kBrandPoster) add(kBrandEvent, 85);
@@ -276,18 +291,57 @@ std::vector<CelebrityRow> findCelebrities(const TitleTexts& title, std::span<con
     addPackHits(*pack, title.compactEnglish, &hits, &found);
   }
   if (found.hits.empty()) return {};
+  const auto isPerson = [](const CelebrityHit& hit) {
+    return hit.row.fieldCount >= celebrity_field::kCount && !hit.row.id.empty();
+  };
+  if (found.hits.size() == 1) {
+    if (!isPerson(found.hits.front())) return {};
+    return {found.hits.front().row};
+  }
   // Stable, so that a result doesn't depend on the library's sort.
-  if (found.hits.size() > 1) std::stable_sort(found.hits.begin(), found.hits.end(), celebrityRowBefore);
+  std::stable_sort(found.hits.begin(), found.hits.end(), celebrityRowBefore);
   std::vector<CelebrityRow> people;
   std::unordered_set<std::string_view, KeyedHash> seenIds;
   for (const CelebrityHit& hit : found.hits) {
-    if (hit.row.fieldCount < celebrity_field::kCount || hit.row.id.empty()) continue;
-    if (seenIds.insert(hit.row.id).second) people.push_back(hit.row);
+    if (isPerson(hit) && seenIds.insert(hit.row.id).second) people.push_back(hit.row);
   }
   return people;
 }
 
+constexpr Words kAllWords[] = {
+    kConcertWords, kAirportWords,   kRoadshowWords, kFanWords,       kVarietyWords,   kBrandWords,
+    kFashionWords, kCityWords,      kPosterWords,   kConcertWordsEn, kAirportWordsEn, kRoadshowWordsEn,
+    kFanWordsEn,   kVarietyWordsEn, kBrandWordsEn,  kFashionWordsEn, kCityWordsEn,
+};
+
+/// A bit for what each word begins with, three bytes of it, and few of the others.
+using Beginnings = std::bitset<4096>;
+
+std::size_t beginningOf(const char* bytes) {
+  const std::uint64_t three = loadByte(bytes) | loadByte(bytes + 1) << 8U | loadByte(bytes + 2) << 16U;
+  return static_cast<std::size_t>(three * 0x9E3779B97F4A7C15U >> 52U);
+}
+
+Beginnings beginningsOfWords() {
+  Beginnings beginnings;
+  for (const Words words : kAllWords) {
+    for (const std::string_view word : words) beginnings.set(beginningOf(word.data()));
+  }
+  return beginnings;
+}
+
+/// False if none of the words is in the text. Most titles speak of no activity, and looking for each of some forty
+/// words would cost more than all else.
+bool mayHoldWord(std::string_view text) {
+  static const Beginnings beginnings = beginningsOfWords();
+  for (std::size_t i = 0; i + 3 <= text.size(); ++i) {
+    if (beginnings[beginningOf(text.data() + i)]) return true;
+  }
+  return false;
+}
+
 ActivitySignals readActivitySignals(const TitleTexts& title) {
+  if (!mayHoldWord(title.raw) && !mayHoldWord(title.compactEnglish)) return {};
   const auto says = [&](Words words, Words wordsEn) {
     const std::string_view* const word = findAny(title.raw, words);
     return word != nullptr ? word : findAny(title.compactEnglish, wordsEn);
@@ -299,15 +353,9 @@ ActivitySignals readActivitySignals(const TitleTexts& title) {
           findAny(title.raw, kPosterWords)};
 }
 
-std::string defaultCelebrityLabel(std::string_view kind, std::string_view region) {
-  if (kind == "adult") return std::string(region == "JP" ? "日本" : region) + "AV明星";
-  const KindLabel* row = findKindLabel(kind);
-  return std::string(row != nullptr ? row->label : kArtist);
-}
-
 CelebrityBadge proposeCelebrityBadge(const CelebrityRow& primary, const TitleTexts& title, bool photo) {
   CelebrityBadge badge;
-  badge.fallbackLabel = defaultCelebrityLabel(primary.kind, primary.region);
+  badge.fallbackLabel = defaultLabel(primary, &badge.regionLabel);
   const BadgeSubject subject{primary.kind, badge.fallbackLabel, photo, readActivitySignals(title)};
   badge.rawLabel = chooseRawLabel(subject);
   badge.mediumFallbackLabel = mediumFallbackLabel(badge.rawLabel);

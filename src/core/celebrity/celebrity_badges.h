@@ -1,6 +1,7 @@
 // The people that a title names, and the badge for what the first of them is doing in it.
 #pragma once
 
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -37,23 +38,21 @@ struct ActivitySignals {
 ActivitySignals readActivitySignals(const TitleTexts& title);
 
 struct BadgeCandidate {
-  std::string label;
+  std::string_view label;
   int score = 0;
   std::string_view reason;  ///< a constant
 };
 
-/// Stays empty for a title that names nobody.
+/// Stays empty for a title that names nobody. The labels are constants, but for one that names a region.
 struct CelebrityBadge {
-  std::string rawLabel;
-  std::string mediumFallbackLabel;         ///< a more general activity
-  std::string fallbackLabel;               ///< the badge of the person's kind alone
+  std::string_view rawLabel;
+  std::string_view mediumFallbackLabel;    ///< a more general activity
+  std::string_view fallbackLabel;          ///< the badge of the person's kind alone
   std::vector<BadgeCandidate> candidates;  ///< in a fixed order, not by score; at least two
   double confidence = 0;
-  std::string_view confidenceLevel;  ///< "high", "medium" or "low"
+  std::string_view confidenceLevel;                ///< "high", "medium" or "low"
+  std::shared_ptr<const std::string> regionLabel;  ///< memory of the one that is no constant
 };
-
-/// The badge that a person's kind alone gives.
-std::string defaultCelebrityLabel(std::string_view kind, std::string_view region);
 
 /// `photo`: the title is that of a photo, else of a video.
 CelebrityBadge proposeCelebrityBadge(const CelebrityRow& primary, const TitleTexts& title, bool photo);
