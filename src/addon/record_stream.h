@@ -27,7 +27,12 @@ struct RecordStream {
 template <typename Value>
 void write(RecordStream& out, const Value& value) {
   if constexpr (isText<Value>) {
-    writeText(&out.texts, value, &out.integers);
+    const std::string_view text = value;
+    if (text.empty()) {
+      out.integers.push_back(kEmptyText);
+    } else {
+      writeText(&out.texts, text, &out.integers);
+    }
   } else if constexpr (std::is_same_v<Value, bool> || isSmallInteger<Value>) {
     out.integers.push_back(value);
   } else if constexpr (std::is_arithmetic_v<Value>) {

@@ -135,7 +135,6 @@ TextTable makeTextTable(napi_env env, std::size_t records) {
 void writeText(TextTable* table, std::string_view text, std::vector<std::int32_t>* integers) {
   const auto place = static_cast<std::uint32_t>(integers->size());
   integers->push_back(kEmptyText);
-  if (text.empty()) return;
   // The tables are larger than the nearest cache. Places that are asked for together come together.
   UnnumberedText unnumbered{text.data(), static_cast<std::uint32_t>(text.size()), place, 0, isLasting(*table, text)};
   if (unnumbered.lasting) {

@@ -76,7 +76,7 @@ struct TextTable {
 /// A table for about so many records.
 TextTable makeTextTable(napi_env env, std::size_t records);
 
-/// Appends the text's number to the integers, or a place for it.
+/// Appends a place for the number of the text, which isn't empty, to the integers.
 void writeText(TextTable* table, std::string_view text, std::vector<std::int32_t>* integers);
 
 /// Writes the numbers of a record's texts to their places.

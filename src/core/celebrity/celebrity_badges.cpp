@@ -314,12 +314,12 @@ constexpr Words kAllWords[] = {
     kFanWordsEn,   kVarietyWordsEn, kBrandWordsEn,  kFashionWordsEn, kCityWordsEn,
 };
 
-/// A bit for what each word begins with, three bytes of it, and few of the others.
-using Beginnings = std::bitset<4096>;
+/// A bit for what each word begins with, three bytes of it; two of a thousand other beginnings share one.
+using Beginnings = std::bitset<16384>;
 
 std::size_t beginningOf(const char* bytes) {
   const std::uint64_t three = loadByte(bytes) | loadByte(bytes + 1) << 8U | loadByte(bytes + 2) << 16U;
-  return static_cast<std::size_t>(three * 0x9E3779B97F4A7C15U >> 52U);
+  return static_cast<std::size_t>(three * 0x9E3779B97F4A7C15U >> 50U);
 }
 
 Beginnings beginningsOfWords() {

@@ -155,8 +155,10 @@ const TermIndex& englishIndex(const RecordTable& table) {
 }
 
 const TermIndex& celebrityIndex(const RecordTable& table) {
-  makeIndex<isCelebrity>(table, &table.indexes->celebrityMade, &table.indexes->celebrity, nullptr);
-  return table.indexes->celebrity;
+  TableIndexes& indexes = *table.indexes;
+  if (isMade(indexes.celebrityMade)) return indexes.celebrity;
+  makeIndex<isCelebrity>(table, &indexes.celebrityMade, &indexes.celebrity, nullptr);
+  return indexes.celebrity;
 }
 
 const TermIndex& facetIndex(const RecordTable& table) {

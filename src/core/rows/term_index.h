@@ -92,12 +92,12 @@ void findWordRunsAgain(const RecordTable& table, const TermIndex& index, TermHit
 
 // --- The same in steps ---------------------------------------------------------------------------------------------
 
-/// A part of a text that may be a term.
+/// A part of a text that may be a term. Not initialised, because a search has room for many and needs few.
 struct TermProbe {
-  std::uint64_t hash = 0;
-  std::uint32_t position = 0;
-  std::uint32_t length = 0;
-  std::uint32_t row = 0;  ///< of the slot with the hash's tag
+  std::uint64_t hash;
+  std::uint32_t position;
+  std::uint32_t length;
+  std::uint32_t row;  ///< of the slot with the hash's tag
 };
 
 /// The probes of one text, by position, at each the longest first.

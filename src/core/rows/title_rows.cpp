@@ -66,7 +66,8 @@ void findTitleRows(const RecordTable& table, const TitleTexts& title, TitleSearc
 
 std::vector<std::uint32_t> findWholeTitlePhrases(const RecordTable& table, const TitleTexts& title) {
   std::vector<std::uint32_t> rows;
-  addPhrases(table, englishIndex(table), title.compactRaw, &rows);
+  // Of the words' index only plain tokens count here.
+  if (!title.nonAscii) addPhrases(table, englishIndex(table), title.compactRaw, &rows);
   addPhrases(table, englishIndex(table), title.compactEnglish, &rows);
   addPhrases(table, nativeIndex(table), title.compactEnglish, &rows);
   std::sort(rows.begin(), rows.end());
