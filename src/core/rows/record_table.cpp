@@ -21,7 +21,10 @@ namespace {
 constexpr std::size_t kBytesOfShortRow = 24;
 
 /// Where a system counts address space as memory, a large payload must not ask for more ahead than 80 MB.
-constexpr std::size_t kMostRowsAhead = 4000000;
+constexpr std::size_t kMostRowsAhead = 5000000;
+
+/// Numbers that are looked through before one is added. Two that are frequent may share a place among the recent ones.
+constexpr std::uint32_t kFirstNumbers = 16;
 
 /// The byte that joins the parts of an identity.
 constexpr char kIdentitySeparator = '\x1F';
@@ -67,7 +70,7 @@ void readShardFields(const std::uint8_t* record, std::string_view* fields) {
 
 /// The record of a shard's row. Its weight is read from there, so the entry's number is free to hold the position.
 const std::uint8_t* recordOf(const RecordTable& table, const RowEntry& entry) {
-  return table.segments[entry.segment].bytes + entry.number[0];
+  return table.segments[entry.segment].bytes + entry.number;
 }
 
 /// Reads the first `count` fields; the row has at least as many.
@@ -81,11 +84,27 @@ void readFieldsOf(const RecordTable& table, const RowEntry& entry, std::uint32_t
   }
 }
 
-void setWeight(RowEntry* entry, double weight) { entry->number = std::bit_cast<std::array<std::uint32_t, 2>>(weight); }
+bool isNumberAt(const RecordTable& table, std::uint32_t position, std::uint64_t bits) {
+  return position < table.numbers.size() && std::bit_cast<std::uint64_t>(table.numbers[position]) == bits;
+}
+
+/// The position of a number in the table's list. Most rows have one of the first few, or one that was used recently;
+/// any other is added anew.
+std::uint32_t placeNumber(RecordTable* table, double number) {
+  const auto bits = std::bit_cast<std::uint64_t>(number);
+  std::uint32_t& recent = table->recentNumbers[(bits * 0x9E3779B97F4A7C15U) >> 58U];
+  if (isNumberAt(*table, recent, bits)) return recent;
+  for (recent = 0; recent < kFirstNumbers; ++recent) {
+    if (isNumberAt(*table, recent, bits)) return recent;
+  }
+  recent = static_cast<std::uint32_t>(table->numbers.size());
+  table->numbers.push_back(number);
+  return recent;
+}
 
 /// The number at the front of the third field, 0 if there is none.
 double weightOf(const RecordTable& table, const RowEntry& entry) {
-  if (table.segments[entry.segment].layout != RowLayout::kShard) return std::bit_cast<double>(entry.number);
+  if (table.segments[entry.segment].layout != RowLayout::kShard) return table.numbers[entry.number];
   const std::uint8_t* at = recordOf(table, entry);
   takeText<std::uint16_t>(&at);
   return roundToNumberText(static_cast<double>(loadInteger<float>(at + 1)));
@@ -111,13 +130,14 @@ bool hasWeight(Section section) {
   return section == Section::kScene || section == Section::kFacet || section == Section::kLocation;
 }
 
-void describeRow(Section section, std::string_view term, const NamedFields& fields, RowEntry* entry) {
+void describeRow(RecordTable* table, std::string_view term, const NamedFields& fields, RowEntry* entry) {
+  const Section section = entry->section;
   entry->plain = isPlainToken(term);
   if (!hasWeight(section)) return;
   entry->english = fields[languageField(section)] == "en";
   double weight = 0;
   entry->weightIsNumber = parseNumber(fields[scene_field::kRowPriority], &weight);
-  setWeight(entry, weight);
+  entry->number = placeNumber(table, weight);
   if (section == Section::kScene) {
     const SceneKind kind = sceneKindFromName(fields[scene_field::kKind]);
     entry->kind = static_cast<std::uint8_t>(kind);
@@ -160,14 +180,14 @@ void addIndexRow(RecordTable* table, const IndexRowSource& row) {
   const RowSegment& segment = table->segments.back();
   entry.termAt = static_cast<std::uint32_t>(row.begin - segment.bytes);
   entry.fieldCount = row.fieldCount;
-  describeRow(segment.section, row.term, row.fields, &entry);
+  describeRow(table, row.term, row.fields, &entry);
 }
 
 void addShardRow(RecordTable* table, const ShardRowSource& row) {
   RowEntry& entry = addEntry(table, row.alias);
   const RowSegment& segment = table->segments.back();
   entry.termAt = static_cast<std::uint32_t>(row.aliasBegin - segment.bytes);
-  entry.number[0] = static_cast<std::uint32_t>(row.begin - segment.bytes);
+  entry.number = static_cast<std::uint32_t>(row.begin - segment.bytes);
   entry.fieldCount = location_field::kCount;
   entry.english = row.englishFlag == 1;
   entry.kind =
@@ -188,7 +208,7 @@ void writeRow(RecordTable* table, std::string_view term, std::span<const std::st
   for (const std::string_view field : fields) appendSized<std::uint32_t>(&bytes, field);
   NamedFields named;
   std::copy_n(fields.begin(), std::min(fields.size(), named.size()), named.begin());
-  describeRow(table->segments.back().section, term, named, &entry);
+  describeRow(table, term, named, &entry);
 }
 
 void finishTable(RecordTable* table) {

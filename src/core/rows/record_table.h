@@ -1,6 +1,6 @@
 // The rows of a pack or of a caller's overlay, immutable once made and shared by every call that uses them.
 //
-// A table leaves its rows as bytes, those of a pack where they lie in the payload. For each row it keeps 20 bytes that
+// A table leaves its rows as bytes, those of a pack where they lie in the payload. For each row it keeps 16 bytes that
 // say where the row begins and what is needed most often: field count, kind, language and number. Readers receive a row
 // as a typed record of views, which live as long as the table.
 #pragma once
@@ -43,11 +43,11 @@ struct RowSegment {
   const std::uint8_t* bytes = nullptr;  ///< of kWritten only once the table is finished
 };
 
-/// What is known of a row without reading it: 20 bytes, so that a million rows stay small beside their texts.
+/// What is known of a row without reading it: 16 bytes, so that a million rows stay small beside their texts.
 struct RowEntry {
-  std::array<std::uint32_t, 2> number = {};  ///< a double, in halves so as not to pad; of a shard: the record's place
-  std::uint32_t termAt = 0;                  ///< the term's length, from the beginning of the segment's bytes
-  std::uint16_t segment = 0;                 ///< position in `RecordTable::segments`
+  std::uint32_t number = 0;   ///< position in `RecordTable::numbers`; of a shard's row the record's place
+  std::uint32_t termAt = 0;   ///< the term's length, from the beginning of the segment's bytes
+  std::uint16_t segment = 0;  ///< position in `RecordTable::segments`
   std::uint16_t fieldCount = 0;
   Section section = Section::kScene;
   std::uint8_t kind = 0;            ///< SceneKind, or LocationSource
@@ -58,13 +58,16 @@ struct RowEntry {
   bool identity : 1 = false;        ///< an English facet of the dimension "identity"
   bool master : 1 = false;          ///< of kind "category" with all fields: where a scene's own data is taken from
 };
-static_assert(sizeof(RowEntry) == 20);
+static_assert(sizeof(RowEntry) == 16);
 
 struct RecordTable {
   SecureBlock payload;  ///< of a pack
   SecureBytes written;  ///< rows in the layout kWritten
   std::vector<RowSegment> segments;
-  SystemVector<RowEntry> rows;  ///< binary index rows first, then those of each location shard, in document order
+  SystemVector<RowEntry> rows;   ///< binary index rows first, then those of each location shard, in document order
+  SystemVector<double> numbers;  ///< priorities and weights; most rows share theirs
+  /// Positions in `numbers` by a hash of the number: those that were used last, while the table is made.
+  std::array<std::uint32_t, 64> recentNumbers = {};
   /// A term holds the byte that joins identities, so that rows with different terms may have the same identity.
   bool hasIdentitySeparator = false;
   std::unique_ptr<TableIndexes> indexes = std::make_unique<TableIndexes>();

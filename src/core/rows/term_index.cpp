@@ -438,12 +438,17 @@ void buildTermIndex(const RecordTable& table, std::span<const std::uint32_t> row
       rows, index->slots,
       [&](std::uint32_t row, std::uint64_t* hash) {
         const std::string_view term = termOf(table, row);
-        prefixes += registerFront(index, term) ? 1U : 0U;
-        anyLong |= term.size() >= kLongLength;
         *hash = keyedHash(term, index->seed);
+        const std::uint64_t prefixHash = gateHash(*index, loadFront(term));
+        prefetch(&index->prefixBits[placeOf(prefixHash, index->prefixBits.size())]);
         return true;
       },
-      [&](const Hashed& added) { addRow(table, added, ring, index); });
+      [&](const Hashed& added) {
+        const std::string_view term = termOf(table, added.row);
+        prefixes += registerFront(index, term) ? 1U : 0U;
+        anyLong |= term.size() >= kLongLength;
+        addRow(table, added, ring, index);
+      });
 
   index->gate.assign(gateCapacity(prefixes), 0);
   forEachHashed(
