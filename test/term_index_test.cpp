@@ -1,7 +1,11 @@
 // The index compared with the loop over all rows that it replaces.
 #include "rows/term_index.h"
 
+#include <array>
+#include <map>
 #include <random>
+#include <set>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -147,6 +151,74 @@ TEST(RecordTable, TellsRepeatedRows) {
     if (isRepeated(table, row)) repeated.push_back(row);
   }
   EXPECT_EQ(repeated, (RowNumbers{2, 3})) << "of scene rows, by term and joined fields";
+}
+
+/// Rows of all sections, of which each tenth repeats another; of many numbers.
+std::vector<TestRow> manyRows() {
+  std::mt19937 random(11);  // NOLINT(cert-msc51-cpp): the same rows at every run
+  const auto below = [&](std::size_t limit) { return random() % limit; };
+  const std::string letters[] = {"a", "b", "火", "锅", "\xFF", "\xC3"};
+  std::vector<TestRow> rows;
+  for (const char* section : {"scene", "location", "human", "facet", "celebrity"}) {
+    for (std::size_t i = 0; i < 8000; ++i) {
+      std::string term;
+      for (std::size_t length = 1 + below(8); length > 0; --length) term += letters[below(std::size(letters))];
+      std::vector<std::string> fields = {"key" + std::to_string(below(300)), std::to_string(below(2)),
+                                         std::to_string(below(i % 2 == 0 ? 3 : 4000)), "category",
+                                         below(2) == 0 ? "en" : "zh"};
+      fields.resize(below(3) == 0 ? 11 : 5);
+      if (i % 10 == 9) {
+        rows.push_back(rows[rows.size() - 1 - below(9)]);
+      } else {
+        rows.push_back({section, term, std::move(fields)});
+      }
+    }
+  }
+  return rows;
+}
+
+RowNumbers filter(const RecordTable& table, Section section, const std::string& text) {
+  RowNumbers numbers;
+  for (const FoundRow& found : filterRecords(table, section, text, true)) numbers.push_back(found.row);
+  return numbers;
+}
+
+TEST(RecordTable, ManyRowsAsByLoopsAndFirstUsedByManyThreads) {
+  const std::vector<TestRow> rows = manyRows();
+  const RecordTable table = makeTable(rows);
+  const std::string text =
+      "ab火锅\xFF\xC3\x62"
+      "a锅火火ab\xC3锅b火aabbab";
+  std::array<std::array<RowNumbers, kSectionCount>, 4> found;
+  std::vector<std::thread> threads;
+  for (std::size_t number = 0; number < found.size(); ++number) {
+    threads.emplace_back([&, number] {
+      for (std::size_t i = 0; i < kSectionCount; ++i) {
+        const std::size_t section = (i + number) % kSectionCount;
+        found[number][section] = filter(table, static_cast<Section>(section), text);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+
+  std::array<RowNumbers, kSectionCount> expected;
+  std::set<std::string> identities;
+  std::map<std::string, std::uint32_t> masters;
+  for (std::uint32_t row = 0; row < rows.size(); ++row) {
+    const Section section = *sectionFromName(rows[row].section);
+    const std::vector<std::string>& fields = rows[row].fields;
+    if (text.find(rows[row].term) != std::string::npos) expected[static_cast<std::size_t>(section)].push_back(row);
+    if (section != Section::kScene) continue;
+    std::string identity = rows[row].term;
+    for (const std::string& field : fields) identity += '\x1F' + field;
+    EXPECT_EQ(isRepeated(table, row), !identities.insert(identity).second) << row;
+    EXPECT_EQ(sceneEvidenceAt(table, row).priority, std::stod(fields[2])) << row;
+    if (fields.size() == 11) masters.try_emplace(fields[0], row);
+  }
+  for (const auto& numbers : found) EXPECT_EQ(numbers, expected);
+  for (const RowNumbers& numbers : expected) EXPECT_GT(numbers.size(), 100U);
+  EXPECT_LT(identities.size(), 7500U) << "too few repeated rows";
+  for (const auto& [key, row] : masters) EXPECT_EQ(findMasterRow(table, key), std::optional(row)) << key;
 }
 
 TEST(Sections, Names) {
