@@ -1,7 +1,7 @@
 // Measures what the addon has to reach, and prints it beside the goals. See docs/performance.md for what the rows mean.
 import { spawnSync } from 'node:child_process';
 import { writeFileSync } from 'node:fs';
-import { arch, cpus, platform, release } from 'node:os';
+import { arch, cpus, platform } from 'node:os';
 import { parseArgs } from 'node:util';
 
 import { markdownTable, plotFile, writeSection } from './lib/document.mjs';
@@ -50,10 +50,13 @@ const commit = () =>
   spawnSync('git', ['describe', '--always', '--dirty'], { encoding: 'utf8' }).stdout?.trim() || 'unknown';
 
 const machine = () => ({
-  date: new Date().toISOString().slice(0, 10), node: process.version, system: `${platform()} ${release()} ${arch()}`,
+  date: new Date().toISOString().slice(0, 10), node: process.version, system: `${platform()} ${arch()}`,
   processor: `${cpus().length} x ${cpus()[0].model.trim()}`, commit: commit(),
-  command: ['node bench/bench.mjs', ...process.argv.slice(2)].join(' '),
 });
+
+/** How to repeat it anywhere: the options, with names of files and folders left open. */
+const commandOf = (values) => ['npm run bench --', ...Object.entries(values).map(([name, value]) =>
+  (value === true ? `--${name}` : `--${name} ${['data', 'binary', 'against', 'json'].includes(name) ? 'PATH' : value}`))].join(' ');
 
 const number = (value) => (value >= 100 ? value.toFixed(0) : value >= 10 ? value.toFixed(1) : value.toFixed(2));
 
@@ -69,8 +72,8 @@ function renderTable(rows) {
 }
 
 /** The table, the plot, and what they were measured with. */
-function writeDocument(rows, outcomes, { date, node, system, processor, command, commit }) {
-  writeSection('results', `\`${command}\`, commit ${commit}, ${date}: ${processor}, ${system}, Node.js ${node}.\n\n`
+function writeDocument(rows, outcomes, command, { date, node, system, processor }) {
+  writeSection('results', `\`${command}\`, ${date}: ${processor}, ${system}, Node.js ${node}.\n\n`
     + markdownTable([HEADING, ...rows.map(cellsOf)]));
   writeFileSync(plotFile, drawPlot(outcomes, { date, processor, node }));
 }
@@ -90,9 +93,9 @@ async function main() {
   }
   const rows = readRows(outcomes);
   const about = machine();
-  process.stdout.write(`${Object.values(about).join(', ')}\n\n${renderTable(rows)}\n`);
-  if (values.json) writeFileSync(values.json, `${JSON.stringify({ about, rows, outcomes }, undefined, 1)}\n`);
-  if (values.document) writeDocument(rows, outcomes, about);
+  process.stdout.write(`${[...Object.values(about), commandOf(values)].join(', ')}\n\n${renderTable(rows)}\n`);
+  if (values.json) writeFileSync(values.json, `${JSON.stringify({ about, command: commandOf(values), rows, outcomes }, undefined, 1)}\n`);
+  if (values.document) writeDocument(rows, outcomes, commandOf(values), about);
 }
 
 await main();
