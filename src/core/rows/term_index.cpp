@@ -37,9 +37,9 @@ std::size_t longestOf(std::uint64_t lengths) { return static_cast<std::size_t>(s
 /// At most two thirds full, so that probes stay short.
 std::size_t tableCapacity(std::size_t count) { return count + count / 2 + 8; }
 
-/// Half full. `prefixes` is a count of bits, of which some stand for two; that it is not even half of the truth takes a
-/// seed that nobody can choose.
-std::size_t gateCapacity(std::size_t prefixes) { return 2 * prefixes + 64; }
+/// About four sevenths full. `prefixes` is a count of bits, of which some stand for two; that it is so far from the
+/// truth that the table would be full takes a seed that nobody can choose.
+std::size_t gateCapacity(std::size_t prefixes) { return prefixes + prefixes / 4 * 3 + 64; }
 
 /// A place in a table of `capacity`, from the upper half of the hash. Tags come from the lower half, so that terms in
 /// one place still differ in them.
