@@ -1,3 +1,4 @@
+#include <cmath>
 #include <cstdlib>
 #include <string>
 
@@ -14,7 +15,10 @@ double convertNumber(std::string_view text, std::size_t* length) {
   char* end = nullptr;
   const double value = strtod_l(terminated.c_str(), &end, cLocale);
   *length = static_cast<std::size_t>(end - terminated.c_str());
-  return value;
+  if (!std::isnan(value)) return value;
+  // musl reads "-nan" without its sign.
+  const std::size_t minus = terminated.find('-');
+  return std::copysign(value, minus < terminated.find_first_of("nN") ? -1.0 : 1.0);
 }
 
 }  // namespace corvenda

@@ -50,8 +50,10 @@ bool parseNumber(std::string_view text, double* value) {
 }
 
 std::string formatNumber(double value) {
-  // to_chars is defined as printf's "%f" in the C locale, also for NaN and infinities. 16 bytes hold the sign, the
-  // first digit, the point, six digits and some room.
+  // Some libraries tell a NaN from another, as in "-nan(ind)".
+  if (std::isnan(value)) return std::signbit(value) ? "-nan" : "nan";
+  // to_chars is defined as printf's "%f" in the C locale, also for infinities. 16 bytes hold the sign, the first digit,
+  // the point, six digits and some room.
   char buffer[std::numeric_limits<double>::max_exponent10 + 16];
   const auto [end, status] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 6);
   return {buffer, end};
