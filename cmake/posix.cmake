@@ -5,7 +5,12 @@ set(CORVENDA_OTHER_PLATFORMS "_(win|cng)\\.cpp$")
 # Both static: the host process has an OpenSSL of its own, and the binary must run where neither is installed.
 set(OPENSSL_USE_STATIC_LIBS ON)
 find_package(OpenSSL 3 REQUIRED COMPONENTS Crypto)
-find_package(Sodium REQUIRED)
+set(CORVENDA_SODIUM_SOURCE "" CACHE PATH "Sources of libsodium to compile; otherwise an installed one is taken")
+if(CORVENDA_SODIUM_SOURCE)
+  include(cmake/sodium_source.cmake)
+else()
+  find_package(Sodium REQUIRED)
+endif()
 add_library(corvenda_providers INTERFACE)
 target_link_libraries(corvenda_providers INTERFACE OpenSSL::Crypto Sodium::sodium)
 

@@ -18,4 +18,6 @@ target_compile_options(sodium PRIVATE -w)
 target_compile_definitions(sodium PUBLIC SODIUM_STATIC=1 PRIVATE CONFIGURED=1 NATIVE_LITTLE_ENDIAN=1 HAVE_TI_MODE=1)
 target_include_directories(sodium SYSTEM PUBLIC "${sodium}/include" "${CMAKE_BINARY_DIR}/sodium"
                            PRIVATE "${sodium}/include/sodium" "${CMAKE_BINARY_DIR}/sodium/sodium")
-target_link_libraries(sodium PUBLIC advapi32)
+if(WIN32)
+  target_link_libraries(sodium PUBLIC advapi32)
+endif()

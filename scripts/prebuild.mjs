@@ -1,5 +1,5 @@
 // `npm run prebuild`: fills prebuilds/ with the binaries that are published. This machine's is built here and stripped;
-// those of other platforms are taken in if they were built (npm run test:windows, npm run test:arm64).
+// those of other platforms are taken in if they were built (npm run test:windows, test:arm64, test:musl).
 //
 //   CORVENDA_TRUST_FILE=FILE npm run prebuild    a release names its trust file; otherwise the keys are those for development
 //   node scripts/prebuild.mjs --list             says what is there
@@ -21,6 +21,7 @@ const say = (line) => process.stderr.write(`prebuild: ${line}\n`);
 /** What other platforms' builds leave, by the name under which it is published. */
 const otherBuilds = {
   'win32-x64': ['build/windows-msvc', 'build/windows'],
+  'linux-x64-musl': ['build/linux-musl'],
   'linux-arm64-gnu': ['build/linux-arm64'],
 };
 
