@@ -65,6 +65,11 @@ test('try: a table that fits the terminal, in colour only there, without anythin
     assert.ok(out.trimEnd().split('\n').every((line) => width(line) <= columns), out);
     assert.ok(!out.includes('\x1b'));
   }
+  // Progress is gone before anything else is printed.
+  const mixed = [];
+  const both = (text) => mixed.push(text);
+  await klrx('try p.klrx t.txt', addon, { terminal: true, out: both, err: both });
+  assert.deepEqual(mixed.slice(1, -1), ['\r\x1b[Kklrx: 2 titles', '\r\x1b[K', 'klrx: 2 titles: 2 with a scene, 1 with a place, 0 with a person\n']);
   assert.ok((await klrx('try p.klrx t.txt', addon, { colors: true }))[1].startsWith('\x1b[1mtitle'));
 });
 
@@ -111,6 +116,7 @@ all        4      3    100.0 %   75.0 %
 `, '']);
   assert.match((await klrx('test p.klrx c.yaml', addon))[1],
     /^c.yaml:5: failed: 火锅街\n {2}scene: expected city, got food\n {2}food: by "火锅", scene alias \(zh, score 12.4\)\nscene/);
+  assert.match((await klrx('test p.klrx c.yaml --explain', addon))[1], /got food\n {2}title\n {4}火锅街, without an English reading\n {2}scene: food\n {4}火锅 decides: its term is longer/);
   assert.deepEqual((await klrx('test p.klrx c.tsv --overlay patch.klrx --json', addon))[1].match(/"failed": \d/)[0], '"failed": 1');
   const { failures } = JSON.parse((await klrx('test p.klrx c.yaml --json', addon))[1]);
   assert.deepEqual(failures[0].wrong, [{ name: 'scene', expected: 'city', got: 'food' }]);

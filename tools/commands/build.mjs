@@ -68,7 +68,7 @@ function run(call) {
   }
   call.progress(`compiling ${countOf(sources.length, 'source')}`);
   const compiled = compileFiles(sources, { kind, scenes });
-  if (!options.json) call.io.err(compiled.findings.map((finding) => `${formatFinding(finding)}\n`).join(''));
+  if (!options.json) call.tell(compiled.findings.map((finding) => `${formatFinding(finding)}\n`).join(''));
   const documents = documentsOf(compiled);
   if (documents.length > MAX_DOCUMENTS) throw no(`${documents.length} documents are more than the ${MAX_DOCUMENTS} of a pack`);
   const compression = options.compress ? LZ4_COMPRESSION : undefined;

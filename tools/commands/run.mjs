@@ -53,14 +53,14 @@ function unknownCommand(name) {
 }
 
 /** Runs a command: its outcome, or the refusal with which it ended. */
-async function attemptCommand(args, io, warn, progress) {
+async function attemptCommand(args, io, { warn, tell, print, progress }) {
   const [name, ...rest] = args;
   try {
     const command = commandNamed(name);
     if (name === undefined) throw misuse('a command is missing');
     if (!command) throw misuse(unknownCommand(name));
     const { values, positionals } = readArguments(rest, { ...command.options, ...COMMON_OPTIONS });
-    return { status: DONE, ...await command.run({ values, positionals, io, warn, progress: progress.show }) };
+    return { status: DONE, ...await command.run({ values, positionals, io, warn, tell, print, progress: progress.show }) };
   } catch (error) {
     if (!(error instanceof Refusal)) throw error;
     return error;
@@ -88,12 +88,16 @@ export async function run(args, io) {
   const json = args.includes('--json');
   const progress = progressOn(io);
   const warnings = [];
-  const warn = (message) => {
+  const tell = (text) => {
     progress.clear();
-    if (json) warnings.push(message);
-    else io.err(`klrx: warning: ${message}\n`);
+    io.err(text);
   };
-  const outcome = await attemptCommand(args, io, warn, progress);
+  const warn = (message) => (json ? warnings.push(message) : tell(`klrx: warning: ${message}\n`));
+  const print = async (text) => {
+    progress.clear();
+    return await io.out(text) !== false;
+  };
+  const outcome = await attemptCommand(args, io, { warn, tell, print, progress });
   const { status, report } = outcome;
   if (!(outcome instanceof Refusal)) {
     await io.out(json ? `${JSON.stringify({ ok: status === DONE, ...report, warnings }, null, 2)}\n` : outcome.text);

@@ -4,7 +4,9 @@ import { answering, OVERLAY, packsOf } from '../lib/answers.mjs';
 import { NOTHING, readCases, sceneScores, unmet, updated } from '../lib/cases.mjs';
 import { ANSWER_IS_NO, attempt, DONE, misuse } from '../lib/command_line.mjs';
 import { explainAnswer } from '../lib/explanation.mjs';
+import { explanationText } from '../lib/explanation_text.mjs';
 import { readText } from '../lib/files.mjs';
+import { ask, loadExplainModule } from '../lib/native.mjs';
 import { checkOutput, FORCE, writeOutput } from '../lib/output.mjs';
 import { columns, painter, printable } from '../lib/terminal.mjs';
 
@@ -26,6 +28,20 @@ function failuresText(path, failures, colors) {
   ].join('\n')).join('');
 }
 
+/**
+ * What explains the answer to a title: one line of the answer itself, or all that the resolver reports.
+ * @param {import('../lib/command_line.mjs').Io} io
+ * @param {import('../lib/answers.mjs').Packs} packs
+ * @param {boolean} whole
+ * @returns {Promise<(title: import('../lib/cases.mjs').Case['title'], answer: import('../lib/answers.mjs').Answer) => string[]>}
+ */
+async function explaining(io, packs, whole) {
+  if (!whole) return (_, answer) => explainAnswer(answer);
+  const { explainTitle } = await loadExplainModule(io);
+  const text = (title) => ask(() => explanationText(explainTitle({ ...packs, ...title }), false), packs.allowedRoot, [packs.packPath]);
+  return (title) => text(title).trimEnd().split('\n');
+}
+
 /** Writes the cases anew with today's answers, for somebody to compare: to a file, or as the result. */
 function update(values, path, rewritten) {
   if (values.out === undefined) return { report: { cases: rewritten }, text: rewritten };
@@ -40,12 +56,14 @@ async function run({ values, positionals, io }) {
   const [packPath, path] = positionals;
   if (values.out !== undefined) checkOutput(values.out, { inputs: positionals, force: values.force });
   const { cases, rewrite } = readCases({ path, text: attempt(path, () => readText(path)) }, { bare: values.update });
-  const answers = (await answering(io, packsOf(packPath, values)))(cases.map(({ title }) => title));
+  const packs = packsOf(packPath, values);
+  const answers = (await answering(io, packs))(cases.map(({ title }) => title));
   if (values.update) return update(values, path, rewrite(cases.map((one, i) => updated(one, answers[i]))));
 
+  const explain = await explaining(io, packs, values.explain);
   const failures = cases.map((one, i) => ({ one, wrong: unmet(one, answers[i]), answer: answers[i] }))
     .filter(({ wrong }) => wrong.length > 0)
-    .map(({ one: { line, title }, wrong, answer }) => ({ line, raw: title.raw, wrong, why: explainAnswer(answer) }));
+    .map(({ one: { line, title }, wrong, answer }) => ({ line, raw: title.raw, wrong, why: explain(title, answer) }));
   const scores = sceneScores(cases, answers);
   const counts = { cases: cases.length, passed: cases.length - failures.length, failed: failures.length };
   return {
@@ -66,6 +84,7 @@ export const test = {
     + 'are found.',
   options: {
     ...OVERLAY,
+    explain: { type: 'boolean', help: 'say everything about a failure, as klrx explain does' },
     update: { type: 'boolean', help: 'print the cases with today\'s answers instead, to be reviewed' },
     out: { type: 'string', value: 'FILE', help: 'with --update: the file to write them to' },
     ...FORCE,

@@ -61,7 +61,7 @@ function readJobs(text) {
 
 /** @param {import('../lib/command_line.mjs').Call} call */
 async function run(call) {
-  const { values, positionals, io, progress } = call;
+  const { values, positionals, io, progress, print, tell } = call;
   if (positionals.length < 1 || positionals.length > 2) throw misuse('try needs PACK and a file of titles, or "-"');
   if (values.jsonl && values.json) throw misuse('--jsonl and --json are two formats');
   const format = values.format === undefined ? undefined : choiceOf('format', values.format, FORMATS);
@@ -83,12 +83,11 @@ async function run(call) {
       else for (const name of /** @type {const} */ (['scene', 'place', 'person'])) counts[name] += answer[name] === '' ? 0 : 1;
     }
     counts.titles += chunk.length;
-    if (await io.out(show(chunk)) === false) break;
+    if (!await print(show(chunk))) break;
     progress(`${countOf(counts.titles, 'title')}${rate()}`);
   }
-  progress('');
   const { titles, scene, place, person } = counts;
-  if (!values.json) io.err(`klrx: ${countOf(titles, 'title')}${rate()}: ${scene} with a scene, ${place} with a place, ${person} with a person\n`);
+  if (!values.json) tell(`klrx: ${countOf(titles, 'title')}${rate()}: ${scene} with a scene, ${place} with a place, ${person} with a person\n`);
   return { report: { counts, answers }, text: '', status: counts.faulty === 0 ? DONE : ANSWER_IS_NO };
 }
 

@@ -36,6 +36,8 @@ import { readText } from './files.mjs';
  * @property {string[]} positionals
  * @property {Io} io
  * @property {(message: string) => void} warn
+ * @property {(text: string) => void} tell lines on standard error as they are
+ * @property {(text: string) => Promise<boolean>} print results that come bit by bit; false if nobody reads any more
  * @property {(text: string) => void} progress replaces what it said before; heard on a terminal only
  */
 
