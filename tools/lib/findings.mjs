@@ -60,6 +60,6 @@ export function formatFinding({ source, offset, warning, message }) {
  * A finding as --json shows it.
  * @param {Finding} finding
  */
-export function findingRecord({ source, offset, warning, message }) {
-  return { file: source.path, ...positionOf(source, offset), severity: warning ? 'warning' : 'error', message };
+export function findingRecord({ source, offset, warning, message, rule }) {
+  return { file: source.path, ...positionOf(source, offset), severity: warning ? 'warning' : 'error', ...(rule && { rule }), message };
 }
