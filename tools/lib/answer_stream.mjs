@@ -1,6 +1,5 @@
 // Answers for any number of titles in constant memory, by one thread or several, in the order of the titles.
 
-import { Piscina } from 'piscina';
 import { answering } from './answers.mjs';
 import { ask } from './native.mjs';
 
@@ -50,6 +49,7 @@ export async function* answerLines(io, packs, lines, jobs) {
     for await (const chunk of chunksOf(lines)) yield joinAnswers(chunk, answer(titlesIn(chunk)));
     return;
   }
+  const { Piscina } = await import('piscina'); // whoever has no use for threads does not wait for it
   const pool = new Piscina({
     filename: new URL('./answer_worker.mjs', import.meta.url).href,
     minThreads: jobs,
