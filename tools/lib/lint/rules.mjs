@@ -21,6 +21,7 @@ export const RULES = Object.freeze({
   'unknown-kind': 'use a kind that the addon knows; others are treated as the weakest',
   'unknown-scene': 'add a category with an alias for the scene, or correct the key',
   'unreachable-place': 'give the place a label that begins as the alias does',
+  'unread-alias': 'write the alias as a reading has it: words of a to z and digits, separated by blanks',
   'wrong-language': 'move the alias to the other language: "zh" is looked for in the title, "en" in the English reading',
 });
 

@@ -1,7 +1,9 @@
 // What a row alone, or the rows together, already show: nobody has to be asked.
 
+import englishReading from '../../../lib/english_reading.cjs';
 import { SECTION_NAMES } from '../binary_index.mjs';
 import { countOf } from '../command_line.mjs';
+import { compactTerm } from '../text.mjs';
 
 const CJK = /[\p{Script=Han}\p{Script=Hiragana}\p{Script=Katakana}\p{Script=Hangul}]/u;
 const KNOWN_SCENE_KINDS = ['category', 'detail', 'short', 'compound', 'conflict'];
@@ -35,6 +37,12 @@ const ROW_RULES = {
   'not-folded': ({ term }) => (/[\p{Lu}\p{Lt}]/u.test(term) || /[\p{Zs}\u200b-\u200d\u2060\ufeff]/u.test(term))
     && `the alias ${quoted(term)} holds a capital or a blank beyond ASCII, which is compared as it stands`,
   'missing-country-label': (row) => isPlace(row) && row.fields[5] === '' && `the place ${quoted(row.term)} has no country label`,
+  // Phrases and facets are also looked for in the title itself.
+  'unread-alias': (row) => {
+    if ((row.section !== 'scene' && !isPlace(row)) || languageOf(row) !== 'en' || CJK.test(row.term)) return false;
+    const reading = englishReading(row.written);
+    return compactTerm(reading) !== row.term && `${quoted(row.written)} is in no English reading that is made of a title, where it is ${quoted(reading)}`;
+  },
   'shard-name': ({ section }) =>
     !SECTION_NAMES.includes(section) && !section.startsWith('location-') && `no look-up reaches the rows of ${quoted(section)}`,
 };
