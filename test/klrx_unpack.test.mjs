@@ -1,6 +1,7 @@
 // klrx unpack, inspect and diff: what is in a pack, and back to sources.
 import assert from 'node:assert/strict';
 import { readFileSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
 import test from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { buildLocationShard, buildPack } from '../tools/index.mjs';
@@ -86,7 +87,7 @@ test('unpack: what no source says is refused by name, and nothing is written ove
   const left = 'klrx: warning: the document stars is left out: no source makes it\n';
   for (const [line, expected] of [
     ['p.klrx full', [1, '', 'klrx: full: is not empty\nklrx: hint: --force writes into it\n']],
-    ['p.klrx out', [0, 'out: 1 source with the rows of p.klrx\n  out/lexicon.json\n'
+    ['p.klrx out', [0, `out: 1 source with the rows of p.klrx\n  ${join('out', 'lexicon.json')}\n`
       + 'to make the pack again: klrx build out --rule-set-id rules-1 --key test-v1 --out PACK\n', left]],
     ['p.klrx', [2, '', 'klrx: unpack needs PACK and DIR\nklrx: hint: klrx unpack --help shows the usage\n']],
     ['full/x o', [1, '', 'klrx: full/x: the file is not a rule pack\n']],
