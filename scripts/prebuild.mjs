@@ -42,33 +42,39 @@ function holds(binary, pieces) {
   return pieces.every((hex) => bytes.includes(Buffer.from(hex, 'hex')));
 }
 
-/** The addon for this machine with the keys of a trust file; those of a release get a build folder of their own. */
+/** Builds for this machine with the keys of a trust file, and gives the folder; for those of a release it is one of its own. */
 function build(trust) {
   setup();
-  if (trust === developmentTrust) return join(buildFolder, 'corvenda_semantic.node');
+  if (trust === developmentTrust) return buildFolder;
   const folder = join(root, 'build', 'prebuild');
   run('cmake', ['--preset', 'release', '-B', folder, '-DBUILD_TESTING=OFF', `-DCORVENDA_TRUST_FILE=${trust}`]);
-  run('cmake', ['--build', folder, '--parallel', String(availableParallelism()), '--target', 'corvenda_semantic']);
-  return join(folder, 'corvenda_semantic.node');
+  run('cmake', ['--build', folder, '--parallel', String(availableParallelism())]);
+  return folder;
 }
 
-function take(binary, name, trust) {
-  const prebuild = join(prebuilds, `${name}.node`);
+/** Takes the two modules, the addon and what explains its answers, from a build folder. */
+function take(folder, name, trust) {
   const { block, values } = packKeysOf(trust)['test-v1'];
-  if (!holds(binary, [block, ...values, ...releaseTablesOf(trust)])) throw new SetupError(`${relative(root, binary)} was built with other keys than ${trust}`);
-  copyFileSync(binary, prebuild);
-  if (name.startsWith('linux-x64')) run('strip', ['--strip-unneeded', prebuild]);
+  for (const [module, prebuild] of [['corvenda_semantic', name], ['corvenda_explain', `${name}.explain`]]) {
+    const binary = join(folder, `${module}.node`);
+    if (!holds(binary, [block, ...values, ...releaseTablesOf(trust)])) {
+      throw new SetupError(`${relative(root, binary)} was built with other keys than ${trust}`);
+    }
+    const copy = join(prebuilds, `${prebuild}.node`);
+    copyFileSync(binary, copy);
+    if (name.startsWith('linux-x64')) run('strip', ['--strip-unneeded', copy]);
+  }
 }
 
 /** Fills prebuilds/ anew. */
 export function make(trust = resolve(process.env.CORVENDA_TRUST_FILE || developmentTrust)) {
-  const binary = build(trust);
+  const folder = build(trust);
   rmSync(prebuilds, { recursive: true, force: true });
   mkdirSync(join(prebuilds, 'licences'), { recursive: true });
   for (const [name, text] of Object.entries(licences)) copyFileSync(text, join(prebuilds, 'licences', name));
-  take(binary, createRequire(import.meta.url)('../lib/target.cjs')(process), trust);
+  take(folder, createRequire(import.meta.url)('../lib/target.cjs')(process), trust);
   for (const [name, folders] of Object.entries(otherBuilds)) {
-    const built = folders.map((folder) => join(root, folder, 'corvenda_semantic.node')).find((path) => existsSync(path));
+    const built = folders.map((place) => join(root, place)).find((place) => existsSync(join(place, 'corvenda_semantic.node')));
     if (built) take(built, name, trust);
     else say(`no ${name}, which was not built on this machine`);
   }

@@ -10,7 +10,7 @@ import { spawnSync } from 'node:child_process';
 import { existsSync, realpathSync, rmSync, statSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { availableParallelism } from 'node:os';
-import { basename, dirname, join, relative, sep } from 'node:path';
+import { basename, dirname, join, sep } from 'node:path';
 import { fileURLToPath, pathToFileURL } from 'node:url';
 
 export const root = dirname(dirname(fileURLToPath(import.meta.url)));
@@ -115,13 +115,15 @@ export function prepare({ tests = false } = {}) {
   configure(tests);
 }
 
-/** Removes the published binary of this platform if what was built here is newer: the loader takes the published one. */
+/** Removes the published binaries of this platform if what was built here is newer: the loader takes the published ones. */
 function dropOlderPrebuild() {
   const { mtimeMs } = statSync(join(buildFolder, 'corvenda_semantic.node'));
-  const prebuild = join(root, 'prebuilds', `${createRequire(import.meta.url)('../lib/target.cjs')(process)}.node`);
-  if ((statSync(prebuild, { throwIfNoEntry: false })?.mtimeMs ?? Infinity) >= mtimeMs) return;
-  rmSync(prebuild);
-  say(`setup: removed ${relative(root, prebuild)}, which is older than the build`);
+  const name = createRequire(import.meta.url)('../lib/target.cjs')(process);
+  for (const prebuild of [`prebuilds/${name}.node`, `prebuilds/${name}.explain.node`]) {
+    if ((statSync(join(root, prebuild), { throwIfNoEntry: false })?.mtimeMs ?? Infinity) >= mtimeMs) continue;
+    rmSync(join(root, prebuild));
+    say(`setup: removed ${prebuild}, which is older than the build`);
+  }
 }
 
 /**
