@@ -55,10 +55,15 @@ std::vector<std::uint32_t> rowsIn(const RecordTable& table, std::string_view tex
   return rows;
 }
 
+/// False for an English title: its reading folds to the same and holds nobody else.
+bool isReadTwice(const TitleTexts& title) { return !isSameText(title.compactRaw, title.compactEnglish); }
+
 void addOverlayHits(const RecordTable& table, const TitleTexts& title, TermHits* hits, CelebrityHits* found) {
   std::vector<std::uint32_t> rows = rowsIn(table, title.compactRaw, hits);
-  const std::vector<std::uint32_t> english = rowsIn(table, title.compactEnglish, hits);
-  rows.insert(rows.end(), english.begin(), english.end());
+  if (isReadTwice(title)) {
+    const std::vector<std::uint32_t> english = rowsIn(table, title.compactEnglish, hits);
+    rows.insert(rows.end(), english.begin(), english.end());
+  }
   std::sort(rows.begin(), rows.end());
   rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
   for (const std::uint32_t row : rows) {
@@ -288,7 +293,7 @@ std::vector<CelebrityRow> findCelebrities(const TitleTexts& title, std::span<con
   for (const RecordTable* table : overlays) addOverlayHits(*table, title, &hits, &found);
   if (pack != nullptr) {
     addPackHits(*pack, title.compactRaw, &hits, &found);
-    addPackHits(*pack, title.compactEnglish, &hits, &found);
+    if (isReadTwice(title)) addPackHits(*pack, title.compactEnglish, &hits, &found);
   }
   if (found.hits.empty()) return {};
   const auto isPerson = [](const CelebrityHit& hit) {
