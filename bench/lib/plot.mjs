@@ -55,7 +55,7 @@ export function drawPlot(outcomes, { date, processor, node }) {
   const names = [];
   for (const { name, color, read } of [...lines].sort((a, b) => b.read(last) - a.read(last))) {
     const at = Math.max(Number(y(read(last))) + 4, (names.at(-1)?.at ?? 0) + LINE_HEIGHT);
-    names.push({ at, svg: text(AREA.right + 12, at, `${name}: ${Number(read(last).toPrecision(3))}`, `fill="${color}"`) });
+    names.push({ at, svg: text(AREA.right + 12, at, `${name}: ${Number(read(last).toPrecision(3)).toLocaleString('en')} µs`, `fill="${color}"`) });
   }
   return `<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 ${WIDTH} ${HEIGHT}" font-family="sans-serif" font-size="13">
 <rect width="${WIDTH}" height="${HEIGHT}" fill="#fff"/>
