@@ -1,7 +1,8 @@
 # The static library of libsodium, as the target Sodium::sodium. CMake has no module of its own for it, and pkg-config
 # names the shared library.
 find_path(Sodium_INCLUDE_DIR sodium.h)
-find_library(Sodium_LIBRARY NAMES ${CMAKE_STATIC_LIBRARY_PREFIX}sodium${CMAKE_STATIC_LIBRARY_SUFFIX})
+find_library(Sodium_LIBRARY NAMES ${CMAKE_STATIC_LIBRARY_PREFIX}sodium${CMAKE_STATIC_LIBRARY_SUFFIX}
+                                   libsodium${CMAKE_STATIC_LIBRARY_SUFFIX}) # of vcpkg
 mark_as_advanced(Sodium_INCLUDE_DIR Sodium_LIBRARY)
 
 include(FindPackageHandleStandardArgs)
