@@ -1,6 +1,6 @@
 // The cost of a title against the number of rules, as a drawing: both axes logarithmic, one line an engine.
 
-const WIDTH = 820;
+const WIDTH = 860;
 const HEIGHT = 440;
 const AREA = { left: 70, right: 600, top: 46, bottom: 370 };
 const LINE_HEIGHT = 17;
