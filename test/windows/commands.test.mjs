@@ -41,7 +41,7 @@ test('a console whose code page is not UTF-8 shows every character, and a file g
   const klrx = `${windowsPath(node)} tools\\klrx.mjs`;
   const pack = windowsPath(join(folder, '火锅.klrx'));
   const refusal = '火锅.klrx: semantic rule-pack path is outside the approved root\n';
-  const build = `${klrx} build sample\\lexicon\\scene-food.json --out ${pack} --rule-set-id food`;
+  const build = `${klrx} build sample\\lexicon\\scene-food.json --out ${pack} --rule-set-id food --force`;
   const file = join(folder, 'out');
   for (const codePage of [437, 936]) {
     const shown = onConsole(codePage, `${build} & ${klrx} inspect ${pack} & ${klrx} inspect ${pack} 2> ${windowsPath(file)}`);

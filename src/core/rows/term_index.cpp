@@ -252,7 +252,7 @@ std::uint64_t possibleLengths(const TermIndex& index, std::uint64_t front) {
   const std::uint64_t hash = gateHash(index, front);
   // One test for the two: each alone says yes and no in turns, which processors can't foresee.
   const bool gated = ((flags / kSixBytes) & (mayBeGated(index, hash) ? 1U : 0U)) != 0;
-  std::uint64_t lengths = (flags & kThreeToFive) << 1U | (kinds & kOneByte) << 1U;
+  std::uint64_t lengths = static_cast<std::uint64_t>((flags & kThreeToFive) | (kinds & kOneByte)) << 1U;
   if (gated) lengths |= gatedLengths(index, hash) << kGatePrefix;
   if ((kinds & kTwoBytes) != 0) lengths |= (index.pairs[pairOf(front) / 64] >> (pairOf(front) % 64) & 1U) << 2U;
   return lengths;
