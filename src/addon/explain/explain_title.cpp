@@ -309,6 +309,7 @@ std::vector<ExplainedCandidate> explainCandidates(Explanation* explanation) {
     return a != b && standsBefore(a, b, candidates, explanation->title);
   });
   std::vector<ExplainedCandidate> explained;
+  explained.reserve(order.size());
   for (const SceneCandidate* candidate : order) explained.push_back(explainCandidate(*explanation, *candidate));
   return explained;
 }
