@@ -97,6 +97,7 @@ const seeds = {
     twice: vector('the_first_of_two_sizes_counts'),
     zeros: vector('leading_zeros_are_signed_without'),
     unsigned: vector('an_unknown_key_is_not_signed'),
+    key: String(vector('a_manifest_vouches_for_its_patch')).replace('"ruleSetId"', '"ruleSetId":1,"ruleSetId"'),
     base64: 'MCowBQYDK2VwAyEAPUAXw+hDiVqStwqnTRt+vJyYLM8uxJaMwM1V8Sr0Zg==',
   },
   number_text: {

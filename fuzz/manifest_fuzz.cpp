@@ -25,21 +25,23 @@ std::string readFile(const fs::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The text after the first `"key":`; nothing if there is none.
-std::optional<std::string_view> after(std::string_view text, std::string_view key) {
+/// The text after the first `"key":` and `first`; nothing if there is none.
+std::optional<std::string_view> after(std::string_view text, std::string_view key, std::string_view first = "") {
   for (std::size_t at = 0; at < text.size(); ++at) {
     std::string_view rest = text.substr(at);
     const bool named = rest.starts_with('"') && rest.substr(1).starts_with(key);
-    if (named && rest.substr(1 + key.size()).starts_with("\":")) return rest.substr(3 + key.size());
+    if (!named || !rest.substr(1 + key.size()).starts_with("\":")) continue;
+    rest.remove_prefix(3 + key.size());
+    if (rest.starts_with(first)) return rest.substr(first.size());
   }
   return std::nullopt;
 }
 
 std::optional<std::string> plainString(std::string_view text, std::string_view key) {
-  const auto rest = after(text, key);
-  if (!rest || !rest->starts_with('"')) return std::nullopt;
+  const auto rest = after(text, key, "\"");
+  if (!rest) return std::nullopt;
   std::string value;
-  for (const char byte : rest->substr(1)) {
+  for (const char byte : *rest) {
     if (byte == '"') return value;
     if (byte == '\\' || (byte >= 0 && byte < ' ')) return std::nullopt;
     value += byte;
