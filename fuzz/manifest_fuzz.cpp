@@ -43,7 +43,7 @@ std::optional<std::string> plainString(std::string_view text, std::string_view k
   std::string value;
   for (const char byte : *rest) {
     if (byte == '"') return value;
-    if (byte == '\\' || (byte >= 0 && byte < ' ')) return std::nullopt;
+    if (byte == '\\' || static_cast<unsigned char>(byte) < ' ') return std::nullopt;
     value += byte;
   }
   return std::nullopt;
