@@ -31,6 +31,9 @@ function load() {
   // What was built here: setup removes a published binary that is older than what it builds, so that this one is loaded.
   try { return loaded(require('../build/release/corvenda_semantic.node')); } catch (e) { failed('build/release/corvenda_semantic.node', e); }
   try { return loaded(require('../build/debug/corvenda_semantic.node')); } catch (e) { failed('build/debug/corvenda_semantic.node', e); }
+  if (target === 'linux-arm64-gnu') {
+    try { return loaded(require('../build/linux-arm64/corvenda_semantic.node')); } catch (e) { failed('build/linux-arm64/corvenda_semantic.node', e); }
+  }
   if (process.platform === 'win32') {
     try { return loaded(require('../build/windows-msvc/corvenda_semantic.node')); } catch (e) { failed('build/windows-msvc/corvenda_semantic.node', e); }
     try { return loaded(require('../build/windows/corvenda_semantic.node')); } catch (e) { failed('build/windows/corvenda_semantic.node', e); }
