@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "addon/object_rows.h"
 #include "functions_js.h"
@@ -32,6 +33,8 @@ struct Environment {
   napi_ref isProxy = nullptr;  ///< null if the host doesn't offer it
   SharedArray integers;
   SharedArray numbers;
+  TextTable texts;            ///< its `chunks` are those of the reference
+  napi_ref chunks = nullptr;  ///< null if no texts are kept
 };
 
 void deleteReference(napi_env env, napi_ref reference) {
@@ -45,6 +48,7 @@ void destroy(napi_env env, void* data, void* /*hint*/) {
   deleteReference(env, environment->isProxy);
   deleteReference(env, environment->integers.array);
   deleteReference(env, environment->numbers.array);
+  deleteReference(env, environment->chunks);
 }
 
 /// Null only in an environment that is ending.
@@ -259,6 +263,24 @@ napi_value shareIntegers(napi_env env, const std::vector<std::int32_t>& integers
 
 napi_value shareNumbers(napi_env env, const std::vector<double>& numbers) {
   return share(env, napi_float64_array, numbers, &Environment::numbers);
+}
+
+void storeKeptTexts(TextTable table) {
+  Environment* const environment = environmentOf(table.env);
+  if (environment == nullptr) return;
+  takeKeptTexts(table.env);
+  if (napi_create_reference(table.env, table.chunks, 1, &environment->chunks) == napi_ok) {
+    environment->texts = std::move(table);
+  }
+}
+
+TextTable takeKeptTexts(napi_env env) {
+  Environment* const environment = environmentOf(env);
+  if (environment == nullptr) return {};
+  TextTable table = std::exchange(environment->texts, {});
+  table.chunks = referenced(env, environment->chunks);
+  deleteReference(env, std::exchange(environment->chunks, nullptr));
+  return table;
 }
 
 }  // namespace corvenda

@@ -1,4 +1,4 @@
-// What the addon keeps for one JavaScript environment: functions that run in it (see functions.js).
+// What the addon keeps for one JavaScript environment: functions that run in it (see functions.js), and strings.
 //
 // They are compiled at their first use and kept. A function made anew in each call would start in the interpreter each
 // time, and V8 would optimise it again and again on its helper threads: that took a third of the process's CPU.
@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "addon/border.h"
+#include "addon/text_table.h"
 
 namespace corvenda {
 
@@ -51,5 +52,11 @@ bool extendFilledArray(napi_env env, napi_value array, std::size_t length, std::
 /// with other numbers. Null, with an exception pending, if they can't be made.
 napi_value shareIntegers(napi_env env, const std::vector<std::int32_t>& integers);
 napi_value shareNumbers(napi_env env, const std::vector<double>& numbers);
+
+/// Keeps a table of texts for a later call, in place of the one before. If that fails, nothing is kept.
+void storeKeptTexts(TextTable table);
+
+/// Gives what was kept; without `chunks` if nothing was. A call inside the call that has it finds nothing.
+TextTable takeKeptTexts(napi_env env);
 
 }  // namespace corvenda

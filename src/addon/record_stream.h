@@ -69,11 +69,10 @@ inline void putChoice(RecordStream& out, const char* /*name*/, bool first, std::
 
 template <typename PutTexts>
 void putGroup(RecordStream& out, const char* identity, const PutTexts& putTexts) {
-  if (identity != nullptr && writeGroup(out.texts, identity, &out.integers)) return;
+  if (beginGroup(&out.texts, identity, &out.integers)) return;
   const std::size_t place = out.integers.size();
   putTexts();
-  const std::size_t count = out.integers.size() - place;
-  if (identity != nullptr && count <= TextGroup::kMost) keepGroup(&out.texts, identity, place, count);
+  endGroup(&out.texts, identity, place, out.integers.size() - place);
 }
 
 // --- Reading ------------------------------------------------------------------------------------------------------

@@ -1,6 +1,7 @@
 #include "addon/result.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace corvenda {
 namespace {
@@ -35,19 +36,18 @@ ResultList beginList(napi_env env, std::size_t length, ScriptSource script) {
   return list;
 }
 
-void expectTextsOf(ResultList* list, const RecordTable& rows) {
-  if (list->stream == nullptr) return;
-  for (const ByteSpan bytes : {bytesOf(rows.payload), ByteSpan(rows.written)}) {
-    if (bytes.empty()) continue;
-    list->stream->texts.lasting.emplace_back(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  }
+bool expectTextsOf(ResultList* list, std::span<const std::shared_ptr<const LoadedPack>> packs) {
+  if (list->stream == nullptr) return true;
+  if (!flushList(list)) return false;
+  expectTexts(&list->stream->texts, packs);
+  return true;
 }
 
 bool countRecord(ResultList* list) {
   RecordStream& stream = *list->stream;
   numberTexts(&stream.texts, &stream.integers);
   const bool enough = ++list->count - list->finished >= kPartRecords || stream.integers.size() >= kPartIntegers ||
-                      stream.texts.copiedBytes >= kMostCopiedBytes;
+                      stream.texts.passing.copiedBytes >= kMostCopiedBytes;
   return !enough || flushList(list);
 }
 
@@ -71,7 +71,7 @@ bool flushList(ResultList* list) {
   list->finished = list->count;
   stream.integers.clear();
   stream.numbers.clear();
-  if (stream.texts.copiedBytes >= kMostCopiedBytes) forgetTexts(&stream.texts);
+  limitTexts(&stream.texts);
   return true;
 }
 
@@ -79,6 +79,7 @@ napi_value finishList(ResultList* list, std::size_t length) {
   if (list->array == nullptr || !flushList(list)) return nullptr;
   if (list->filled > list->count && !setLength(list->env, list->array, list->count)) return nullptr;
   if (length > list->count && !setLength(list->env, list->array, length)) return nullptr;
+  if (list->stream != nullptr) keepTexts(std::move(list->stream->texts));
   return list->array;
 }
 

@@ -30,6 +30,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -37,7 +38,7 @@
 #include "addon/object_literal.h"
 #include "addon/object_rows.h"
 #include "addon/record_stream.h"
-#include "rows/record_table.h"
+#include "cache/semantic_cache.h"
 
 namespace corvenda {
 
@@ -56,8 +57,9 @@ struct ResultList {
 /// handle scope in which it was begun.
 ResultList beginList(napi_env env, std::size_t length, ScriptSource script);
 
-/// Says that texts of these rows are to be expected. The rows must outlive the list.
-void expectTextsOf(ResultList* list, const RecordTable& rows);
+/// Says that texts of these packs are to be expected. False, with an exception pending, if what was written before
+/// could not be made.
+bool expectTextsOf(ResultList* list, std::span<const std::shared_ptr<const LoadedPack>> packs);
 
 /// Counts the record that was just written to the stream, and makes what has gathered when it is enough. False if a
 /// step failed.

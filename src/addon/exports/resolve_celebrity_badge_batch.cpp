@@ -157,12 +157,14 @@ constexpr std::size_t kPart = 256;
 
 /// The results of all cases; null after a refused pack or a failed step. Reading a case runs the caller's code, so
 /// nothing is locked here.
-napi_value makeResults(napi_env env, const CelebrityOptions& options, const std::vector<const RecordTable*>& overlays,
-                       Failure* failure) {
+napi_value makeResults(napi_env env, const CelebrityOptions& options,
+                       const std::shared_ptr<const LoadedPack>& overlayPack, Failure* failure) {
   const std::uint32_t length = arrayLength(env, options.cases);
   TitleReader reader = beginTitles(env, options.cases, CaseKind::kPerson, length);
   ResultList results = beginList(env, length, readingScript<CelebrityCase>);
-  for (const RecordTable* rows : overlays) expectTextsOf(&results, *rows);
+  std::vector<const RecordTable*> overlays;
+  if (!options.overlay.rows.empty()) overlays.push_back(&options.overlay);
+  if (overlayPack != nullptr) overlays.push_back(&overlayPack->table);
   // Loaded for the first title that isn't blank, before another case is read, and kept for the call.
   std::shared_ptr<const LoadedPack> pack;
   TitleTexts title;
@@ -175,7 +177,8 @@ napi_value makeResults(napi_env env, const CelebrityOptions& options, const std:
         if (!RulePackLoader(options.packPath, options.allowedRoot, semanticCache().baseSlot, &pack, failure)) {
           return nullptr;
         }
-        expectTextsOf(&results, pack->table);
+        const std::shared_ptr<const LoadedPack> packs[] = {pack, overlayPack};
+        if (!expectTextsOf(&results, packs)) return nullptr;
       }
       // Only now: a getter that throws doesn't keep the pack from being loaded.
       if (isExceptionPending(env)) return nullptr;
@@ -193,17 +196,14 @@ napi_value exports::resolveCelebrityBadgeBatch(napi_env env, napi_value object, 
   CelebrityOptions options;
   if (!readOptions(env, object, &options, failure)) return nullptr;
   finishTable(&options.overlay);
-  std::vector<const RecordTable*> overlays;
-  if (!options.overlay.rows.empty()) overlays.push_back(&options.overlay);
   std::shared_ptr<const LoadedPack> overlayPack;
   if (!options.overlayPackPath.empty()) {
     if (!RulePackLoader(options.overlayPackPath, options.overlayAllowedRoot, semanticCache().overlaySlot, &overlayPack,
                         failure)) {
       return nullptr;
     }
-    overlays.push_back(&overlayPack->table);
   }
-  const napi_value results = makeResults(env, options, overlays, failure);
+  const napi_value results = makeResults(env, options, overlayPack, failure);
   return makeObject(env, CelebrityBatch{arrayLength(env, options.cases), results});
 }
 

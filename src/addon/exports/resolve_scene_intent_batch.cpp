@@ -87,7 +87,9 @@ bool appendResults(const BatchLexicon& lexicon, const TitleReader& reader, Title
 napi_value makeResults(napi_env env, const BatchLexicon& lexicon, const BatchOptions& options, Failure* failure) {
   TitleReader reader = beginTitles(env, options.cases, CaseKind::kScene, options.caseCount);
   ResultList results = beginList(env, options.caseCount, readingScript<BatchAnswer>);
-  for (const BatchPart& rows : lexicon.parts) expectTextsOf(&results, *rows.table);
+  const std::shared_ptr<const LoadedPack> packs[] = {lexicon.base, lexicon.sceneBase, lexicon.sceneOverlay,
+                                                     lexicon.placeOverlay};
+  if (!expectTextsOf(&results, packs)) return nullptr;
   const auto group = std::make_unique<TitleGroup>();
   do {
     if (!readTitles(&reader, kPart, failure)) return nullptr;
