@@ -80,11 +80,13 @@ Work sceneBatch(const Pack& pack) {
 }
 
 Work celebrityBatch(const Pack& pack) {
-  return [loaded = load(pack), texts = TitleTexts()](const Title& title) mutable {
+  return [loaded = load(pack), texts = TitleTexts(), scratch = CelebrityScratch(),
+          badge = CelebrityBadge()](const Title& title) mutable {
     fillTitle(title.raw, title.english, &texts);
-    const std::vector<CelebrityRow> people = findCelebrities(texts, {}, &loaded->table);
+    const std::span<const CelebrityRow> people = findCelebrities(texts, {}, &loaded->table, &scratch);
     if (people.empty()) return std::uint64_t{0};
-    return people.size() + proposeCelebrityBadge(people.front(), texts, false).candidates.size();
+    proposeCelebrityBadge(people.front(), texts, false, &badge);
+    return people.size() + badge.candidates.size();
   };
 }
 

@@ -260,7 +260,9 @@ void extractFacets(const plain::Rows& rows, const RecordTable& table, const plai
 void findPeople(const Case& input, const std::vector<std::shared_ptr<LoadedPack>>& packs, const plain::Title& plain,
                 const TitleTexts& title) {
   const RecordTable* const overlays[] = {&packs[1]->table, &packs[2]->table};
-  const std::vector<CelebrityRow> people = findCelebrities(title, overlays, &packs[0]->table);
+  CelebrityScratch scratch;
+  const std::span<const CelebrityRow> people = findCelebrities(title, overlays, &packs[0]->table, &scratch);
+  CelebrityBadge badge;
   const plain::Rows expected = plain::findPeople({input.tables[1], input.tables[2]}, input.tables[0], plain);
   mustHold(people.size() == expected.size());
   for (std::size_t i = 0; i < people.size(); ++i) {
@@ -270,7 +272,7 @@ void findPeople(const Case& input, const std::vector<std::shared_ptr<LoadedPack>
     mustHold(row.term == expected[i].term);
     mustHold(
         same(std::span(texts), {fields[0], fields[1], fields[2], fields[3], fields[5], plain::field(expected[i], 6)}));
-    const CelebrityBadge badge = proposeCelebrityBadge(row, title, i % 2 == 0);
+    proposeCelebrityBadge(row, title, i % 2 == 0, &badge);
     const auto isRaw = [&](const BadgeCandidate& candidate) { return candidate.label == badge.rawLabel; };
     mustHold(std::any_of(badge.candidates.begin(), badge.candidates.end(), isRaw) && badge.candidates.size() >= 2);
     mustHold(badge.confidence >= 0.52 && badge.confidence < 1);

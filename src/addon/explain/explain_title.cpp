@@ -389,10 +389,12 @@ ExplainedPeople explainPeople(const Explanation& explanation, bool photo) {
   if (!explanation.people.rows.empty()) overlays.push_back(&explanation.people);
   if (explanation.lexicon.sceneOverlay != nullptr) overlays.push_back(&explanation.lexicon.sceneOverlay->table);
   ExplainedPeople explained;
-  explained.people = findCelebrities(explanation.title, overlays, &explanation.lexicon.base->table);
+  CelebrityScratch scratch;
+  const auto people = findCelebrities(explanation.title, overlays, &explanation.lexicon.base->table, &scratch);
+  explained.people.assign(people.begin(), people.end());
   if (explained.people.empty()) return explained;
   explained.signals = listSignals(readActivitySignals(explanation.title));
-  explained.badge = proposeCelebrityBadge(explained.people.front(), explanation.title, photo);
+  proposeCelebrityBadge(explained.people.front(), explanation.title, photo, &explained.badge);
   return explained;
 }
 

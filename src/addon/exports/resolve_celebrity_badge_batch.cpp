@@ -57,6 +57,7 @@ struct CelebrityCase {
   std::vector<CelebrityHit> hits;
   std::vector<std::string_view> tags;  ///< of all hits
   CelebrityBadge badge;
+  CelebrityScratch scratch;
 };
 
 template <typename Out>
@@ -122,7 +123,7 @@ std::size_t splitTags(std::string_view joined, std::vector<std::string_view>* ta
   return tags->size() - before;
 }
 
-void fillHits(const std::vector<CelebrityRow>& people, CelebrityCase* result) {
+void fillHits(std::span<const CelebrityRow> people, CelebrityCase* result) {
   result->hits.clear();
   result->tags.clear();
   for (const CelebrityRow& row : people) {
@@ -146,10 +147,14 @@ void fillHits(const std::vector<CelebrityRow>& people, CelebrityCase* result) {
 
 void resolveCase(const TitleTexts& title, bool photo, const std::vector<const RecordTable*>& overlays,
                  const RecordTable* pack, CelebrityCase* result) {
-  const std::vector<CelebrityRow> people = findCelebrities(title, overlays, pack);
+  const std::span<const CelebrityRow> people = findCelebrities(title, overlays, pack, &result->scratch);
   result->photo = photo;
   fillHits(people, result);
-  result->badge = people.empty() ? CelebrityBadge() : proposeCelebrityBadge(people.front(), title, photo);
+  if (people.empty()) {
+    clearBadge(&result->badge);
+  } else {
+    proposeCelebrityBadge(people.front(), title, photo, &result->badge);
+  }
 }
 
 /// Titles that are read, resolved and made objects of at a time.

@@ -3,6 +3,7 @@
 // All targets are little-endian: the first byte is the lowest.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -41,6 +42,14 @@ inline std::uint64_t loadFront(std::string_view text) {
   if (size == 0) return 0;
   const std::size_t middle = size / 2;
   return loadByte(bytes) | loadByte(bytes + middle) << (8 * middle) | loadByte(bytes + size - 1) << (8 * (size - 1));
+}
+
+/// How many of eight bytes come before the first that is this ASCII character; 8 if none is.
+inline std::size_t bytesBefore(std::uint64_t bytes, char ascii) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101U;
+  const std::uint64_t others = bytes ^ static_cast<unsigned char>(ascii) * kOnes;
+  // A zero byte is the lowest one of which the subtraction borrows.
+  return static_cast<std::size_t>(std::countr_zero((others - kOnes) & ~others & (kOnes << 7U))) / 8;
 }
 
 inline bool isSameText(std::string_view a, std::string_view b) {

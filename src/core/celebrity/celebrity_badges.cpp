@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <bitset>
 #include <string>
-#include <unordered_set>
+#include <utility>
 
 #include "base/keyed_hash.h"
 #include "base/short_text.h"
@@ -21,69 +21,58 @@ using Words = std::span<const std::string_view>;
 /// has three bytes and passes. Rows of packs have no such limit.
 constexpr std::size_t kMinOverlayTermBytes = 2;
 
-struct CelebrityHit {
-  CelebrityRow row;
-  const RecordTable* table = nullptr;
-  std::uint32_t number = 0;
-};
-
-/// The rows that matched, each key once. The key counts even if the row is malformed, so an overlay row with too few
-/// fields hides the pack's row with the same key.
-struct CelebrityHits {
-  std::vector<CelebrityHit> hits;
-  std::unordered_set<std::string, KeyedHash> seenKeys;
-};
-
 std::string keyOf(const CelebrityRow& row) { return std::string(row.term).append("\x1F").append(row.id); }
 
-void addHit(const RecordTable& table, std::uint32_t number, CelebrityHits* found) {
+/// Adds a row unless one with its key was added before. The key counts even if the row is malformed, so an overlay row
+/// with too few fields hides the pack's row with the same key.
+void addMatch(const RecordTable& table, std::uint32_t number, CelebrityScratch* scratch) {
+  auto& [hits, rows, matches, seenKeys, people] = *scratch;
   const CelebrityRow row = celebrityRowAt(table, number);
   // Most titles name one person at the most: keys are made from the second row on.
-  if (found->hits.size() == 1 && found->seenKeys.empty()) found->seenKeys.insert(keyOf(found->hits.front().row));
-  if (found->hits.empty() || found->seenKeys.insert(keyOf(row)).second) found->hits.push_back({row, &table, number});
+  if (matches.size() == 1 && seenKeys.empty()) seenKeys.insert(keyOf(matches.front().row));
+  if (matches.empty() || seenKeys.insert(keyOf(row)).second) matches.push_back({row, &table, number});
 }
 
-/// The rows whose terms stand in the text, in order.
-std::vector<std::uint32_t> rowsIn(const RecordTable& table, std::string_view text, TermHits* hits) {
+/// Appends the rows whose terms stand in the text.
+void collectRows(const RecordTable& table, std::string_view text, CelebrityScratch* scratch) {
   const TermIndex& index = celebrityIndex(table);
-  findContainedTerms(table, index, text, hits);
-  std::vector<std::uint32_t> rows;
-  for (const TermHit& hit : hits->terms) {
-    forEachRow(index, hit.lastRow, [&](std::uint32_t row) { rows.push_back(row); });
+  findContainedTerms(table, index, text, &scratch->hits);
+  for (const TermHit& hit : scratch->hits.terms) {
+    forEachRow(index, hit.lastRow, [&](std::uint32_t row) { scratch->rows.push_back(row); });
   }
-  std::sort(rows.begin(), rows.end());
-  return rows;
 }
 
 /// False for an English title: its reading folds to the same and holds nobody else.
 bool isReadTwice(const TitleTexts& title) { return !isSameText(title.compactRaw, title.compactEnglish); }
 
-void addOverlayHits(const RecordTable& table, const TitleTexts& title, TermHits* hits, CelebrityHits* found) {
-  std::vector<std::uint32_t> rows = rowsIn(table, title.compactRaw, hits);
-  if (isReadTwice(title)) {
-    const std::vector<std::uint32_t> english = rowsIn(table, title.compactEnglish, hits);
-    rows.insert(rows.end(), english.begin(), english.end());
-  }
+void addOverlayMatches(const RecordTable& table, const TitleTexts& title, CelebrityScratch* scratch) {
+  std::vector<std::uint32_t>& rows = scratch->rows;
+  rows.clear();
+  collectRows(table, title.compactRaw, scratch);
+  if (isReadTwice(title)) collectRows(table, title.compactEnglish, scratch);
   std::sort(rows.begin(), rows.end());
   rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
   for (const std::uint32_t row : rows) {
     const std::string_view term = termOf(table, row);
     if (term.size() >= kMinOverlayTermBytes || term == title.compactRaw || term == title.compactEnglish) {
-      addHit(table, row, found);
+      addMatch(table, row, scratch);
     }
   }
 }
 
-void addPackHits(const RecordTable& pack, std::string_view text, TermHits* hits, CelebrityHits* found) {
-  for (const std::uint32_t row : rowsIn(pack, text, hits)) addHit(pack, row, found);
+void addPackMatches(const RecordTable& pack, std::string_view text, CelebrityScratch* scratch) {
+  scratch->rows.clear();
+  collectRows(pack, text, scratch);
+  std::sort(scratch->rows.begin(), scratch->rows.end());
+  for (const std::uint32_t row : scratch->rows) addMatch(pack, row, scratch);
 }
 
-std::vector<std::string_view> fieldsOf(const CelebrityHit& hit) {
+std::vector<std::string_view> fieldsOf(const CelebrityMatch& match) {
   TextArena arena;  // stays empty: celebrity rows contain all of their texts
-  return recordAt(*hit.table, hit.number, &arena).fields;
+  return recordAt(*match.table, match.number, &arena).fields;
 }
 
-bool celebrityRowBefore(const CelebrityHit& a, const CelebrityHit& b) {
+bool celebrityRowBefore(const CelebrityMatch& a, const CelebrityMatch& b) {
   if (a.row.term.size() != b.row.term.size()) return a.row.term.size() > b.row.term.size();
   return fieldsOf(a) < fieldsOf(b);
 }
@@ -209,11 +198,8 @@ int rawLabelScore(const BadgeSubject& subject, std::string_view rawLabel) {
 
 /// The candidates without their reasons. They are neither sorted nor merged: a label may occur twice, and the first
 /// need not be the raw label.
-std::vector<BadgeCandidate> listCandidates(const BadgeSubject& subject, std::string_view rawLabel) {
-  constexpr std::size_t kUsual = 4;
-  std::vector<BadgeCandidate> candidates;
-  candidates.reserve(kUsual);
-  const auto add = [&](std::string_view label, int score) { candidates.push_back({label, score, {}}); };
+void listCandidates(const BadgeSubject& subject, std::string_view rawLabel, std::vector<BadgeCandidate>* candidates) {
+  const auto add = [&](std::string_view label, int score) { candidates->push_back({label, score, {}}); };
   if (rawLabel == kAirportPhoto) add(kAirportTrip, 100);
   add(rawLabel, rawLabelScore(subject, rawLabel));
   if (rawLabel == kBrandPoster) add(kBrandEvent, 85);
@@ -223,7 +209,6 @@ std::vector<BadgeCandidate> listCandidates(const BadgeSubject& subject, std::str
   const KindLabel* kindLabel = findKindLabel(subject.kind);
   if (kindLabel != nullptr && kindLabel->candidate) add(kindLabel->label, 60);
   add(kArtist, 54);
-  return candidates;
 }
 
 struct PositionReasons {
@@ -286,29 +271,32 @@ void rateConfidence(CelebrityBadge* badge) {
 
 bool isBlankTitle(const TitleTexts& title) { return title.compactRaw.empty() && title.compactEnglish.empty(); }
 
-std::vector<CelebrityRow> findCelebrities(const TitleTexts& title, std::span<const RecordTable* const> overlays,
-                                          const RecordTable* pack) {
-  TermHits hits;
-  CelebrityHits found;
-  for (const RecordTable* table : overlays) addOverlayHits(*table, title, &hits, &found);
+std::span<const CelebrityRow> findCelebrities(const TitleTexts& title, std::span<const RecordTable* const> overlays,
+                                              const RecordTable* pack, CelebrityScratch* scratch) {
+  std::vector<CelebrityMatch>& matches = scratch->matches;
+  std::vector<CelebrityRow>& people = scratch->people;
+  matches.clear();
+  people.clear();
+  if (!scratch->seenKeys.empty()) scratch->seenKeys.clear();
+  for (const RecordTable* table : overlays) addOverlayMatches(*table, title, scratch);
   if (pack != nullptr) {
-    addPackHits(*pack, title.compactRaw, &hits, &found);
-    if (isReadTwice(title)) addPackHits(*pack, title.compactEnglish, &hits, &found);
+    addPackMatches(*pack, title.compactRaw, scratch);
+    if (isReadTwice(title)) addPackMatches(*pack, title.compactEnglish, scratch);
   }
-  if (found.hits.empty()) return {};
-  const auto isPerson = [](const CelebrityHit& hit) {
-    return hit.row.fieldCount >= celebrity_field::kCount && !hit.row.id.empty();
+  const auto isPerson = [](const CelebrityMatch& match) {
+    return match.row.fieldCount >= celebrity_field::kCount && !match.row.id.empty();
   };
-  if (found.hits.size() == 1) {
-    if (!isPerson(found.hits.front())) return {};
-    return {found.hits.front().row};
+  if (matches.size() < 2) {
+    for (const CelebrityMatch& match : matches) {
+      if (isPerson(match)) people.push_back(match.row);
+    }
+    return people;
   }
   // Stable, so that a result doesn't depend on the library's sort.
-  std::stable_sort(found.hits.begin(), found.hits.end(), celebrityRowBefore);
-  std::vector<CelebrityRow> people;
+  std::stable_sort(matches.begin(), matches.end(), celebrityRowBefore);
   std::unordered_set<std::string_view, KeyedHash> seenIds;
-  for (const CelebrityHit& hit : found.hits) {
-    if (isPerson(hit) && seenIds.insert(hit.row.id).second) people.push_back(hit.row);
+  for (const CelebrityMatch& match : matches) {
+    if (isPerson(match) && seenIds.insert(match.row.id).second) people.push_back(match.row);
   }
   return people;
 }
@@ -322,15 +310,14 @@ constexpr Words kAllWords[] = {
 /// A bit for what each word begins with, three bytes of it; two of a thousand other beginnings share one.
 using Beginnings = std::bitset<16384>;
 
-std::size_t beginningOf(const char* bytes) {
-  const std::uint64_t three = loadByte(bytes) | loadByte(bytes + 1) << 8U | loadByte(bytes + 2) << 16U;
-  return static_cast<std::size_t>(three * 0x9E3779B97F4A7C15U >> 50U);
+std::size_t beginningOf(std::uint64_t front) {
+  return static_cast<std::size_t>((front & 0xFFFFFFU) * 0x9E3779B97F4A7C15U >> 50U);
 }
 
 Beginnings beginningsOfWords() {
   Beginnings beginnings;
   for (const Words words : kAllWords) {
-    for (const std::string_view word : words) beginnings.set(beginningOf(word.data()));
+    for (const std::string_view word : words) beginnings.set(beginningOf(loadFront(word)));
   }
   return beginnings;
 }
@@ -339,10 +326,11 @@ Beginnings beginningsOfWords() {
 /// words would cost more than all else.
 bool mayHoldWord(std::string_view text) {
   static const Beginnings beginnings = beginningsOfWords();
-  for (std::size_t i = 0; i + 3 <= text.size(); ++i) {
-    if (beginnings[beginningOf(text.data() + i)]) return true;
+  std::size_t i = 0;
+  for (; i + 4 <= text.size(); ++i) {
+    if (beginnings[beginningOf(loadHalf(text.data() + i))]) return true;
   }
-  return false;
+  return beginnings[beginningOf(loadFront(text.substr(i)))];
 }
 
 ActivitySignals readActivitySignals(const TitleTexts& title) {
@@ -358,16 +346,22 @@ ActivitySignals readActivitySignals(const TitleTexts& title) {
           findAny(title.raw, kPosterWords)};
 }
 
-CelebrityBadge proposeCelebrityBadge(const CelebrityRow& primary, const TitleTexts& title, bool photo) {
-  CelebrityBadge badge;
-  badge.fallbackLabel = defaultLabel(primary, &badge.regionLabel);
-  const BadgeSubject subject{primary.kind, badge.fallbackLabel, photo, readActivitySignals(title)};
-  badge.rawLabel = chooseRawLabel(subject);
-  badge.mediumFallbackLabel = mediumFallbackLabel(badge.rawLabel);
-  badge.candidates = listCandidates(subject, badge.rawLabel);
-  giveReasons(subject, badge.rawLabel, &badge.candidates);
-  rateConfidence(&badge);
-  return badge;
+void clearBadge(CelebrityBadge* badge) {
+  std::vector<BadgeCandidate> candidates = std::move(badge->candidates);
+  candidates.clear();
+  *badge = {};
+  badge->candidates = std::move(candidates);
+}
+
+void proposeCelebrityBadge(const CelebrityRow& primary, const TitleTexts& title, bool photo, CelebrityBadge* badge) {
+  clearBadge(badge);
+  badge->fallbackLabel = defaultLabel(primary, &badge->regionLabel);
+  const BadgeSubject subject{primary.kind, badge->fallbackLabel, photo, readActivitySignals(title)};
+  badge->rawLabel = chooseRawLabel(subject);
+  badge->mediumFallbackLabel = mediumFallbackLabel(badge->rawLabel);
+  listCandidates(subject, badge->rawLabel, &badge->candidates);
+  giveReasons(subject, badge->rawLabel, &badge->candidates);
+  rateConfidence(badge);
 }
 
 }  // namespace corvenda

@@ -5,8 +5,10 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
+#include "base/keyed_hash.h"
 #include "rows/record_table.h"
 #include "text/title.h"
 
@@ -15,11 +17,27 @@ namespace corvenda {
 /// True if the title has no text in which a pack's row could be found. Such a title doesn't need the pack.
 bool isBlankTitle(const TitleTexts& title);
 
+/// A row whose alias stands in the title.
+struct CelebrityMatch {
+  CelebrityRow row;
+  const RecordTable* table = nullptr;
+  std::uint32_t number = 0;
+};
+
+/// What finding people needs. Kept from title to title to reuse its memory.
+struct CelebrityScratch {
+  TermHits hits;
+  std::vector<std::uint32_t> rows;
+  std::vector<CelebrityMatch> matches;  ///< each alias with an id once
+  std::unordered_set<std::string, KeyedHash> seenKeys;
+  std::vector<CelebrityRow> people;
+};
+
 /// The rows of the people in the title, each person once under the longest alias, the longest alias first. Of rows with
 /// the same alias and id the first counts: those of `overlays`, in order, then those of `pack`, which may be null for a
-/// blank title. The rows live as long as the tables.
-std::vector<CelebrityRow> findCelebrities(const TitleTexts& title, std::span<const RecordTable* const> overlays,
-                                          const RecordTable* pack);
+/// blank title. The rows live as long as the tables, their list until the scratch is used again.
+std::span<const CelebrityRow> findCelebrities(const TitleTexts& title, std::span<const RecordTable* const> overlays,
+                                              const RecordTable* pack, CelebrityScratch* scratch);
 
 /// What a title says of the person's activity: for each, the first of its words that the title has, or null. The words
 /// are constants.
@@ -54,7 +72,9 @@ struct CelebrityBadge {
   std::shared_ptr<const std::string> regionLabel;  ///< memory of the one that is no constant
 };
 
-/// `photo`: the title is that of a photo, else of a video.
-CelebrityBadge proposeCelebrityBadge(const CelebrityRow& primary, const TitleTexts& title, bool photo);
+/// `photo`: the title is that of a photo, else of a video. The badge's memory is used again.
+void proposeCelebrityBadge(const CelebrityRow& primary, const TitleTexts& title, bool photo, CelebrityBadge* badge);
+
+void clearBadge(CelebrityBadge* badge);
 
 }  // namespace corvenda

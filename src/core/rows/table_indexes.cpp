@@ -71,6 +71,22 @@ void findRepeated(const RecordTable& table, const TermIndex& index, std::span<co
   std::sort(repeated->begin(), repeated->end());
 }
 
+// --- Phrases -------------------------------------------------------------------------------------------------------
+
+std::uint64_t phraseLengthBit(std::string_view text) {
+  return std::uint64_t{1} << std::min<std::size_t>(text.size(), 63);
+}
+
+std::uint64_t phraseLengthsOf(const RecordTable& table, std::span<const std::uint32_t> rows) {
+  std::uint64_t lengths = 0;
+  for (const std::uint32_t row : rows) {
+    if (sectionOf(table, row) == Section::kHuman) lengths |= phraseLengthBit(termOf(table, row));
+  }
+  return lengths;
+}
+
+// --- Making --------------------------------------------------------------------------------------------------------
+
 bool isMade(const TableIndexes::Made& made) { return made.done.load(std::memory_order_acquire); }
 
 template <typename Make>
@@ -95,7 +111,7 @@ SystemVector<std::uint32_t> listMembers(const RecordTable& table) {
   return members;
 }
 
-/// `repeated` is null for indexes without scene rows.
+/// `repeated` is null for indexes without scene rows and phrases.
 template <IsMember kIsMember>
 void makeIndex(const RecordTable& table, TableIndexes::Made* made, TermIndex* index,
                std::vector<std::uint32_t>* repeated) {
@@ -104,7 +120,9 @@ void makeIndex(const RecordTable& table, TableIndexes::Made* made, TermIndex* in
     makeOnce(&indexes.ringMade, [&] { indexes.ring.resize(table.rows.size()); });
     const SystemVector<std::uint32_t> members = listMembers<kIsMember>(table);
     buildTermIndex(table, members, &indexes.ring, index);
-    if (repeated != nullptr) findRepeated(table, *index, members, repeated);
+    if (repeated == nullptr) return;
+    findRepeated(table, *index, members, repeated);
+    index->phraseLengths = phraseLengthsOf(table, members);
   });
 }
 
@@ -188,6 +206,10 @@ const TermIndex& identityIndex(const RecordTable& table) {
     buildTermIndex(table, listMembers<isIdentity>(table), &indexes.identity.ownRing, &indexes.identity);
   });
   return indexes.identity;
+}
+
+bool mayBePhrase(const TermIndex& index, std::string_view text) {
+  return (index.phraseLengths & phraseLengthBit(text)) != 0;
 }
 
 void makeIndexes(const RecordTable& table) {

@@ -48,6 +48,9 @@ const TermIndex& celebrityIndex(const RecordTable& table);
 const TermIndex& facetIndex(const RecordTable& table);
 const TermIndex& identityIndex(const RecordTable& table);
 
+/// False if no human phrase of the index has the length of the text: then it is none, without a look-up.
+bool mayBePhrase(const TermIndex& index, std::string_view text);
+
 /// Makes all of them, so that no later call has to.
 void makeIndexes(const RecordTable& table);
 

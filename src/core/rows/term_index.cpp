@@ -319,7 +319,7 @@ void addContainedAt(const Searcher& searcher, std::uint64_t lengths, std::string
 
 /// The text without its blanks in `words`, and where its words end in it.
 void joinWords(std::string_view text, TermHits* hits) {
-  hits->words.resize(text.size());
+  hits->words.resize(text.size() + sizeof(std::uint64_t));
   hits->ends.clear();
   char* const begin = hits->words.data();
   char* out = begin;
@@ -327,11 +327,15 @@ void joinWords(std::string_view text, TermHits* hits) {
     const auto end = static_cast<std::uint32_t>(out - begin);
     if (end > (hits->ends.empty() ? 0 : hits->ends.back())) hits->ends.push_back(end);
   };
-  for (const char byte : text) {
-    if (byte == ' ') endWord();
-    // Always written; advancing is what keeps it.
-    *out = byte;
-    out += byte == ' ' ? 0 : 1;
+  while (!text.empty()) {
+    const std::uint64_t bytes = loadFront(text);
+    const std::size_t left = std::min(text.size(), sizeof bytes);
+    const std::size_t kept = std::min(bytesBefore(bytes, ' '), left);
+    // There is room for all eight; what follows the kept ones is written over.
+    std::memcpy(out, &bytes, sizeof bytes);
+    out += kept;
+    text.remove_prefix(kept < left ? kept + 1 : left);
+    if (kept < left) endWord();
   }
   endWord();
   hits->words.resize(static_cast<std::size_t>(out - begin));
@@ -430,7 +434,7 @@ void buildTermIndex(const RecordTable& table, std::span<const std::uint32_t> row
   index->ring = ring;
   if (rows.empty()) return;
   index->slots.assign(tableCapacity(rows.size()), kEmptySlot);
-  index->shortGate.assign(std::clamp<std::size_t>(std::bit_ceil(4 * rows.size()), 256, 65536), 0);
+  index->shortGate.assign(std::clamp<std::size_t>(std::bit_ceil(16 * rows.size()), 256, 65536), 0);
   index->prefixBits.assign(rows.size() / 8 + 1, 0);
   std::size_t prefixes = 0;
   bool anyLong = false;

@@ -57,6 +57,7 @@ struct TermIndex {
   std::vector<std::uint64_t> pairs;        ///< a bit for each term of two bytes; empty if there is none
   std::uint8_t firstBytes[256] = {};       ///< whether terms of one byte, of two, or longer ones begin with the byte
   std::vector<std::uint32_t> longTerms;    ///< last rows of the terms of 53 bytes and more, by the bytes of the term
+  std::uint64_t phraseLengths = 0;         ///< of human phrases: bit n for n bytes, the last for 63 and more
   const SystemVector<std::uint32_t>* ring = nullptr;  ///< next row with the same term
   SystemVector<std::uint32_t> ownRing;                ///< holds `ring` if it isn't shared with other indexes
 };

@@ -22,6 +22,7 @@ void addRows(const RecordTable& table, const TermIndex& index, const TermHits& h
 
 void addPhrases(const RecordTable& table, const TermIndex& index, std::string_view text,
                 std::vector<std::uint32_t>* rows) {
+  if (!mayBePhrase(index, text)) return;
   const auto lastRow = findWholeTerm(table, index, text);
   if (!lastRow) return;
   forEachRow(index, *lastRow, [&](std::uint32_t row) {

@@ -83,18 +83,14 @@ bool hasNonAscii(std::string_view text) {
 }
 
 std::uint64_t countCharacters(std::string_view text, std::uint64_t enough) {
+  // A continuation byte has its top bit set and the next one clear. The multiplication sums those bits into the top
+  // byte.
+  const auto continuations = [](std::uint64_t bytes) {
+    return ((bytes & ~(bytes << 1U) & kTopBits) >> 7U) * kOnes >> 56U;
+  };
   std::uint64_t count = 0;
-  for (; text.size() >= 8 && count < enough; text.remove_prefix(8)) {
-    std::uint64_t bytes = 0;
-    std::memcpy(&bytes, text.data(), 8);
-    // A continuation byte has its top bit set and the next one clear. The multiplication sums those bits into the top
-    // byte.
-    const std::uint64_t continuations = (bytes & ~(bytes << 1U) & kTopBits) >> 7U;
-    count += 8 - (continuations * kOnes >> 56U);
-  }
-  for (std::size_t i = 0; i < text.size() && i < 8 && count < enough; ++i) {
-    count += (static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80U ? 1U : 0U;
-  }
+  for (; text.size() > 8 && count < enough; text.remove_prefix(8)) count += 8 - continuations(loadWord(text.data()));
+  if (count < enough) count += std::min<std::size_t>(text.size(), 8) - continuations(loadFront(text));
   return std::min(count, enough);
 }
 
