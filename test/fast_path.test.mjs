@@ -10,7 +10,7 @@ import { Worker } from 'node:worker_threads';
 
 import './support/addon.mjs';
 import { thrownBy } from './support/outcome.mjs';
-import { indexDocument, sceneRows, writeFile, writePack } from './support/packs.mjs';
+import { indexDocument, packBytes, root, sceneRows, writeAt, writeFile, writePack } from './support/packs.mjs';
 
 const require = createRequire(import.meta.url);
 const binary = readFileSync(Object.keys(require.cache).find((path) => path.endsWith('.node')));
@@ -73,6 +73,49 @@ test('a batch, its titles one by one, and the same without scripts', () => {
     assert.deepEqual(batch, direct[name]({ ...pack, cases }), name);
     for (const { locationMeta, locationCodes } of batch.results) {
       assert.ok(!locationMeta || locationMeta.countryCodes === locationCodes);
+    }
+  }
+});
+
+test('strings are kept from batch to batch, but never those of another pack or file', () => {
+  // The same shapes at the same places of the payload, with other texts.
+  const variant = (letter) => ({ documents: [indexDocument(JSON.parse(JSON.stringify(sections)
+    .replaceAll('name', `n${letter}me`).replaceAll('country', `c${letter}untry`).replaceAll('meal', `m${letter}al`)))] });
+  const rewritten = { packPath: writeFile('', 'rewritten.klrx'), allowedRoot: root };
+  const packs = [pack, writePack(variant('x')), rewritten];
+  const overlays = [{}, { overlayPackPath: packs[1].packPath, overlayAllowedRoot: root }, {
+    sceneOverlay: { categories: [{ key: 'own', label: 'own', defaultDetail: 'own detail', zh: ['好吃', '玩'] }] },
+    locationOverlay: { aliasesZh: { 京: [['JP', , , , 9, '京']] } },
+    celebrityOverlay: [{ id: 'own', name: '火锅', kind: 'idol', region: 'JP', photoKey: 'own photo', aliases: { zh: ['锅'] } }],
+  }];
+  const cases = titles.slice(0, 40);
+  const broken = [...cases.slice(0, 20), { get raw() { throw new Error('in the middle'); } }];
+  for (let round = 0; round < 240; round++) {
+    // Digits of the round: all combinations of neighbouring packs, overlays and events come.
+    const [batch, base, overlay, event] = [round % 2, (round >> 1) % 3, Math.floor(round / 5) % 3, Math.floor(round / 3) % 7];
+    const [name, options] = [batches[batch], { ...packs[base], ...overlays[overlay], cases: [...cases] }];
+    if (round % 16 === 0) writeAt(rewritten.packPath, packBytes(variant('abcdefghijklmnop'[round / 16])), 1000 + round);
+    if (event === 1) options.cases = broken;
+    const inner = { ...packs[(base + round) % 3], cases };
+    const outcome = (addon) => {
+      if (event === 2) options.cases[7] = { get raw() { addon[name](inner); return cases[7].raw; } };
+      try { return addon[name](options); } catch (error) { return error.message; }
+    };
+    assert.deepEqual(outcome(fast), outcome(direct), `${name}, round ${round}`);
+  }
+});
+
+test('more strings than are kept, and copies that fill the memory', () => {
+  const rows = Array.from({ length: 12000 }, (_, i) => [`人${i}物`, `${i}`, `name ${i}`, 'idol', 'JP', `${i}`, `photo ${i}`]);
+  const options = writePack({ sections: { celebrity: rows } });
+  const parts = [0, 4000, 8000, 0].map((begin) => rows.slice(begin, begin + 4000).map(([alias]) => ({ raw: alias })));
+  const filling = Array.from({ length: 60 }, (_, i) => ({ raw: `${i}${'长'.repeat(30000)}好吃` }));
+  for (const [name, of, lists] of [[batches[1], options, parts], [batches[0], pack, [filling, filling]]]) {
+    for (const list of lists) {
+      const { results } = fast[name]({ ...of, cases: list });
+      for (let i = 0; i < list.length; i += Math.ceil(list.length / 50)) {
+        assert.deepEqual([results[i]], direct[name]({ ...of, cases: [list[i]] }).results);
+      }
     }
   }
 });
