@@ -112,6 +112,10 @@ city       1      1    100.0 %  100.0 %
 food       2      2    100.0 %  100.0 %
 skate      1      0          -    0.0 %
 all        4      3    100.0 %   75.0 %
+
+any     cases  right  precision  recall
+place       3      2    100.0 %  66.7 %
+person      2      1    100.0 %  50.0 %
 5 of 6 cases passed
 `, '']);
   assert.match((await klrx('test p.klrx c.yaml', addon))[1],
@@ -138,6 +142,7 @@ all        4      3    100.0 %   75.0 %
     ['raw\tscene\n\tfood\n', '2:1: the title is missing'], ['raw\na\tb\n', '2:1: the row has 2 columns, not 1'],
     ['raw: x', '1:1: a list of cases should stand here', 'x.yaml'], ['- x', '1:3: a case with "raw" should stand here', 'x.yaml'],
     ['- raw: x\n  scnee: y', '2:3: unknown column "scnee" (allowed: raw, en, scene, detail, place, person, note)', 'x.yaml'],
+    ['raw\tplace\na\tJP| \n', '2:1: an alternative of "place" is empty ("-" expects nothing)'],
     ['- scene: food', '1:3: the title is missing', 'x.yaml'], ['- raw: [x]', '1:3: "raw" is no text', 'x.yaml'],
     ['- raw: "x', /^x.yaml:1:10: the YAML is faulty: /, 'x.yaml'],
   ]) {
@@ -148,6 +153,28 @@ all        4      3    100.0 %   75.0 %
     else assert.match(said.slice('klrx: '.length), message);
   }
   assert.match((await klrx('test p.klrx c.tsv --update --out c.tsv', addon))[2], /c.tsv is an input and the output/);
+});
+
+// The alternative that the answer meets is what the scores count, otherwise the first one.
+test('test: several right answers', async () => {
+  const rows = ['吃火锅\tcity|food\t-\t-', '吃火锅\t- | pet\t-\t-', 'nothing\tfood|-\tJP|-\t', 'nothing\tcity|pet\t\t', '东京的街\tfood|city\tCN|JP\t李娜|-'];
+  await enterWithPack({ 'c.tsv': `raw\tscene\tplace\tperson\n${rows.join('\n')}\n` });
+  const [status, out] = await klrx('test p.klrx c.tsv', addon);
+  assert.deepEqual([status, out], [1, `c.tsv:3: failed: 吃火锅
+  scene: expected - | pet, got food
+  food: by "火锅", scene alias (zh, score 11.4)
+c.tsv:5: failed: nothing
+  scene: expected city|pet, got -
+scene  cases  right  precision   recall
+city       2      1    100.0 %   50.0 %
+food       1      1     50.0 %  100.0 %
+all        3      2     66.7 %   66.7 %
+
+any     cases  right  precision   recall
+place       1      1    100.0 %  100.0 %
+person      0      0          -        -
+3 of 5 cases passed
+`]);
 });
 
 test('the guide to lexicons: files saved, commands run, in its order', async () => {

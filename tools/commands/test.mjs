@@ -1,7 +1,7 @@
 // klrx test: a lexicon's own tests.
 
 import { answering, OVERLAY, packsOf } from '../lib/answers.mjs';
-import { NOTHING, readCases, sceneScores, unmet, updated } from '../lib/cases.mjs';
+import { NOTHING, readCases, sceneScores, scoreOfAny, unmet, updated } from '../lib/cases.mjs';
 import { ANSWER_IS_NO, attempt, DONE, misuse } from '../lib/command_line.mjs';
 import { explainAnswer } from '../lib/explanation.mjs';
 import { explanationText } from '../lib/explanation_text.mjs';
@@ -12,10 +12,15 @@ import { columns, painter, printable } from '../lib/terminal.mjs';
 
 const percent = (part, whole) => (whole === 0 ? NOTHING : `${((100 * part) / whole).toFixed(1)} %`);
 
-function scoresText(scores) {
-  const rows = scores.map(({ scene, cases, answered, right }) =>
-    [scene, String(cases), String(right), percent(right, answered), percent(right, cases)]);
-  return columns([['scene', 'cases', 'right', 'precision', 'recall'], ...rows], ['left', 'right', 'right', 'right', 'right']);
+/** Tables of scores: scenes, then what else is expected. */
+function scoresText(scenes, others) {
+  const cells = ({ cases, answered, right }) => [String(cases), String(right), percent(right, answered), percent(right, cases)];
+  const table = (heading, rows) => columns([[heading, 'cases', 'right', 'precision', 'recall'], ...rows], ['left', 'right', 'right', 'right', 'right']);
+  const told = Object.entries(others).filter(([, score]) => score !== undefined);
+  return [
+    table('scene', scenes.map((score) => [score.scene, ...cells(score)])),
+    ...(told.length > 0 ? [table('any', told.map(([name, score]) => [name, ...cells(score)]))] : []),
+  ].join('\n');
 }
 
 function failuresText(path, failures, colors) {
@@ -64,11 +69,12 @@ async function run({ values, positionals, io }) {
   const failures = cases.map((one, i) => ({ one, wrong: unmet(one, answers[i]), answer: answers[i] }))
     .filter(({ wrong }) => wrong.length > 0)
     .map(({ one: { line, title }, wrong, answer }) => ({ line, raw: title.raw, wrong, why: explain(title, answer) }));
-  const scores = sceneScores(cases, answers);
+  const scenes = sceneScores(cases, answers);
+  const others = { place: scoreOfAny(cases, answers, 'place'), person: scoreOfAny(cases, answers, 'person') };
   const counts = { cases: cases.length, passed: cases.length - failures.length, failed: failures.length };
   return {
-    report: { counts, scenes: scores, failures },
-    text: `${failuresText(path, failures, io.colors)}${scoresText(scores)}${counts.passed} of ${counts.cases} cases passed\n`,
+    report: { counts, scenes, ...others, failures },
+    text: `${failuresText(path, failures, io.colors)}${scoresText(scenes, others)}${counts.passed} of ${counts.cases} cases passed\n`,
     status: failures.length === 0 ? DONE : ANSWER_IS_NO,
   };
 }
@@ -78,8 +84,8 @@ export const test = {
   summary: 'hold a pack against titles with expected answers',
   usage: 'PACK CASES [options]',
   about: 'CASES is a table (*.tsv) whose first line names its columns, or a list in YAML (*.yaml): raw, en, scene, detail, '
-    + 'place, person, note. A blank expectation is none; "-" expects nothing. A place is expected by any of its labels or '
-    + 'codes, a person by name or id.\n'
+    + 'place, person, note. A blank expectation is none; "-" expects nothing; "a|b" expects either. A place is expected '
+    + 'by any of its labels or codes, a person by name or id.\n'
     + 'Precision: of the titles answered with the scene, how many are right. Recall: of the titles of the scene, how many '
     + 'are found.',
   options: {

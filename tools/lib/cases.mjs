@@ -1,6 +1,6 @@
 // The cases of a lexicon's own tests: titles with what they should come to, in a table or in YAML.
 //
-// An expectation that is blank is no expectation; "-" expects nothing (no scene, no place).
+// An expectation that is blank is no expectation; "-" expects nothing (no scene, no place); "a|b" is met by either.
 
 import { LineCounter, isMap, isScalar, isSeq, parseDocument } from 'yaml';
 import englishReading from '../../lib/english_reading.cjs';
@@ -11,6 +11,7 @@ import { compactTerm } from './text.mjs';
 export const EXPECTED = /** @type {const} */ (['scene', 'detail', 'place', 'person']);
 const COLUMNS = ['raw', 'en', ...EXPECTED, 'note'];
 export const NOTHING = '-';
+const alternativesOf = (expectation) => expectation.split('|').map((each) => each.trim());
 
 /**
  * @typedef {object} Case
@@ -102,7 +103,12 @@ function readYaml(source) {
  * @returns {CaseFile}
  */
 export function readCases(source, { bare = false } = {}) {
-  return /\.ya?ml$/i.test(source.path) ? readYaml(source) : readTable(source, bare);
+  const file = /\.ya?ml$/i.test(source.path) ? readYaml(source) : readTable(source, bare);
+  for (const { expected, line } of file.cases) {
+    const faulty = EXPECTED.find((name) => expected[name] !== '' && alternativesOf(expected[name]).includes(''));
+    if (faulty) throw no(`${source.path}:${line}:1: an alternative of "${faulty}" is empty ("${NOTHING}" expects nothing)`);
+  }
+  return file;
 }
 
 /** What of an answer an expectation is held against. */
@@ -113,18 +119,34 @@ const NAMES = {
   person: ({ person, people }) => [person, ...people],
 };
 
+/** Whether a name of an answer is this one; "-" is that of nothing. */
+const isNamed = (names, wanted) => (wanted === NOTHING ? names[0] === '' : names.some((each) => compactTerm(each) === compactTerm(wanted)));
+
+/**
+ * What an answer is held to: the alternative that it meets, or the first one.
+ * @param {Case} testCase
+ * @param {import('./answers.mjs').Answer} answer
+ * @param {typeof EXPECTED[number]} name
+ * @returns {{ wanted: string, got: string, met: boolean }} "" for nothing
+ */
+function judged({ expected }, answer, name) {
+  const names = NAMES[name](answer);
+  const alternatives = alternativesOf(expected[name]);
+  const found = alternatives.find((each) => isNamed(names, each));
+  const wanted = found ?? alternatives[0];
+  return { wanted: wanted === NOTHING ? '' : wanted, got: names[0], met: found !== undefined };
+}
+
 /**
  * The expectations that an answer does not meet.
  * @param {Case} testCase
  * @param {import('./answers.mjs').Answer} answer
  * @returns {{ name: string, expected: string, got: string }[]} both "-" for nothing
  */
-export function unmet({ expected }, answer) {
-  return EXPECTED.flatMap((name) => {
-    const wanted = expected[name];
-    const [got, ...others] = NAMES[name](answer);
-    const met = wanted === '' || (wanted === NOTHING ? got === '' : [got, ...others].some((each) => compactTerm(each) === compactTerm(wanted)));
-    return met ? [] : [{ name, expected: wanted, got: got || NOTHING }];
+export function unmet(testCase, answer) {
+  return EXPECTED.filter((name) => testCase.expected[name] !== '').flatMap((name) => {
+    const { got, met } = judged(testCase, answer, name);
+    return met ? [] : [{ name, expected: testCase.expected[name], got: got || NOTHING }];
   });
 }
 
@@ -138,21 +160,43 @@ export function updated(testCase, answer) {
 }
 
 /**
+ * How well something is told. Precision is right / answered, recall right / cases.
+ * @typedef {{ cases: number, answered: number, right: number }} Score
+ */
+
+/** @returns {Score} */
+function scoreOf(all, isOne) {
+  return {
+    cases: all.filter(({ wanted }) => isOne(wanted)).length,
+    answered: all.filter(({ got }) => isOne(got)).length,
+    right: all.filter(({ met, got }) => met && isOne(got)).length,
+  };
+}
+
+const judgedCases = (cases, answers, name) =>
+  cases.map((one, i) => [one, answers[i]]).filter(([{ expected }]) => expected[name] !== '').map(([one, answer]) => judged(one, answer, name));
+const isSome = (name) => name !== '';
+
+/**
  * How well scenes are told, over the cases that expect one or none.
  * @param {Case[]} cases
  * @param {import('./answers.mjs').Answer[]} answers
- * @returns {{ scene: string, cases: number, answered: number, right: number }[]} the scenes in the order of their names, then
- *   all together under the name "all": precision is right / answered, recall right / cases
+ * @returns {(Score & { scene: string })[]} the scenes in the order of their names, then all together under the name "all"
  */
 export function sceneScores(cases, answers) {
-  const judged = cases.map(({ expected }, i) => ({ wanted: expected.scene === NOTHING ? '' : expected.scene, got: answers[i].scene, counts: expected.scene !== '' }))
-    .filter(({ counts }) => counts);
-  const score = (scene, isOne) => ({
-    scene,
-    cases: judged.filter(({ wanted }) => isOne(wanted)).length,
-    answered: judged.filter(({ got }) => isOne(got)).length,
-    right: judged.filter(({ wanted, got }) => isOne(wanted) && wanted === got).length,
-  });
-  const scenes = [...new Set(judged.flatMap(({ wanted, got }) => [wanted, got]))].filter((scene) => scene !== '').sort();
-  return [...scenes.map((scene) => score(scene, (each) => each === scene)), score('all', (each) => each !== '')];
+  const all = judgedCases(cases, answers, 'scene');
+  const scenes = [...new Set(all.flatMap(({ wanted, got }) => [wanted, got]))].filter(isSome).sort();
+  return [...scenes.map((scene) => ({ scene, ...scoreOf(all, (each) => each === scene) })), { scene: 'all', ...scoreOf(all, isSome) }];
+}
+
+/**
+ * How well places or people are told, whichever they are.
+ * @param {Case[]} cases
+ * @param {import('./answers.mjs').Answer[]} answers
+ * @param {'place' | 'person'} name
+ * @returns {Score | undefined} nothing if no case expects any or none
+ */
+export function scoreOfAny(cases, answers, name) {
+  const all = judgedCases(cases, answers, name);
+  return all.length === 0 ? undefined : scoreOf(all, isSome);
 }
