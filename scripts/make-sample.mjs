@@ -2,7 +2,7 @@
 //
 //   node scripts/make-sample.mjs DATA_FOLDER
 //
-// DATA_FOLDER holds places.tsv, vocabulary.tsv, titles.tsv and people.tsv. What is taken and what is left out stands in
+// DATA_FOLDER holds places.tsv, vocabulary.tsv, titles.tsv and people.tsv (titles.tsv only tells everyday words here). What is taken and what is left out stands in
 // sample/selection.json. The scene files and every other hand-written source are read (their aliases win, and the category
 // data is copied from them) and never written. The same input gives the same bytes.
 
@@ -10,6 +10,7 @@ import { mkdirSync, readdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import stringWidth from 'string-width';
+import englishReading from '../lib/english_reading.cjs';
 import { compactTerm } from '../tools/index.mjs';
 import { PLACES_COLUMNS } from '../tools/lib/places.mjs';
 
@@ -138,13 +139,15 @@ function makeVocabulary(dataFolder, { rules, kin, exclude }) {
     }
     for (const [lang, raw] of pickTerms(terms, rule.take, kinPattern)) {
       const term = raw.trim();
-      const folded = compactTerm(term);
+      // English as the reading of a title has it: without the marks that no reading holds.
+      const written = lang === 'en' ? englishReading(term) : term;
+      const folded = compactTerm(written);
       const wellFormed = lang === 'zh' ? /^[\u4e00-\u9fff·]{2,}$/.test(term) : /^[A-Za-z][A-Za-z0-9'& -]{2,}$/.test(term);
-      if (!wellFormed || taken.has(folded) || excluded[lang].has(folded)) continue;
+      if (!wellFormed || taken.has(folded) || excluded[lang].has(folded) || excluded[lang].has(compactTerm(term))) continue;
       taken.add(folded);
       const details = found.get(rule.scene) ?? found.set(rule.scene, new Map()).get(rule.scene);
       const lists = details.get(rule.detail ?? '') ?? details.set(rule.detail ?? '', { zh: [], en: [] }).get(rule.detail ?? '');
-      lists[lang].push(lang === 'en' ? term.toLowerCase() : term);
+      lists[lang].push(written);
     }
   }
   const categories = [...scenes.values()].filter(({ key }) => found.has(key)).map((category) => {
@@ -166,7 +169,7 @@ function makeVocabulary(dataFolder, { rules, kin, exclude }) {
 
 // ---- People of the open lists
 
-function makePeople(dataFolder, { excludeKinds, exclude }) {
+function makePeople(dataFolder, { excludeKinds, artists, noKind, exclude }) {
   const curated = readJson(join(lexiconFolder, 'celebrities.json')).celebrities;
   const taken = new Set(curated.flatMap((p) => [p.name, ...Object.values(p.aliases ?? {}).flat()]).map(compactTerm));
   const ids = new Set(curated.map((person) => person.id));
@@ -182,7 +185,7 @@ function makePeople(dataFolder, { excludeKinds, exclude }) {
     celebrities.push({
       id: row.id,
       name: row.name_en,
-      kind: row.kind,
+      ...(noKind.includes(row.kind) ? {} : { kind: artists.includes(row.kind) ? 'artist' : row.kind }),
       region: row.region,
       priority: '1',
       ...(aliases.length > 0 ? { aliases: { en: aliases } } : {}),
@@ -246,7 +249,8 @@ function makePlaces(dataFolder, { shortNames, exclude }, everydayWords) {
     },
     en({ alias, kind, weight }, table) {
       // An English row is looked up by single words of the reading: a name with a blank could never be found here.
-      if (!/^[A-Z][A-Za-z'-]{3,}$/.test(alias) || excluded.en.has(compactTerm(alias)) || everydayWords.en.has(compactTerm(alias))) return false;
+      // A hyphen in it would be one: a reading has none.
+      if (!/^(?=.{4})[A-Z][A-Za-z]*(?:'[A-Za-z]+)*$/.test(alias) || excluded.en.has(compactTerm(alias)) || everydayWords.en.has(compactTerm(alias))) return false;
       if (kind === 'country' || kind === 'capital') return true;
       return weight >= { cn: 0.6, us: 0.5, eu: 0.5, asia: 0.6, world: 0.7 }[table];
     },
@@ -291,52 +295,6 @@ function everydayWordsOf(dataFolder) {
   return words;
 }
 
-// ---- Titles
-
-/** A test whether a title holds an alias of the scene files, so that the choice can favour titles with something to show. */
-function aliasTest() {
-  const { taken } = readHandWritten();
-  const native = [...taken].filter((term) => /[^\0-\x7f]/.test(term));
-  return ({ raw, en }) => {
-    const words = en.split(' ').filter(Boolean);
-    const runs = words.flatMap((_, i) => [1, 2, 3].map((length) => words.slice(i, i + length).join('')));
-    return runs.some((run) => taken.has(run)) || native.some((term) => raw.includes(term));
-  };
-}
-
-function makeTitles(dataFolder, { counts, exclude }) {
-  const excluded = new Set(exclude);
-  const holdsAlias = aliasTest();
-  const pools = { 'recipe-title': [], 'poem-title': [], 'picture-title': [], video: [], chineseVideo: [] };
-  const seen = new Set();
-  for (const row of readTable(join(dataFolder, 'titles.tsv'))) {
-    const raw = row['zh/raw'].trim();
-    const length = characters(raw);
-    if (excluded.has(raw) || seen.has(raw) || length < 4 || length > 60) continue;
-    if (row.kind === 'video-description' || (row.lang !== 'zh' && row.lang !== 'en')) continue;
-    if (/https?:|uploads from|[<>{}\\_*]|\b(sex|porn|nude|nsfw|kill\w*|murder\w*|bomb\w*|assault)\b/i.test(raw)) continue;
-    if (/^(Episode \d+|\d+\. episode)$|\bdlp\b|youtube-dl/i.test(raw)) continue; // of no interest
-    seen.add(raw);
-    // The reading that a caller would pass: lower case, words parted by single blanks.
-    const en = row.en.toLowerCase().replace(/[^a-z0-9' ]+/g, ' ').replace(/ +/g, ' ').trim();
-    const pool = row.kind in pools ? row.kind : row.lang === 'zh' ? 'chineseVideo' : 'video';
-    pools[pool].push({ raw, en });
-  }
-  // Evenly spread over each kind; two of three hold an alias where there are enough of them.
-  const spread = (list, count) =>
-    list.filter((_, i) => Math.floor(((i + 1) * count) / list.length) > Math.floor((i * count) / list.length));
-  const titles = Object.entries(pools).flatMap(([kind, list]) => {
-    const speaking = list.filter(holdsAlias);
-    const rest = list.filter((title) => !speaking.includes(title));
-    const wanted = Math.min(counts[kind], list.length);
-    const first = Math.min(speaking.length, Math.ceil((wanted * 2) / 3));
-    const chosen = new Set([...spread(speaking, first), ...spread(rest, Math.min(rest.length, wanted - first))]);
-    return list.filter((title) => chosen.has(title));
-  });
-  writeTable(join(sample, 'titles.tsv'), ['raw', 'en'], titles);
-  return titles.length;
-}
-
 // ---- Command line
 
 const [dataFolder, ...rest] = process.argv.slice(2);
@@ -348,5 +306,4 @@ const selection = readJson(join(sample, 'selection.json'));
 const vocabulary = makeVocabulary(dataFolder, selection.vocabulary);
 const people = makePeople(dataFolder, selection.people);
 const places = makePlaces(dataFolder, selection.places, everydayWordsOf(dataFolder));
-const titles = makeTitles(dataFolder, selection.titles);
-process.stdout.write(`${JSON.stringify({ vocabulary, people, places, titles })}\n`);
+process.stdout.write(`${JSON.stringify({ vocabulary, people, places })}\n`);
