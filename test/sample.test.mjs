@@ -1,11 +1,13 @@
 // The sample lexicon: lint finds nothing in it, and it is right about real titles that were labelled by hand.
 import assert from 'node:assert/strict';
+import { dirname } from 'node:path';
 import test from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { addon } from './support/addon.mjs';
 import { sampleTitles, sealSample } from './support/sample.mjs';
 import { klrx } from './support/klrx.mjs';
 
+const packPath = sealSample();
 const sample = (name) => fileURLToPath(new URL(`../sample/${name}`, import.meta.url));
 
 /** What klrx says of a command as JSON. */
@@ -21,14 +23,22 @@ test('lint finds nothing but what the tables of regions are for', async () => {
 const HALVES = [{ half: 'tuning', recall: 76 / 97 }, { half: 'held-out', recall: 74 / 95 }];
 
 test('of the scenes told for labelled titles 95 % are right, and no fewer are told', async () => {
-  const pack = sealSample();
   const real = new Set(sampleTitles().map(({ raw }) => raw));
   for (const { half, recall } of HALVES) {
-    const { counts, scenes, failures } = await report('test', pack, sample(`cases/${half}.tsv`));
+    const { counts, scenes, failures } = await report('test', packPath, sample(`cases/${half}.tsv`));
     const { cases, answered, right } = scenes.at(-1);
     assert.equal(counts.cases, 150);
     assert.ok(right / answered >= 0.95, `${half}: ${right} of ${answered} answers are right`);
     assert.ok(right / cases >= recall, `${half}: ${right} of ${cases} titles are told`);
     assert.ok(failures.every(({ raw }) => real.has(raw)));
   }
+});
+
+test('the label of a place is in one language, that of the title where it is in two', () => {
+  const titles = sampleTitles();
+  const isChinese = (text) => /\p{Script=Han}/u.test(text);
+  const { results } = addon.resolveSceneIntentBatch({ packPath, allowedRoot: dirname(packPath), cases: titles });
+  const labels = results.flatMap(({ locationMeta }, i) => (locationMeta ? [{ title: titles[i].raw, parts: locationMeta.shortLabel.split(' · ') }] : []));
+  assert.ok(labels.length > 40, `${labels.length} places`);
+  assert.deepEqual(labels.filter(({ title, parts }) => parts.some((part) => isChinese(part) !== isChinese(title))), []);
 });
