@@ -23,13 +23,14 @@ test('the guide has a section for each rule, and its examples are what is found'
   assert.deepEqual(sections.map(({ rule }) => rule), Object.keys(RULES));
   const packsOnly = [];
   for (const { rule, text } of sections) {
-    const [, name = 'lexicon.json', source, expected] = /```(?:json|tsv (\S+))\n(.*?)```\n\n```\n(.*?)```/s.exec(text) ?? [];
+    const [, name = 'lexicon.json', source, titles, expected] =
+      /```(?:json|tsv (\S+))\n(.*?)```\n\n(?:```txt titles.txt\n(.*?)```\n\n)?```\n(.*?)```/s.exec(text) ?? [];
     if (source === undefined) {
       packsOnly.push(rule);
       continue;
     }
-    enter({ [name]: source });
-    const found = (await lint(name)).slice(1).filter((line) => line.includes(`: ${rule}: `));
+    enter({ [name]: source, 'titles.txt': titles ?? '' });
+    const found = (await lint(titles ? `${name} --titles titles.txt` : name)).slice(1).filter((line) => line.includes(`: ${rule}: `));
     assert.equal(found.map((line) => `${line}\n`).join(''), expected);
   }
   assert.deepEqual(packsOnly, ['patch-without-effect', 'shard-name', 'unknown-scene']);

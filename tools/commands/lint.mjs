@@ -6,6 +6,7 @@ import { ANSWER_IS_NO, countOf, DONE, misuse, no } from '../lib/command_line.mjs
 import { placeOf } from '../lib/findings.mjs';
 import { withLaboratory } from '../lib/lint/laboratory.mjs';
 import { placeFindings } from '../lib/lint/place_rules.mjs';
+import { policyFindings } from '../lib/lint/policy_rules.mjs';
 import { RULES } from '../lib/lint/rules.mjs';
 import { sceneFindings } from '../lib/lint/scene_rules.mjs';
 import { textFindings } from '../lib/lint/text_rules.mjs';
@@ -65,11 +66,11 @@ function readRules(settings) {
 /**
  * Asks everything that there is to ask.
  * @param {Subject} subject
- * @param {{ base?: ReturnType<typeof readBase>, titles: { raw: string, normalizedEnglish: string }[] }} options
+ * @param {{ base?: ReturnType<typeof readBase>, titles: import('../lib/titles.mjs').FileTitle[], titlesPath: string }} options
  * @param {import('../lib/lint/laboratory.mjs').Laboratory} laboratory
  * @param {(text: string) => void} progress
  */
-function findingsOf({ rows, findings, isPatch, packPath, documents }, { base, titles }, laboratory, progress) {
+function findingsOf({ rows, findings, isPatch, packPath, documents }, { base, titles, titlesPath }, laboratory, progress) {
   const { addon } = laboratory;
   const path = packPath ?? laboratory.write(documents(), isPatch ? 'patch' : 'base');
   const packs = isPatch && base ? packsOf(base.path, { overlay: path }) : packsOf(path);
@@ -81,6 +82,7 @@ function findingsOf({ rows, findings, isPatch, packPath, documents }, { base, ti
     ['scenes', () => sceneFindings(rows.filter(({ section }) => !isPatch || section === 'scene'), answer)],
     ['places', () => placeFindings(rows, laboratory)],
     ['words', () => wordFindings(rows, titles, answer, facetsOf)],
+    ['titles', () => policyFindings(titles, titlesPath, answer(titles), addon)],
   ];
   return findings.concat(...steps.map(([name, step]) => {
     progress(`asking about ${name}`);
@@ -122,7 +124,8 @@ async function run({ values, positionals, io, progress }) {
   const subject = isPack ? readOnePack(positionals[0], trust) : readSources(positionals, base);
   if (subject.isPatch && !base) throw no(`${positionals[0]}: is a patch`, { hint: '--base PACK names its base' });
   const titles = values.titles === undefined ? [] : await allTitles(values.titles, io);
-  const all = await withLaboratory(io, trust, (laboratory) => findingsOf(subject, { base, titles }, laboratory, progress));
+  const options = { base, titles, titlesPath: values.titles };
+  const all = await withLaboratory(io, trust, (laboratory) => findingsOf(subject, options, laboratory, progress));
   const findings = all.filter(({ rule }) => !off.has(rule)).map((finding) => ({ ...finding, advice: RULES[finding.rule] }));
   const summary = `${countOf(findings.length, 'finding')} in ${countOf(subject.rows.length, 'row')}\n`;
   return {
@@ -140,7 +143,7 @@ export const lint = {
     + 'name a rule; docs/lint.md has a section for each. The exit status is 1 if there are any.',
   options: {
     rule: { type: 'string', multiple: true, value: 'NAME=off', help: 'leave a rule out; may be given several times' },
-    titles: { type: 'string', value: 'FILE', help: 'real titles, to show in which of them aliases stand inside words' },
+    titles: { type: 'string', value: 'FILE', help: 'real titles, to show what in them goes wrong inside words' },
     base: { type: 'string', value: 'PACK', help: 'the base of a patch; sources are then those of a patch' },
     limit: { type: 'string', value: 'N', default: '10', help: 'findings to show of each rule; 0 for all; 10 by default' },
     ...TRUST,

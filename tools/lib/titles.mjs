@@ -99,17 +99,19 @@ export async function* readTitles(path, io, format) {
   }
 }
 
+/** A title and its line. @typedef {{ raw: string, normalizedEnglish: string, line: number }} FileTitle */
+
 /**
  * All titles of a file, for what needs them at once.
  * @param {string} path
  * @param {import('./command_line.mjs').Io} io
- * @returns {Promise<{ raw: string, normalizedEnglish: string }[]>}
+ * @returns {Promise<FileTitle[]>}
  */
 export async function allTitles(path, io) {
   const titles = [];
   for await (const { line, title, error } of readTitles(path, io)) {
     if (!title) throw no(`${path}:${line}: ${error}`);
-    titles.push(title);
+    titles.push({ ...title, line });
   }
   return titles;
 }

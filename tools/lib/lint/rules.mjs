@@ -12,6 +12,7 @@ export const RULES = Object.freeze({
   'not-folded': 'write the character as titles have it: only A to Z and the ASCII blank are folded',
   'one-character': 'lengthen the alias: a single character is found in too many titles',
   'patch-without-effect': 'put the row into the base: only its phrases and facets are read for titles',
+  'policy-word': 'let the application pass an override, or a reading without the word: the policy is not part of a lexicon',
   'repeated-id': 'give each person an id of its own, and say the data of one person once',
   'scene-data': 'say label, priority and the rest of a scene the same everywhere: the first category decides for overrides',
   'shard-name': 'name the source location-NAME.tsv: rows under other names are never looked at',
