@@ -29,7 +29,7 @@ const say = (line) => process.stderr.write(`${line}\n`);
 
 function klrx(...args) {
   const line = `demo: klrx ${args.map((arg) => relative(root, resolve(root, arg)) || arg).join(' ')}`;
-  say(line.length > 118 ? `${line.slice(0, 117)}…` : line);
+  say(line.length > 80 ? `${line.slice(0, 79)}…` : line);
   const { status } = spawnSync(process.execPath, [join(root, 'tools/klrx.mjs'), ...args], { cwd: root, stdio: ['ignore', 2, 2] });
   if (status !== 0) throw new Error(`klrx ended with status ${status}`);
 }

@@ -3,6 +3,8 @@ import assert from 'node:assert/strict';
 import { dirname } from 'node:path';
 import test from 'node:test';
 import { fileURLToPath } from 'node:url';
+import stringWidth from 'string-width';
+import { renderReport } from '../scripts/demo_report.mjs';
 import { addon } from './support/addon.mjs';
 import { sampleTitles, sealSample } from './support/sample.mjs';
 import { klrx } from './support/klrx.mjs';
@@ -41,4 +43,22 @@ test('the label of a place is in one language, that of the title where it is in 
   const labels = results.flatMap(({ locationMeta }, i) => (locationMeta ? [{ title: titles[i].raw, parts: locationMeta.shortLabel.split(' · ') }] : []));
   assert.ok(labels.length > 40, `${labels.length} places`);
   assert.deepEqual(labels.filter(({ title, parts }) => parts.some((part) => isChinese(part) !== isChinese(title))), []);
+});
+
+test('the demo fits 80 columns, and shows what decided', () => {
+  const pack = { packPath, allowedRoot: dirname(packPath) };
+  const titles = [...sampleTitles(), { raw: '长'.repeat(50), normalizedEnglish: `${'long '.repeat(30)}hot pot${' word'.repeat(30)}` }];
+  const scenes = addon.resolveSceneIntentBatch({ ...pack, cases: titles });
+  const results = {
+    pack: addon.inspectRulePack(pack), titles, scenes, celebrities: addon.resolveCelebrityBadgeBatch({ ...pack, cases: titles }),
+    milliseconds: 1, facets: titles.map((title) => addon.extractSemanticFacets({ ...pack, ...title })),
+    workflow: titles.map((title, i) => addon.evaluateWorkflowPolicy({ ...title, sceneKey: scenes.results[i].sceneKey })),
+    patch: { manifest: { baseRuleSetId: 'a', ruleSetId: 'b', signatureVerified: true }, lookup: { matches: [] } },
+  };
+  const lines = renderReport(results, titles.length, Infinity).split('\n');
+  assert.deepEqual(lines.filter((line) => stringWidth(line) > 80), []);
+  for (const shown of [
+    '  read as "chengdu [hotpot restaurant]"; at 中国 · 成都', '  by 演唱会现场; with 周杰伦, 明星演唱会', '  by 旅行; suppressed: hard-workflow-suppressed-scene',
+    '  read as "… long long long long [hot pot] word word word word …"',
+  ]) assert.ok(lines.includes(shown), `${shown}\n${lines.join('\n')}`);
 });
