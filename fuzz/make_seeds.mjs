@@ -72,6 +72,8 @@ const seeds = {
     index: buildPayload([indexDocument]),
     plain: buildPayload([{ type: 1, encoding: 1, name: 'scenes', data: '{}' }, { type: 6, encoding: 1, name: 'location-x', data: 'x' }]),
     shard: buildPayload([indexDocument, { type: 6, name: 'location-fr', data: shard }]),
+    // Its rows belong to the section of its name.
+    facets: buildPayload([{ type: 6, name: 'facet', data: shard }, indexDocument]),
   },
   location_shard: {
     empty: buildLocationShard(),

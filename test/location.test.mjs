@@ -236,6 +236,12 @@ test('shards: rows, weights, names', () => {
     ...weights.map(([, text], i) => `location-xx,a,${i},location-db-en,${text},L,en,N`),
     'location-xx,a,Z,location-db-native,1.000000,,zh,Z land']);
   assert.deepEqual(codesOf(pack, ['火星']), [''], 'out of reach under another name');
+  // Under the name of a section its rows are rows of that.
+  const facets = writePack({ documents: [shard('facet', [place('db:a Z 1 -'), place('en:b Y 2')]), indexDocument({ facet: [['b']] })] });
+  assert.deepEqual(['a', 'b'].flatMap((term) => addon.lookupBinaryIndex({ ...facets, section: 'facet', term }).matches
+    .map(({ section, fields }) => [section, ...fields].join())),
+  ['facet,Z,location-db-native,1.000000,,zh,Z land', 'facet', 'facet,Y,location-db-en,2.000000,b,en,Y land']);
+  assert.deepEqual(codesOf(facets, ['a', 'b']), ['', '']);
   const odd = writePack({ documents: [indexDocument(), shard('location-x', [place('db:巴黎 FR NaN')])] });
   assert.ok(Number.isNaN(resolve(odd, ['巴黎'])[0].locationMeta.primaryHit.weight));
 });
