@@ -1,6 +1,6 @@
 // Packs and manifests in which one byte is changed, missing or added. No such pack is accepted, and of a manifest only
 // what no signature covers may change; what was loaded before stays. With CORVENDA_LONG=1 every byte takes every value,
-// and all sound vectors take part, which is some minutes' work.
+// and more vectors take part: a minute or two.
 import assert from 'node:assert/strict';
 import { closeSync, ftruncateSync, openSync, readdirSync, readFileSync, writeSync } from 'node:fs';
 import { basename, join } from 'node:path';
@@ -72,7 +72,7 @@ const packs = {
 };
 for (const name of readdirSync(vectorFolder).filter((each) => each.endsWith('.klrx'))) {
   const sound = JSON.parse(read(name.replace('.klrx', '.json'))).layer === 'none';
-  if (sound && (long || /compressed|release/.test(name))) packs[name] = read(name);
+  if (sound && (long ? /accepted|compression|metadata/ : /compressed|release/).test(name)) packs[name] = read(name);
 }
 
 const SEAL = 'authentication or decryption failed';
