@@ -24,7 +24,7 @@ const vector = (name) => readFileSync(new URL(`../vectors/${name}.manifest`, imp
 // For the resolvers: titles, and rows in the notation of resolvers_fuzz.cpp.
 const titles = {
   whole: '火锅店', english: '小吃\nhot pot a b', human: '今天吃撑\nab abc', short: 'A b C', trip: '北京旅行随拍\nparis trip food market',
-  place: 'paris trip\nparis trip', people: '林小北见面会\nlin ab', long: `${'a'.repeat(70)}\n${'a '.repeat(40)}`,
+  place: 'paris trip\nparis trip', people: '林小北见面会\nlin ab', workflow: '客户项目房间整理素材\nproject backup', long: `${'a'.repeat(70)}\n${'a '.repeat(40)}`,
 };
 const scene = '!K\tdetail\t1\t';
 const sceneEnd = '\tL\tA\tC\tI\tdefault\t2';

@@ -140,22 +140,44 @@ std::shared_ptr<LoadedPack> packOf(const plain::Rows& rows) {
   return pack;
 }
 
-void resolveBatch(const Case& input, const std::vector<std::shared_ptr<LoadedPack>>& packs, const plain::Title& plain,
-                  const TitleTexts& title) {
+/// The titles of one batch: the case's, its readings exchanged, twice the rear of it, nothing.
+std::vector<std::pair<std::string, std::string>> titlesOf(const Case& input) {
+  const auto rear = [](const std::string& text) { return text.substr(text.size() / 2); };
+  const std::pair<std::string, std::string> half{rear(input.raw), rear(input.english)};
+  return {{input.raw, input.english}, half, {input.english, input.raw}, half, {}};
+}
+
+/// Titles that are resolved together, and each once more alone.
+void resolveBatch(const Case& input, const std::vector<std::shared_ptr<LoadedPack>>& packs) {
   BatchLexicon lexicon;
   lexicon.sceneBase = lexicon.base = packs[0];
   lexicon.caller = makeTable(input.tables[1]);
   lexicon.parts = {{&packs[0]->table, true, true, true}};
   if (!input.tables[1].empty()) lexicon.parts.push_back({&lexicon.caller, true, true, false});
   if (!input.tables[2].empty()) lexicon.parts.push_back({&packs[2]->table, true, true, false});
-  static BatchScratch* const scratch = new BatchScratch;
-  const BatchAnswer answer = resolveBatchTitle(lexicon, title, scratch);
-  compare(answer.location, plain::resolveLocation(input.tables, plain));
   plain::Rows sceneRows;
   for (const plain::Rows& rows : input.tables) {
     for (const TestRow& row : plain::select(rows, "scene")) sceneRows.push_back(row);
   }
-  compare(answer.scene, plain::resolveSceneInBatch(input.tables[0], sceneRows, plain, answer.location.found));
+  static BatchScratch* const scratch = new BatchScratch;
+  const auto texts = titlesOf(input);
+  std::vector<BatchTitle> titles(texts.size());
+  mustHold(titles.size() <= kTitlesTogether);
+  for (std::size_t i = 0; i < titles.size(); ++i) fillTitle(texts[i].first, texts[i].second, &titles[i].texts);
+  beginBatchTitles(lexicon, titles);
+  for (std::size_t i = 0; i < titles.size(); ++i) {
+    const plain::Title plain = plain::makeTitle(texts[i].first, texts[i].second);
+    const plain::Location location = plain::resolveLocation(input.tables, plain);
+    const BatchAnswer together = resolveBegunTitle(lexicon, &titles[i], scratch);
+    const bool found = together.location.found;
+    const plain::Scene scene = plain::resolveSceneInBatch(input.tables[0], sceneRows, plain, found);
+    compare(together.location, location);
+    compare(together.scene, scene);
+    const BatchAnswer alone = resolveBatchTitle(lexicon, titles[i].texts, scratch);
+    mustHold(alone.location.found == found);
+    compare(alone.location, location);
+    compare(alone.scene, scene);
+  }
 }
 
 void foldPlainly(const plain::Rows& matches, const std::string& text, const std::vector<LookupCandidate>& candidates) {
@@ -279,16 +301,27 @@ void findPeople(const Case& input, const std::vector<std::shared_ptr<LoadedPack>
   }
 }
 
-/// A title to which words are added keeps the context that it had.
+/// The scenes that have rules of their own, and an alias to which these apply.
+constexpr std::pair<const char*, const char*> kJudgedScenes[] = {
+    {"home", "整理"}, {"health", "检查"}, {"sport", "训练"}, {"food", "打包"}, {"business", "客户"}, {"music", ""},
+};
+
+/// The words that decide are the title's, and a title to which words are added keeps the context that it had.
 void judgeWorkflow(const plain::Title& title, const std::string& more) {
-  const WorkflowDecision decision = evaluateWorkflowPolicy({title.raw, title.english, "food", "打包", "", ""});
-  const WorkflowDecision longer =
-      evaluateWorkflowPolicy({title.raw + more, more + title.english, "food", "打包", "", more});
-  mustHold(!decision.reason.empty() &&
-           (!decision.suppressed || !decision.assetWord.empty() || !decision.hardWord.empty()));
-  mustHold(decision.assetWord.empty() || !longer.assetWord.empty());
-  mustHold(decision.hardWord.empty() || !longer.hardWord.empty());
-  mustHold(more.empty() || !longer.suppressed);
+  const auto isInTitle = [&](std::string_view word) {
+    return title.raw.find(word) != std::string::npos || title.english.find(word) != std::string::npos;
+  };
+  for (const auto& [scene, alias] : kJudgedScenes) {
+    const WorkflowDecision decision = evaluateWorkflowPolicy({title.raw, title.english, scene, alias, "", ""});
+    const WorkflowDecision longer =
+        evaluateWorkflowPolicy({title.raw + more, more + title.english, scene, alias, "", more});
+    const bool context = !decision.assetWord.empty() || !decision.hardWord.empty();
+    mustHold(!decision.reason.empty() && (context || !decision.suppressed));
+    mustHold(isInTitle(decision.assetWord) && isInTitle(decision.hardWord) && isInTitle(decision.sceneWord));
+    mustHold(decision.assetWord.empty() || !longer.assetWord.empty());
+    mustHold(decision.hardWord.empty() || !longer.hardWord.empty());
+    mustHold(more.empty() || !longer.suppressed);
+  }
 }
 
 }  // namespace
@@ -303,7 +336,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   for (const plain::Rows& rows : input.tables) packs.push_back(packOf(rows));
   const RecordTable& base = packs[0]->table;
   compare(resolveSceneIntent(base, title), plain::resolveScene(input.tables[0], plain));
-  resolveBatch(input, packs, plain, title);
+  resolveBatch(input, packs);
   for (const std::string& text : {input.raw, plain.compactEnglish}) {
     lookUp(input.tables[0], base, text);
     lookUpOverlay(input, packs, text);

@@ -58,14 +58,32 @@ inline SearchCheck checkSearches(const RecordTable& table, std::string_view text
     require(rows == expected, what);
     check.rows += rows.size();
   };
+  const RowNumbers contained =
+      rowsByLoop(table, [&](std::string_view term) { return containsTerm(text, term).has_value(); });
+  const auto compareContained = [&](const char* what) {
+    for (const TermHit& hit : hits->terms) {
+      require(text.find(termOf(table, hit.lastRow)) == hit.position, "the position of a term");
+    }
+    compare(contained, what);
+  };
+  const RowNumbers runs = rowsByLoop(table, [&](std::string_view term) { return matchesWordRun(text, term); });
   findContainedTerms(table, index, text, hits);
-  for (const TermHit& hit : hits->terms) {
-    require(text.find(termOf(table, hit.lastRow)) == hit.position, "the position of a term");
-  }
-  compare(rowsByLoop(table, [&](std::string_view term) { return containsTerm(text, term).has_value(); }),
-          "the terms in the text");
+  compareContained("the terms in the text");
   findWordRuns(table, index, text, hits);
-  compare(rowsByLoop(table, [&](std::string_view term) { return matchesWordRun(text, term); }), "the runs of words");
+  compare(runs, "the runs of words");
+  findWordRunsAgain(table, index, hits);
+  compare(runs, "the runs of words, once more");
+  TermProbes probes;
+  beginContainedTerms(index, text, &probes);
+  askForRows(table, index, &probes);
+  askForTerms(table, probes);
+  finishContainedTerms(table, index, text, probes, hits);
+  compareContained("the terms in the text, in steps");
+  beginWordRuns(index, text, hits, &probes);
+  askForRows(table, index, &probes);
+  askForTerms(table, probes);
+  finishWordRuns(table, index, probes, hits);
+  compare(runs, "the runs of words, in steps");
   const RowNumbers equal = rowsByLoop(table, [&](std::string_view term) { return term == text; });
   const auto last = equal.empty() ? std::nullopt : std::optional(equal.back());
   require(findTerm(table, index, text) == last && findWholeTerm(table, index, text) == last, "the term of a text");
