@@ -6,6 +6,8 @@
 // field "!" and a letter stand for a word that means something to a resolver.
 #include "plain_resolvers.h"
 
+#include <array>
+
 #include "batch/scene_intent_batch.h"
 #include "celebrity/celebrity_badges.h"
 #include "facet/facet_extraction.h"
@@ -301,6 +303,19 @@ void findPeople(const Case& input, const std::vector<std::shared_ptr<LoadedPack>
   }
 }
 
+/// A title in which no word of an activity begins is not searched for them. With such a beginning it is, and says the
+/// same.
+void readActivities(const Case& input, const TitleTexts& title) {
+  const std::string longer = input.raw + "\n演";
+  TitleTexts searched;
+  fillTitle(longer, input.english, &searched);
+  const auto wordsOf = [](const ActivitySignals& says) {
+    return std::array{says.concert, says.airport, says.roadshow, says.fan,       says.variety,
+                      says.brand,   says.fashion, says.city,     says.posterWord};
+  };
+  mustHold(wordsOf(readActivitySignals(title)) == wordsOf(readActivitySignals(searched)));
+}
+
 /// The scenes that have rules of their own, and an alias to which these apply.
 constexpr std::pair<const char*, const char*> kJudgedScenes[] = {
     {"home", "整理"}, {"health", "检查"}, {"sport", "训练"}, {"food", "打包"}, {"business", "客户"}, {"music", ""},
@@ -343,6 +358,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   }
   extractFacets(input.tables[0], base, plain);
   findPeople(input, packs, plain, title);
+  readActivities(input, title);
   judgeWorkflow(plain, input.tables[0].empty() ? "" : input.tables[0][0].term);
   return 0;
 }
