@@ -16,8 +16,8 @@ const read = (name) => readFileSync(join(vectorFolder, name));
 
 const everyValue = Array.from({ length: 256 }, (_, value) => value);
 const eachBit = (byte) => (long ? everyValue : [1, 2, 4, 8, 16, 32, 64, 128].map((bit) => byte ^ bit));
-/** What could be taken for the end of a string, an escape, a number, padding, the letter of another key. */
-const eachSign = () => (long ? everyValue : Array.from('\0"\\0=kZ', (sign) => sign.charCodeAt(0)));
+/** What could be taken for the end of a string, an escape, a number, the letter of another key. */
+const eachSign = () => (long ? everyValue : Array.from('\0"\\0k', (sign) => sign.charCodeAt(0)));
 
 /**
  * Changes a file in place: each byte to other values, its end to each earlier place, one byte more at its end. `check` is
@@ -72,7 +72,7 @@ const packs = {
 };
 for (const name of readdirSync(vectorFolder).filter((each) => each.endsWith('.klrx'))) {
   const sound = JSON.parse(read(name.replace('.klrx', '.json'))).layer === 'none';
-  if (sound && (long ? /accepted|compression|metadata/ : /compressed|release/).test(name)) packs[name] = read(name);
+  if (sound && (long ? /accepted|compression|metadata/ : /compressed/).test(name)) packs[name] = read(name);
 }
 
 const SEAL = 'authentication or decryption failed';
