@@ -5,6 +5,7 @@ import { join } from 'node:path';
 
 import { buildLocationShard, buildManifest, buildMetadata, buildPayload, sealPack } from '../../tools/index.mjs';
 import { addon } from '../support/addon.mjs';
+import { outcomeOf, spelled } from '../support/outcome.mjs';
 import { indexDocument, metadataFields, root, writeFile } from '../support/packs.mjs';
 import { sampleTitles, sealSample } from '../support/sample.mjs';
 
@@ -119,7 +120,7 @@ const sampleWorld = () =>
 
 const patch = { kind: 'patch', baseRuleSetId: 'rules-1', ruleSetId: 'rules-2' };
 
-function drawnWorld(number) {
+export function drawnWorld(number) {
   state = number;
   const letters = [...ALPHABETS[number % ALPHABETS.length]];
   const terms = makeTerms(letters);
@@ -194,7 +195,7 @@ function drawnOverlays(terms) {
   };
 }
 
-function* drawnCalls({ titles, terms }) {
+export function* drawnCalls({ titles, terms }) {
   for (const name of ['base', 'patch']) yield ['inspectRulePack', { packPath: `@${name}`, allowedRoot: '@root' }];
   yield ['inspectSemanticDelta', { packPath: '@patch', allowedRoot: '@root', ...ids }];
   yield ['verifySemanticDeltaManifest', { manifestPath: '@manifest', packPath: '@patch', allowedRoot: '@root', ...ids }];
@@ -223,7 +224,7 @@ const TOKENS = ['', '房间', '医院', 'AI', '餐', '会议', '安装包', '体
 const JUDGED = [['home', '整理', ''], ['home', '', 'room reset'], ['health', '检查', ''], ['health', '', 'recovery session'], ['sport', '训练', ''],
   ['food', '打包', ''], ['food', '', 'restaurant dining'], ['business', '客户', ''], ['travel', '', ''], ['k', '', '']];
 
-function* workflowCalls() {
+export function* workflowCalls() {
   for (const [i, word] of ['', ...ASSET_WORDS].entries()) {
     for (const [j, [sceneKey, alias, detail]] of JUDGED.entries()) {
       const token = TOKENS[(i + 3 * j) % 10];
@@ -236,7 +237,7 @@ function* workflowCalls() {
 const OTHER_PATHS = { Path: ['@none', '@zip', '@root', '@long', '@base', '@patch'], Root: ['@base', '@none', '@long', '/'] };
 
 /** Each function with good options, and the values that each of them is refused with. */
-function* refusedCalls() {
+export function* refusedCalls() {
   const title = { raw: '东京 ab', normalizedEnglish: 'tokyo ab' };
   const query = { section: 'scene', term: 'ab', mode: 'exact' };
   const delta = { packPath: '@patch', allowedRoot: '@root', ...ids };
@@ -268,7 +269,7 @@ function* refusedCalls() {
 }
 
 /** A small pack and its manifest, cut short and with single bytes changed. */
-function damagedWorld() {
+export function damagedWorld() {
   const packs = { base: seal([indexDocument({ scene: [['ab', 'k', 'd']] })], patch) };
   const { base: bytes } = packs;
   const manifest = Buffer.from(buildManifest({ packBytes: bytes, pack: 'base.klrx' }));
@@ -287,31 +288,18 @@ function damagedWorld() {
 
 // --- The record -----------------------------------------------------------------------------------------------------
 
-/** What JSON has no words for, in words. */
-const spelled = (_, value) => {
-  const silent = value === undefined || (typeof value === 'number' && (!Number.isFinite(value) || Object.is(value, -0)));
-  return silent ? `$${Object.is(value, -0) ? '-0' : value}` : value;
-};
-
 function toPaths(paths, options) {
   if (options === null || typeof options !== 'object' || Array.isArray(options)) return options;
   return Object.fromEntries(Object.entries(options).map(([key, value]) => [key, Object.hasOwn(paths, value) ? paths[value] : value]));
 }
 
-async function outcomeOf(name, args) {
-  let promise = false;
-  try {
-    const value = addon[name](...args);
-    promise = value instanceof Promise;
-    return { [promise ? 'resolves' : 'gives']: await value };
-  } catch (error) {
-    return { [promise ? 'rejects' : 'throws']: `${error.constructor.name}: ${error.message}` };
-  }
-}
+/** A call with the paths of a world in place of their names. */
+export const callIn = ({ paths }, [name, ...args]) => [name, ...args.map((options) => toPaths(paths, options))];
 
 /** A line for the call and, if it is a batch with results, one for each case, so that a difference is read at its title. */
-async function* linesOf(paths, [name, ...args]) {
-  const outcome = await outcomeOf(name, args.map((options) => toPaths(paths, options)));
+async function* linesOf(world, call) {
+  const [name, ...args] = call;
+  const outcome = await outcomeOf(addon, callIn(world, call));
   // Of more rows than these, those that tie in every rule may stand in any order.
   if (name === 'lookupBinaryIndex' && outcome.gives?.matches.length > 16) return;
   const results = outcome.gives?.results;
@@ -330,8 +318,8 @@ export async function record() {
   const sample = sampleWorld();
   const damaged = damagedWorld();
   const lines = [];
-  const add = async ({ paths }, calls) => {
-    for (const call of calls) for await (const line of linesOf(paths, call)) lines.push(JSON.stringify(line, spelled));
+  const add = async (world, calls) => {
+    for (const call of calls) for await (const line of linesOf(world, call)) lines.push(JSON.stringify(line, spelled));
   };
   await add(sample, [['getSemanticInfo'], ['getSemanticInfo', 1]]);
   await add(sample, sampleCalls(sample));

@@ -13,3 +13,21 @@ export function thrownBy(call) {
 export function assertSame(actual, expected, message) {
   assert.equal(JSON.stringify(actual, undefined, 1), JSON.stringify(expected, undefined, 1), message);
 }
+
+/** What a call, [function, ...arguments], comes to. It is made at once; only a promise is waited for. */
+export async function outcomeOf(addon, [name, ...args]) {
+  let promise = false;
+  try {
+    const value = addon[name](...args);
+    promise = value instanceof Promise;
+    return { [promise ? 'resolves' : 'gives']: await value };
+  } catch (error) {
+    return { [promise ? 'rejects' : 'throws']: `${error.constructor.name}: ${error.message}` };
+  }
+}
+
+/** For JSON.stringify: what JSON has no words for, in words. */
+export const spelled = (_, value) => {
+  const silent = value === undefined || (typeof value === 'number' && (!Number.isFinite(value) || Object.is(value, -0)));
+  return silent ? `$${Object.is(value, -0) ? '-0' : value}` : value;
+};
