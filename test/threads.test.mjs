@@ -82,7 +82,7 @@ test('threads and processes that end while warm-ups are under way', async (t) =>
       (error) => done(error ? error.signal ?? error.code : 0));
   });
   assert.deepEqual(waysToEnd, Object.keys(endings));
-  const rounds = shareOf(100);
+  const rounds = shareOf(40);
   for (let round = 0; round < rounds; ++round) {
     for (const [end, [ofThread, ofProcess]] of Object.entries(endings)) {
       const data = { worlds: recorded, seed: round, milliseconds: round % 20, end };

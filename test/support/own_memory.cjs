@@ -2,7 +2,8 @@
 // { binary, root, paths, texts: [[code of the first character, the rest], …] }; in two pieces, lest it finds itself.
 // CORVENDA_TEST_MEMORY_READER names a program that does the search where memory can't be read as a file.
 const { execFileSync } = require('node:child_process');
-const { openSync, readFileSync, readSync } = require('node:fs');
+const { readFileSync } = require('node:fs');
+const { forEachChunk } = require('./read_memory.cjs');
 
 const { binary, root, paths, texts } = JSON.parse(readFileSync(0, 'utf8'));
 const { inspectRulePack } = require(binary);
@@ -20,22 +21,11 @@ if (reader) {
 }
 
 const needles = texts.map(([first, rest]) => ({ first, rest: Buffer.from(`\0${rest}`).subarray(1), found: false }));
-const memory = openSync('/proc/self/mem');
-const chunk = Buffer.alloc(1 << 22);
-for (const line of readFileSync('/proc/self/maps', 'utf8').split('\n')) {
-  const [begin, end] = (/^(\w+)-(\w+) rw/.exec(line) ?? []).slice(1).map((hex) => parseInt(hex, 16));
-  // A region of a gigabyte is a sanitizer's shadow or a reservation of the JavaScript engine, not the heap.
-  if (begin === undefined || end - begin >= 1 << 30) continue;
-  for (let start = begin; start < end; start += chunk.length - 64) {
-    try {
-      readSync(memory, chunk, 0, Math.min(chunk.length, end - start), start);
-    } catch { /* guard pages and device memory can't be read */ }
-    for (const needle of needles) {
-      for (let at = chunk.indexOf(needle.rest); at >= 0; at = chunk.indexOf(needle.rest, at + 1)) {
-        if (chunk[at - 1] === needle.first) needle.found = true;
-      }
+forEachChunk((chunk) => {
+  for (const needle of needles) {
+    for (let at = chunk.indexOf(needle.rest); at >= 0; at = chunk.indexOf(needle.rest, at + 1)) {
+      if (chunk[at - 1] === needle.first) needle.found = true;
     }
-    chunk.fill(0); // no copies for the next search to find
   }
-}
+});
 console.log(needles.map(({ found }) => (found ? 'found' : 'gone')).join(' '));

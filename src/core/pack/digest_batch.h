@@ -17,7 +17,7 @@ struct DigestJob {
 
 /// Digests under way. Can't be moved, because the thread points to it; the destructor waits for the thread.
 struct DigestBatch {
-  std::vector<DigestJob> jobs;
+  std::vector<DigestJob, WipingAllocator<DigestJob>> jobs;  ///< a payload holds the digests of its documents
   std::atomic<std::size_t> nextJob = 0;
   WorkerThread threads[2];  ///< two, because a payload has a digest and so has the one large document in it
 
