@@ -13,3 +13,7 @@ export const addon = require(process.env.CORVENDA_TEST_BINARY || '../../lib/inde
 /** The module that explains titles, from the same build. */
 export const explainTitle = (options) =>
   require(join(dirname(process.env.CORVENDA_TEST_BINARY || '../../build/release/x'), 'corvenda_explain.node')).explainTitle(options);
+
+/** The addon of the tests as a module with a default export, for worker threads. */
+export const addonUrl = `data:text/javascript,${encodeURIComponent(
+  `export { addon as default } from ${JSON.stringify(import.meta.url)}`)}`;

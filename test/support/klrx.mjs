@@ -4,14 +4,10 @@ import { createReadStream, mkdirSync, mkdtempSync, writeFileSync } from 'node:fs
 import { dirname, join } from 'node:path';
 import { Readable } from 'node:stream';
 import { run } from '../../tools/commands/run.mjs';
-import { explainTitle } from './addon.mjs';
+import { addonUrl, explainTitle } from './addon.mjs';
 import { root } from './packs.mjs';
 
 export const HEADER = 'alias\tcode\tlang\tweight\tlabel\tcountryLabel\n';
-
-/** The addon of the tests as a module with a default export, for worker threads. */
-export const addonUrl = `data:text/javascript,${encodeURIComponent(
-  `export { addon as default } from ${JSON.stringify(new URL('addon.mjs', import.meta.url).href)}`)}`;
 
 /** Goes to a fresh directory with the given files. */
 export function enter(files) {

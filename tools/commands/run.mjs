@@ -1,10 +1,11 @@
 // A command line of klrx, from its arguments to its exit status: the one place where results and errors are printed.
 
-import { readFileSync } from 'node:fs';
 import { DONE, misuse, readArguments, Refusal, WRONG_USAGE } from '../lib/command_line.mjs';
 import { commandHelp, overview } from '../lib/help.mjs';
 import { nearestOf } from '../lib/text.mjs';
+import { versionOf } from '../lib/version.mjs';
 import { build } from './build.mjs';
+import { bulk } from './bulk.mjs';
 import { diff } from './diff.mjs';
 import { explain } from './explain.mjs';
 import { inspect } from './inspect.mjs';
@@ -19,15 +20,13 @@ import { unpack } from './unpack.mjs';
 import { verify } from './verify.mjs';
 
 /** In the order in which a lexicon meets them. @type {Record<string, import('../lib/command_line.mjs').Command>} */
-export const COMMANDS = { build, lint, explain, try: tryTitles, test, report, serve, inspect, diff, unpack, keygen, sign, verify };
+export const COMMANDS = { build, lint, explain, try: tryTitles, bulk, test, report, serve, inspect, diff, unpack, keygen, sign, verify };
 
 /** The options of every command. @type {Record<string, import('../lib/command_line.mjs').Option>} */
 const COMMON_OPTIONS = {
   json: { type: 'boolean', help: 'print one JSON object, errors too' },
   help: { type: 'boolean', help: 'print this' },
 };
-
-const versionOf = () => JSON.parse(readFileSync(new URL('../../package.json', import.meta.url), 'utf8')).version;
 
 const commandNamed = (name) => (Object.hasOwn(COMMANDS, name ?? '') ? COMMANDS[name] : undefined);
 

@@ -1,9 +1,11 @@
 // klrx try: what a pack says of titles.
 
 import { performance } from 'node:perf_hooks';
+import { countAnswers, noCounts, recordOf, summaryOf } from '../lib/answered_lines.mjs';
+import { MAX_JOBS } from '../lib/answer_pool.mjs';
 import { answerLines } from '../lib/answer_stream.mjs';
 import { OVERLAY, packsOf } from '../lib/answers.mjs';
-import { ANSWER_IS_NO, choiceOf, countOf, DONE, misuse } from '../lib/command_line.mjs';
+import { ANSWER_IS_NO, choiceOf, countOf, DONE, misuse, readCount } from '../lib/command_line.mjs';
 import { fitText, painter, printable } from '../lib/terminal.mjs';
 import { FORMATS, readTitles } from '../lib/titles.mjs';
 
@@ -31,10 +33,6 @@ function tableOf(width) {
   };
 }
 
-/** A line of --jsonl: an answer, or what is wrong with the line, so that there is one for each title. */
-const recordOf = ({ line: { line, id, title, error }, answer }) =>
-  ({ ...(id === undefined ? {} : { id }), ...(title ? { raw: title.raw, ...answer } : { line, error }) });
-
 /** The three ways to show answers: each takes a chunk of them, and gives text to print now. */
 function showing({ values, io, warn }, path, answers) {
   if (values.jsonl) return (chunk) => chunk.map((each) => `${JSON.stringify(recordOf(each))}\n`).join('');
@@ -54,20 +52,15 @@ function showing({ values, io, warn }, path, answers) {
   };
 }
 
-function readJobs(text) {
-  if (!/^[1-9][0-9]{0,2}$/.test(text)) throw misuse(`--jobs is a number from 1 to 999, not ${text}`);
-  return Number(text);
-}
-
 /** @param {import('../lib/command_line.mjs').Call} call */
 async function run(call) {
   const { values, positionals, io, progress, print, tell } = call;
   if (positionals.length < 1 || positionals.length > 2) throw misuse('try needs PACK and a file of titles, or "-"');
   if (values.jsonl && values.json) throw misuse('--jsonl and --json are two formats');
   const format = values.format === undefined ? undefined : choiceOf('format', values.format, FORMATS);
-  const jobs = readJobs(values.jobs);
+  const jobs = readCount('jobs', values.jobs, MAX_JOBS);
   const [packPath, path = '-'] = positionals;
-  const counts = { titles: 0, scene: 0, place: 0, person: 0, faulty: 0 };
+  const counts = noCounts();
   /** @type {object[]} */
   const answers = [];
   const show = showing(call, path, answers);
@@ -78,16 +71,11 @@ async function run(call) {
     return seconds < 1 ? '' : `, ${Math.round(counts.titles / seconds)} a second`;
   };
   for await (const chunk of answerLines(io, packsOf(packPath, values), readTitles(path, io, format), jobs)) {
-    for (const { answer } of chunk) {
-      if (!answer) counts.faulty += 1;
-      else for (const name of /** @type {const} */ (['scene', 'place', 'person'])) counts[name] += answer[name] === '' ? 0 : 1;
-    }
-    counts.titles += chunk.length;
+    countAnswers(counts, chunk);
     if (!await print(show(chunk))) break;
     progress(`${countOf(counts.titles, 'title')}${rate()}`);
   }
-  const { titles, scene, place, person } = counts;
-  if (!values.json) tell(`klrx: ${countOf(titles, 'title')}${rate()}: ${scene} with a scene, ${place} with a place, ${person} with a person\n`);
+  if (!values.json) tell(`klrx: ${countOf(counts.titles, 'title')}${rate()}: ${summaryOf(counts)}\n`);
   return { report: { counts, answers }, text: '', status: counts.faulty === 0 ? DONE : ANSWER_IS_NO };
 }
 

@@ -1,7 +1,8 @@
 // Answers for any number of titles in constant memory, by one thread or several, in the order of the titles.
 
+import { joinAnswers, titlesOf } from './answered_lines.mjs';
+import { answerPool } from './answer_pool.mjs';
 import { answering } from './answers.mjs';
-import { ask } from './native.mjs';
 
 const CHUNK = 1000; // titles: the cost of a call is lost in that of its titles, and results come early
 
@@ -23,55 +24,35 @@ async function* chunksOf(items) {
 }
 
 /**
- * @typedef {import('./titles.mjs').TitleLine} TitleLine
- * @typedef {{ line: TitleLine, answer?: import('./answers.mjs').Answer }} AnsweredLine without an answer if the line has none
- */
-
-/** @returns {AnsweredLine[]} */
-function joinAnswers(lines, answers) {
-  let next = 0;
-  return lines.map((line) => (line.title ? { line, answer: answers[next++] } : { line }));
-}
-
-const titlesIn = (lines) => lines.flatMap(({ title }) => (title ? [title] : []));
-
-/**
  * @param {import('./command_line.mjs').Io} io
  * @param {import('./answers.mjs').Packs} packs
- * @param {AsyncIterable<TitleLine>} lines
+ * @param {AsyncIterable<import('./titles.mjs').TitleLine>} lines
  * @param {number} jobs threads; with one, this one does the work
- * @returns {AsyncGenerator<AnsweredLine[]>}
+ * @returns {AsyncGenerator<import('./answered_lines.mjs').AnsweredLine[]>}
  */
 export async function* answerLines(io, packs, lines, jobs) {
   const answer = await answering(io, packs);
   answer([]); // a pack that is refused is so at once
   if (jobs === 1) {
-    for await (const chunk of chunksOf(lines)) yield joinAnswers(chunk, answer(titlesIn(chunk)));
+    for await (const chunk of chunksOf(lines)) yield joinAnswers(chunk, answer(titlesOf(chunk)));
     return;
   }
-  const { Piscina } = await import('piscina'); // whoever has no use for threads does not wait for it
-  const pool = new Piscina({
-    filename: new URL('./answer_worker.mjs', import.meta.url).href,
-    minThreads: jobs,
-    maxThreads: jobs,
-    workerData: { addonUrl: io.addonUrl, packs },
-  });
-  const finish = async ({ chunk, reply }) => {
-    const { answers, refusal } = await reply;
-    if (refusal !== undefined) ask(() => { throw new Error(refusal); }, packs.allowedRoot, [packs.packPath]);
-    return joinAnswers(chunk, answers);
-  };
+  const pool = await answerPool(io, packs, jobs);
   try {
-    /** @type {{ chunk: TitleLine[], reply: Promise<any> }[]} */
+    /** @type {{ chunk: import('./titles.mjs').TitleLine[], reply: Promise<any> }[]} */
     const asked = [];
+    const next = async () => {
+      const { chunk, reply } = asked.splice(0, 1)[0];
+      return joinAnswers(chunk, await reply);
+    };
     for await (const chunk of chunksOf(lines)) {
-      const reply = pool.run(titlesIn(chunk));
+      const reply = pool.run('answers', titlesOf(chunk));
       reply.catch(() => {}); // it is looked at when its turn comes
       asked.push({ chunk, reply });
-      if (asked.length > 2 * jobs) yield await finish(asked.splice(0, 1)[0]);
+      if (asked.length > 2 * jobs) yield await next();
     }
-    for (const each of asked) yield await finish(each);
+    while (asked.length > 0) yield await next();
   } finally {
-    await pool.destroy();
+    await pool.close();
   }
 }

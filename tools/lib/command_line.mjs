@@ -130,6 +130,17 @@ export function choiceOf(name, value, choices) {
   return choice;
 }
 
+/**
+ * @param {string} name of an option
+ * @param {string} text
+ * @param {number} most the least is 1
+ */
+export function readCount(name, text, most) {
+  const count = /^[1-9][0-9]*$/.test(text) ? Number(text) : 0;
+  if (count < 1 || count > most) throw misuse(`--${name} is a number from 1 to ${most}, not ${text}`);
+  return count;
+}
+
 /** @param {string} path */
 export function readJson(path) {
   const text = attempt(path, () => readText(path));

@@ -91,21 +91,23 @@ function takeName(temporary, path, force) {
 }
 
 /**
- * Writes a file as a whole or not at all: to a new file beside it, which then takes its name.
+ * Writes a file as a whole or not at all: to a new file, which then takes its name.
  * @param {string} path
- * @param {string | Uint8Array} content
- * @param {{ force?: boolean, mode?: number }} [options] `force`: over a file of that name too; `mode`: its permissions
+ * @param {string | Uint8Array | Iterable<Uint8Array>} content as a whole or in pieces
+ * @param {{ force?: boolean, mode?: number, folder?: string }} [options] `force`: over a file of that name too; `mode`: its
+ *   permissions; `folder`: where the new file is made, on the same file system; beside the other by default
  * @throws {Error} with a reason in words
  */
-export function writeWhole(path, content, { force = false, mode = 0o666 } = {}) {
-  const temporary = join(dirname(path), `.${basename(path)}.${process.pid}.tmp`);
+export function writeWhole(path, content, { force = false, mode = 0o666, folder = dirname(path) } = {}) {
+  const temporary = join(folder, `.${basename(path)}.${process.pid}.tmp`);
   let created = false;
   try {
     const file = openSync(temporary, 'wx', mode);
     created = true;
     try {
-      const bytes = Buffer.from(content);
-      for (let done = 0; done < bytes.length; ) done += writeSync(file, bytes, done);
+      for (const piece of typeof content === 'string' ? [Buffer.from(content)] : content instanceof Uint8Array ? [content] : content) {
+        for (let done = 0; done < piece.length; ) done += writeSync(file, piece, done);
+      }
       fsyncSync(file);
     } finally {
       closeSync(file);

@@ -21,8 +21,8 @@ export function checkOutput(path, { inputs = [], force = false }) {
 
 /**
  * @param {string} path
- * @param {string | Uint8Array} content
- * @param {{ force?: boolean, mode?: number }} options
+ * @param {string | Uint8Array | Iterable<Uint8Array>} content as a whole or in pieces
+ * @param {{ force?: boolean, mode?: number, folder?: string }} options of `writeWhole`
  */
 export function writeOutput(path, content, options) {
   attempt(path, () => writeWhole(path, content, options));

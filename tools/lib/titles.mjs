@@ -22,17 +22,17 @@ export const FORMATS = Object.freeze(['tsv', 'jsonl', 'plain']);
  * @property {string} [error]
  */
 
-/** The lines of a stream. Only the line feed ends one: a title may hold other separators. */
+/** The lines of a stream, as many at once as come. Only the line feed ends one: a title may hold other separators. */
 async function* linesOf(stream) {
   const decoder = new TextDecoder();
   let rest = '';
   for await (const chunk of stream) {
     const lines = (rest + decoder.decode(chunk, { stream: true })).split('\n');
     rest = lines.pop() ?? '';
-    yield* lines.map((line) => line.replace(/\r$/, ''));
+    yield lines.map((line) => line.replace(/\r$/, ''));
   }
   rest += decoder.decode();
-  if (rest !== '') yield rest.replace(/\r$/, '');
+  if (rest !== '') yield [rest.replace(/\r$/, '')];
 }
 
 const formatOf = (line) => (line.startsWith('{') ? 'jsonl' : line.includes('\t') || line === 'raw' ? 'tsv' : 'plain');
@@ -58,29 +58,91 @@ function readJsonLine(line) {
 }
 
 /**
- * @param {AsyncIterable<Uint8Array>} stream
- * @param {string} [format] one of `FORMATS`; by default what the first line looks like
- * @returns {AsyncGenerator<TitleLine>}
+ * How the titles of a file stand in it.
+ * @typedef {object} Layout
+ * @property {string} format one of `FORMATS`
+ * @property {string[]} names of the columns of a table
+ * @property {number} heading the line that names them; 0 without one
  */
-async function* titlesOf(stream, format) {
-  let names = ['raw', 'en', 'id'];
-  let first = true;
-  let line = 0;
-  for await (const text of linesOf(stream)) {
-    line += 1;
-    if (text.trim() === '') continue;
-    if (first) {
-      first = false;
-      format ??= formatOf(text);
-      const cells = text.split('\t');
-      if (format === 'tsv' && cells[0] === 'raw') {
-        names = cells;
-        continue;
-      }
-    }
-    if (format === 'jsonl') yield { line, ...readJsonLine(text) };
-    else if (format === 'plain') yield { line, ...titleOf({ raw: text }) };
-    else yield { line, ...titleOf(Object.fromEntries(text.split('\t').map((cell, i) => [names[i], cell || undefined]))) };
+
+/** @returns {Layout} by the first line that is not blank, unless the format is given */
+function layoutOf(text, line, format = formatOf(text)) {
+  const cells = text.split('\t');
+  return format === 'tsv' && cells[0] === 'raw' ? { format, names: cells, heading: line } : { format, names: ['raw', 'en', 'id'], heading: 0 };
+}
+
+const isBlank = (text) => text.trim() === '';
+
+/**
+ * @param {Layout} layout
+ * @param {string} text
+ * @param {number} line
+ * @returns {TitleLine | undefined} nothing if the line is not meant to hold a title
+ */
+function readLine({ format, names, heading }, text, line) {
+  if (line === heading || isBlank(text)) return undefined;
+  if (format === 'jsonl') return { line, ...readJsonLine(text) };
+  if (format === 'plain') return { line, ...titleOf({ raw: text }) };
+  return { line, ...titleOf(Object.fromEntries(text.split('\t').map((cell, i) => [names[i], cell || undefined]))) };
+}
+
+/**
+ * Lines of a file that are read later, by another thread or machine.
+ * @typedef {object} LineChunk
+ * @property {number} number from 0
+ * @property {number} line that of the first
+ * @property {string} text lines with a line feed between them
+ * @property {Layout} [layout] none as long as all lines are blank
+ */
+
+/**
+ * @param {LineChunk} chunk
+ * @returns {TitleLine[]}
+ */
+export const titlesIn = ({ line, text, layout }) =>
+  (layout ? text.split('\n').flatMap((each, i) => readLine(layout, each, line + i) ?? []) : []);
+
+/**
+ * @param {AsyncIterable<Uint8Array>} stream
+ * @param {string} [format] by default what the first line looks like
+ * @param {number} [size] lines in a chunk but the last; by default as many as come
+ * @returns {AsyncGenerator<LineChunk>}
+ */
+async function* chunksOf(stream, format, size) {
+  /** @type {Layout | undefined} */
+  let layout;
+  let [number, line] = [0, 1];
+  /** @type {string[]} */
+  let waiting = [];
+  const take = (count) => {
+    const lines = waiting.splice(0, count);
+    const first = layout ? -1 : lines.findIndex((text) => !isBlank(text));
+    if (first >= 0) layout = layoutOf(lines[first], line + first, format);
+    const chunk = { number, line, text: lines.join('\n'), layout };
+    number += 1;
+    line += lines.length;
+    return chunk;
+  };
+  for await (const lines of linesOf(stream)) {
+    waiting = waiting.length === 0 ? lines : waiting.concat(lines);
+    while (waiting.length > 0 && waiting.length >= (size ?? 1)) yield take(size ?? waiting.length);
+  }
+  if (waiting.length > 0) yield take(waiting.length);
+}
+
+/**
+ * The lines of a file in chunks.
+ * @param {string} path "-" is standard input
+ * @param {import('./command_line.mjs').Io} io
+ * @param {string} [format] one of `FORMATS`
+ * @param {number} [size] lines in a chunk but the last; by default as many as come
+ */
+export async function* readChunks(path, io, format, size) {
+  try {
+    yield* chunksOf(path === '-' ? /** @type {AsyncIterable<Uint8Array>} */ (io.input) : createReadStream(path), format, size);
+  } catch (error) {
+    if (error.syscall === undefined) throw error;
+    throw no(`${path}: cannot be read: ${reasonOf(error)}`);
   }
 }
 
@@ -91,12 +153,7 @@ async function* titlesOf(stream, format) {
  * @param {string} [format]
  */
 export async function* readTitles(path, io, format) {
-  try {
-    yield* titlesOf(path === '-' ? /** @type {AsyncIterable<Uint8Array>} */ (io.input) : createReadStream(path), format);
-  } catch (error) {
-    if (error.syscall === undefined) throw error;
-    throw no(`${path}: cannot be read: ${reasonOf(error)}`);
-  }
+  for await (const chunk of readChunks(path, io, format)) yield* titlesIn(chunk);
 }
 
 /** A title and its line. @typedef {{ raw: string, normalizedEnglish: string, line: number }} FileTitle */
