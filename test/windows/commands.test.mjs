@@ -45,7 +45,7 @@ test('a console whose code page is not UTF-8 shows every character, and a file g
   const file = join(folder, 'out');
   for (const codePage of [437, 936]) {
     const shown = onConsole(codePage, `${build} & ${klrx} inspect ${pack} & ${klrx} inspect ${pack} 2> ${windowsPath(file)}`);
-    assert.match(shown, /火锅\.klrx: base food, \d+ bytes\n {2}scene {6}488 rows\n/, `${codePage}`);
+    assert.match(shown, /火锅\.klrx: base food, \d+ bytes\n {2}scene {6}\d+ rows\n/, `${codePage}`);
     assert.ok(shown.includes(refusal), `${codePage}`);
     assert.ok(readFileSync(file, 'utf8').includes(refusal), `${codePage}`);
   }
