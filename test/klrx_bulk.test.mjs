@@ -129,6 +129,10 @@ test('nothing is written over, and nothing is left of what is refused at once', 
     ['p.klrx gone --out n', 1, 'gone: cannot be read: no such file or directory'], ['t.txt t.txt --out n', 1, 't.txt: semantic rule-pack'],
     ['p.klrx . --out n', 1, '.: cannot be read: it is a directory'], ['p.klrx t.txt --out no/n', 1, 'no/n: cannot be written: its directory is not there'],
     ['p.klrx - --out n', 2, 'bulk reads its input more than once; it takes a file, not standard input'],
+    ['p.klrx t.txt --out n --ahead 5', 2, '--ahead goes with --queue'],
+    ['p.klrx t.txt --out n --jobs 2 --queue redis://h', 2, 'with --queue others do the work; --jobs is an option of klrx worker'],
+    ...['h', 'http://h', 'redis://', 'redis://h/x', 'redis://h/1?a=b', 'redis://:%zz@h'].map((url) => (
+      [`p.klrx t.txt --out n --queue ${url}`, 2, '--queue is redis://[user:password@]host[:port][/database], or rediss:// for TLS'])),
     ['p.klrx t.txt', 2, 'bulk needs --out FILE'], ['p.klrx', 2, 'bulk needs PACK and INPUT'],
     ['p.klrx t.txt --out n --chunk 10001', 2, '--chunk is a number from 1 to 10000, not 10001'],
   ]) {
@@ -136,4 +140,16 @@ test('nothing is written over, and nothing is left of what is refused at once', 
     assert.deepEqual([code, err.slice('klrx: '.length).startsWith(message)], [status, true], `${line}: ${err}`);
   }
   assert.deepEqual([readdirSync('.'), output()], [before, 'old']);
+  for (const [line, message] of [['', 'worker needs --queue URL'], [' --queue redis://h', 'worker needs --packs DIR'],
+    [' p.klrx --queue redis://h --packs .', 'worker takes no p.klrx; packs are given with --packs'],
+    [' --queue redis://h --packs . --lease 0', '--lease is a number from 1 to 3600, not 0'], [' --queue redis://h --packs t.txt', 't.txt: is no directory']]) {
+    assert.equal((await klrx(`worker${line}`, addon))[2].split('\n')[0], `klrx: ${message}`);
+  }
+  // The packages of a queue need not be there.
+  const io = { loadQueueTools: () => import('no-such-package') };
+  for (const line of ['worker --queue redis://h --packs .', 'bulk p.klrx t.txt --out n --queue redis://h']) {
+    assert.deepEqual(await klrx(line, addon, io), [1, '', 'klrx: a queue needs the packages bullmq and ioredis, which are not installed\n'
+      + 'klrx: hint: npm install bullmq ioredis\n']);
+  }
+  assert.deepEqual(readdirSync('.'), before);
 });

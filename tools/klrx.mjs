@@ -25,6 +25,7 @@ process.exitCode = await run(process.argv.slice(2), {
   loadAddon: async () => (await import(addonUrl)).default,
   addonUrl,
   loadExplainModule: async () => (await import('../lib/explain.cjs')).default,
+  loadQueueTools: async () => ({ bullmq: await import('bullmq'), Redis: (await import('ioredis')).Redis }),
   untilStopped: () => new Promise((resolve) => process.once('SIGINT', resolve).once('SIGTERM', resolve)),
   input: stdin,
   terminal: stderr.isTTY === true,

@@ -31,6 +31,7 @@ export async function klrx(line, native, io = {}) {
     out: (more) => (said.out += more), err: (more) => (said.err += more),
     loadAddon: async () => native ?? assert.fail('the addon is not needed here'),
     untilStopped: async () => {},
+    loadQueueTools: async () => ({ bullmq: await import('bullmq'), Redis: (await import('ioredis')).Redis }),
     loadExplainModule: async () => ({ explainTitle }),
     input: file === undefined ? Readable.from([]) : createReadStream(file),
     addonUrl,

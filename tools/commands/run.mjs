@@ -18,9 +18,10 @@ import { test } from './test.mjs';
 import { tryTitles } from './try.mjs';
 import { unpack } from './unpack.mjs';
 import { verify } from './verify.mjs';
+import { worker } from './worker.mjs';
 
 /** In the order in which a lexicon meets them. @type {Record<string, import('../lib/command_line.mjs').Command>} */
-export const COMMANDS = { build, lint, explain, try: tryTitles, bulk, test, report, serve, inspect, diff, unpack, keygen, sign, verify };
+export const COMMANDS = { build, lint, explain, try: tryTitles, bulk, worker, test, report, serve, inspect, diff, unpack, keygen, sign, verify };
 
 /** The options of every command. @type {Record<string, import('../lib/command_line.mjs').Option>} */
 const COMMON_OPTIONS = {

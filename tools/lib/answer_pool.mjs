@@ -1,5 +1,6 @@
 // Threads that answer titles. What they do is in answer_worker.mjs.
 
+import { packPathsOf } from './answers.mjs';
 import { no } from './command_line.mjs';
 import { ask } from './native.mjs';
 
@@ -7,7 +8,7 @@ export const MAX_JOBS = 999;
 
 /**
  * @typedef {object} AnswerPool
- * @property {(what: 'answers' | 'part' | 'writtenPart', task: any) => Promise<any>} run a function of answer_worker.mjs; what it
+ * @property {(what: 'answers' | 'packedPart' | 'writtenPart', task: any) => Promise<any>} run a function of answer_worker.mjs; what it
  *   refuses is the answer
  * @property {() => Promise<void>} close
  */
@@ -30,7 +31,7 @@ export async function answerPool(io, packs, jobs, sealed = []) {
   return {
     run: async (name, task) => {
       const { value, refusal, packRefusal } = await pool.run(task, { name });
-      if (packRefusal !== undefined) ask(() => { throw new Error(packRefusal); }, packs.allowedRoot, [packs.packPath]);
+      if (packRefusal !== undefined) ask(() => { throw new Error(packRefusal); }, packs.allowedRoot, packPathsOf(packs));
       if (refusal !== undefined) throw no(refusal);
       return value;
     },

@@ -43,6 +43,9 @@ export function packsOf(packPath, { overlay } = {}) {
   return { packPath, allowedRoot, overlayPackPath: overlay, overlayAllowedRoot: overlay === undefined ? '' : dirname(resolve(overlay)) };
 }
 
+/** The files of packs. @param {Packs} packs */
+export const packPathsOf = ({ packPath, overlayPackPath }) => (overlayPackPath === undefined ? [packPath] : [packPath, overlayPackPath]);
+
 /** @returns {Answer} */
 function answerOf({ sceneKey, sceneDetail, intentHit, locationMeta, locationCodes }, badge, { suppressed, reason }) {
   const { countryLabel = '', locationLabel = '', shortLabel = '' } = locationMeta ?? {};
@@ -88,7 +91,6 @@ export function resolveTitles(addon, packs, titles) {
  * @returns {Answer[]}
  */
 export function answerAll(addon, packs, titles) {
-  const { packPath, allowedRoot, overlayPackPath } = packs;
   return ask(() => {
     const answers = [];
     // At least once, because only then a pack is looked at.
@@ -96,7 +98,7 @@ export function answerAll(addon, packs, titles) {
       for (const answer of resolveTitles(addon, packs, titles.slice(i, i + MAX_BATCH))) answers.push(answer);
     }
     return answers;
-  }, allowedRoot, [packPath, ...(overlayPackPath === undefined ? [] : [overlayPackPath])]);
+  }, packs.allowedRoot, packPathsOf(packs));
 }
 
 /**

@@ -2,9 +2,13 @@
 // its name only when it is whole, so a run that was ended at any moment goes on with what is there.
 //
 //   run.json          what the parts are parts of, see `Run`
-//   part-NNNNNNNN     a line of JSON, `bytes` of the rest and the counts of it, then the records of the output
+//   part-NNNNNNNN     a line of JSON, the counts and the SHA-256 of what follows, then records of the output
+//
+// Parts are not flushed to the disk one by one, which takes longer than making them. What a loss of power leaves of one is
+// known by its digest.
 
-import { closeSync, existsSync, fstatSync, openSync, readFileSync, readSync, rmdirSync, rmSync } from 'node:fs';
+import { createHash } from 'node:crypto';
+import { existsSync, readFileSync, rmdirSync, rmSync } from 'node:fs';
 import { join } from 'node:path';
 import { isDeepStrictEqual } from 'node:util';
 import { countAnswers, joinAnswers, noCounts, recordOf, titlesOf } from './answered_lines.mjs';
@@ -16,7 +20,8 @@ const RUN_FILE = 'run.json';
 const PART_NAME = /^part-(\d{8})$/;
 // What is left of a file that was being written when the process was killed.
 const REST_NAME = /^\..+\.tmp$/;
-const MAX_HEAD = 256; // bytes of a part's first line
+
+const digestOf = (bytes) => createHash('sha256').update(bytes).digest('hex');
 
 /**
  * All that the output depends on.
@@ -27,6 +32,18 @@ const MAX_HEAD = 256; // bytes of a part's first line
  * @property {{ bytes: number, sha256: string }} input
  * @property {string} [format] of the titles, if it was given
  * @property {number} chunk lines of the input in a part
+ */
+
+/**
+ * A run in progress.
+ * @typedef {object} Work
+ * @property {Run} run
+ * @property {import('./answers.mjs').Packs} packs
+ * @property {import('./identified_files.mjs').IdentifiedFile[]} sealed the files of the packs
+ * @property {string} folder of the parts
+ * @property {ReadonlyMap<number, object>} parts those that are there, by the numbers of their chunks
+ * @property {() => AsyncGenerator<import('./titles.mjs').LineChunk>} missing the chunks without a part, read as they are asked for
+ * @property {(number: number, counts: import('./answered_lines.mjs').Counts) => void} made the part is there now
  */
 
 /** What each property of a run is to its user. */
@@ -43,17 +60,22 @@ export function makePart(chunk, resolve) {
   const counts = noCounts();
   countAnswers(counts, answered);
   const records = Buffer.from(answered.map((each) => `${JSON.stringify(recordOf(each))}\n`).join(''));
-  return Buffer.concat([Buffer.from(`${JSON.stringify({ bytes: records.length, ...counts })}\n`), records]);
+  return Buffer.concat([Buffer.from(`${JSON.stringify({ sha256: digestOf(records), ...counts })}\n`), records]);
 }
 
 const partPath = (folder, number) => join(folder, `part-${String(number).padStart(8, '0')}`);
 
-/** The first line of a part, from the part's beginning; nothing if it is none. */
-function headOf(start) {
-  const size = start.indexOf('\n') + 1;
+/**
+ * What is in a part; nothing if it is none or is not whole.
+ * @param {Buffer} content
+ * @returns {{ counts: import('./answered_lines.mjs').Counts, records: Buffer } | undefined}
+ */
+function readPart(content) {
+  const size = content.indexOf('\n') + 1;
+  const records = content.subarray(size);
   try {
-    const { bytes, ...counts } = JSON.parse(start.toString('utf8', 0, size));
-    return { size, bytes, counts };
+    const { sha256, ...counts } = JSON.parse(content.toString('utf8', 0, size));
+    return sha256 === digestOf(records) ? { counts, records } : undefined;
   } catch {
     return undefined;
   }
@@ -62,26 +84,14 @@ function headOf(start) {
 /**
  * @param {string} folder
  * @param {number} number
- * @param {Uint8Array} content of `makePart`
+ * @param {Buffer} content of `makePart`
  * @returns {import('./answered_lines.mjs').Counts}
  */
 export function writePart(folder, number, content) {
-  const head = headOf(Buffer.from(content.buffer, content.byteOffset, content.byteLength));
-  if (!head || head.size + head.bytes !== content.length) throw no(`${folder}: what came for chunk ${number} is no part`);
-  attempt(folder, () => writeWhole(partPath(folder, number), content, { force: true }));
-  return head.counts;
-}
-
-/** The counts of a part that is as long as it says: not one that a loss of power or a full disk has cut off. */
-function readCounts(path) {
-  const file = openSync(path, 'r');
-  try {
-    const start = Buffer.alloc(MAX_HEAD);
-    const head = headOf(start.subarray(0, readSync(file, start)));
-    return head && head.size + head.bytes === fstatSync(file).size ? head.counts : undefined;
-  } finally {
-    closeSync(file);
-  }
+  const part = readPart(content);
+  if (!part) throw no(`${folder}: what came for chunk ${number} is no part`);
+  attempt(folder, () => writeWhole(partPath(folder, number), content, { force: true, flush: false }));
+  return part.counts;
 }
 
 const isOwn = (name) => name === RUN_FILE || PART_NAME.test(name) || REST_NAME.test(name);
@@ -131,8 +141,8 @@ export function openParts(folder, run, restart = false) {
   const parts = new Map();
   for (const name of namesIn(folder)) {
     const [, digits] = PART_NAME.exec(name) ?? [];
-    const counts = digits && readCounts(join(folder, name));
-    if (counts) parts.set(Number(digits), counts);
+    const part = digits && readPart(readFileSync(join(folder, name)));
+    if (part) parts.set(Number(digits), part.counts);
   }
   return parts;
 }
@@ -145,7 +155,8 @@ export function openParts(folder, run, restart = false) {
  */
 export function* mergedParts(folder, count) {
   for (let number = 0; number < count; number += 1) {
-    const content = readFileSync(partPath(folder, number));
-    yield content.subarray(headOf(content)?.size);
+    const part = readPart(readFileSync(partPath(folder, number)));
+    if (!part) throw new Error(`part ${number} is damaged`);
+    yield part.records;
   }
 }

@@ -12,7 +12,8 @@ import { readText } from './files.mjs';
  * @property {() => Promise<typeof import('../../lib/index.cjs')>} loadAddon the native module
  * @property {string} [addonUrl] the same as a module with a default export, for worker threads
  * @property {() => Promise<any>} loadExplainModule the one that explains
- * @property {(url: string) => Promise<unknown>} untilStopped until the user ends a server at this address
+ * @property {() => Promise<import('./queue.mjs').QueueTools>} loadQueueTools packages that need not be installed
+ * @property {(url: string) => Promise<unknown>} untilStopped until the user ends a server or worker at this address
  * @property {AsyncIterable<Uint8Array>} [input] standard input
  * @property {boolean} [terminal] whether standard error is a terminal, which alone is shown progress
  * @property {number} [columns] width of the terminal that standard output is, if it is one

@@ -94,11 +94,12 @@ function takeName(temporary, path, force) {
  * Writes a file as a whole or not at all: to a new file, which then takes its name.
  * @param {string} path
  * @param {string | Uint8Array | Iterable<Uint8Array>} content as a whole or in pieces
- * @param {{ force?: boolean, mode?: number, folder?: string }} [options] `force`: over a file of that name too; `mode`: its
- *   permissions; `folder`: where the new file is made, on the same file system; beside the other by default
+ * @param {{ force?: boolean, mode?: number, folder?: string, flush?: boolean }} [options] `force`: over a file of that name
+ *   too; `mode`: its permissions; `folder`: where the new file is made, on the same file system, by default beside the other;
+ *   `flush`: whether the file gets its name only when the disk has it, by default yes
  * @throws {Error} with a reason in words
  */
-export function writeWhole(path, content, { force = false, mode = 0o666, folder = dirname(path) } = {}) {
+export function writeWhole(path, content, { force = false, mode = 0o666, folder = dirname(path), flush = true } = {}) {
   const temporary = join(folder, `.${basename(path)}.${process.pid}.tmp`);
   let created = false;
   try {
@@ -108,7 +109,7 @@ export function writeWhole(path, content, { force = false, mode = 0o666, folder 
       for (const piece of typeof content === 'string' ? [Buffer.from(content)] : content instanceof Uint8Array ? [content] : content) {
         for (let done = 0; done < piece.length; ) done += writeSync(file, piece, done);
       }
-      fsyncSync(file);
+      if (flush) fsyncSync(file);
     } finally {
       closeSync(file);
     }
