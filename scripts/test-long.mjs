@@ -1,6 +1,6 @@
 // The tests that `npm test` does a hundredth of, in full; the names of some do these alone:
 //
-//   npm run test:long -- [--share N] [--preset NAME] [core|threads|leaks]…
+//   npm run test:long -- [--share N] [--preset NAME] [core|threads|leaks|bytes]…
 //
 //   --share N      so much of it: 0.1 is a tenth, 2 is twice (default: 1)
 //   --preset NAME  under that build: asan, or tsan, which has the core's tests alone (default: release)
@@ -9,7 +9,7 @@ import { parseArgs } from 'node:util';
 
 import { command, run, setup } from './setup.mjs';
 
-const parts = { core: 'core', threads: 'node\\.threads', leaks: 'node\\.leaks' };
+const parts = { core: 'core', threads: 'node\\.threads', leaks: 'node\\.leaks', bytes: 'node\\.changed_bytes' };
 
 await command((args) => {
   const { values: { share, preset }, positionals } = parseArgs({
