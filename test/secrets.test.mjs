@@ -12,7 +12,7 @@ import './support/addon.mjs';
 import { indexDocument, packBytes, root, writeFile } from './support/packs.mjs';
 import { noElf } from './support/platform.mjs';
 
-const binary = process.env.CORVENDA_TEST_BINARY ?? createRequire(import.meta.url).resolve('../build/release/corvenda_semantic.node');
+const binary = Object.keys(createRequire(import.meta.url).cache).find((path) => path.endsWith('.node'));
 const script = fileURLToPath(new URL('support/find_secrets.cjs', import.meta.url));
 const skip = noElf || (process.env.CORVENDA_TEST_EMULATED && 'an emulator has memory of its own');
 
