@@ -17,8 +17,8 @@ import { sampleTitles, sealSample } from '../support/sample.mjs';
 const tool = fileURLToPath(new URL('../../tools/klrx.mjs', import.meta.url));
 const server = process.env.CORVENDA_TEST_REDIS || 'redis-server';
 const missing = spawnSync(server, ['--version']).status === 0 ? false : 'needs redis-server: Debian calls its package redis-server';
-const TITLES = 60000;
-const CHUNK = 200;
+const TITLES = 30000;
+const CHUNK = 100;
 let pack;
 let expected;
 
@@ -207,6 +207,30 @@ test('the examples of --help, with a password and a database', { skip: missing }
       said.push(err);
     }
     assert.doesNotMatch(String(said), /se#cret|se%23cret|wr0ng/);
+  } finally {
+    process.chdir('..');
+    await redis.stop();
+  }
+});
+
+test('the commands of docs/scale.md', { skip: missing }, async () => {
+  const redis = await startRedis();
+  mkdirSync('document/packs', { recursive: true });
+  copyFileSync(pack, 'document/mine.klrx');
+  copyFileSync(pack, 'document/packs/mine.klrx');
+  copyFileSync('t.jsonl', 'document/titles.jsonl');
+  process.chdir('document');
+  try {
+    const page = readFileSync(new URL('../../docs/scale.md', import.meta.url), 'utf8');
+    const lines = Array.from(page.matchAll(/^npx klrx (.*)$/gm), ([, line]) => line.replace('redis://queue.example:6379', redis.url));
+    assert.deepEqual(lines.map((line) => line.split(' ')[0]), ['bulk', 'worker', 'bulk']);
+    const working = workHere(lines[1]);
+    for (const line of [lines[0], lines[2]]) {
+      assert.equal((await klrx(line, addon))[0], 0, line);
+      assert.ok(readFileSync('answers.jsonl', 'utf8') === expected, line);
+      rmSync('answers.jsonl');
+    }
+    assert.equal((await working.stop())[0], 0);
   } finally {
     process.chdir('..');
     await redis.stop();

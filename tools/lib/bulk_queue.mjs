@@ -13,7 +13,7 @@ const RETRY_DELAY = 1000; // milliseconds
 const PAUSE = 20; // milliseconds between two looks at a queue in which nothing happens
 const ROUND = 2000; // milliseconds between two announcements of the run
 const FAREWELL = 3000; // milliseconds in which workers leave a run that is over
-const AT_ONCE = 16; // results taken from the server at a time
+const AT_ONCE = 16; // chunks sent, and results taken, at a time
 
 const jobId = (number) => `chunk-${number}`;
 const numberOf = (id) => Number(id.slice('chunk-'.length));
@@ -33,6 +33,72 @@ function unpacked(result) {
   }
 }
 
+/** @typedef {Map<number, import('./titles.mjs').LineChunk>} Outside chunks on the server, which have no part yet, by number */
+
+/** @param {import('bullmq').Queue} queue */
+const send = (queue, chunks) => queue.addBulk(chunks.map((chunk) => ({ name: 'chunk', data: chunk, opts: jobOptions(chunk) })));
+
+/**
+ * Sends what the server has forgotten, as it may if it was started anew.
+ * @param {import('bullmq').Queue} queue
+ * @param {Outside} outside
+ */
+async function sendForgotten(queue, outside) {
+  const states = await Promise.all(Array.from(outside.keys(), (number) => queue.getJobState(jobId(number))));
+  await send(queue, [...outside.values()].filter((_, i) => states[i] === 'unknown'));
+}
+
+/**
+ * Sends chunks until enough are on the server, some at a time.
+ * @param {import('bullmq').Queue} queue
+ * @param {Outside} outside
+ * @param {{ chunks: AsyncGenerator<import('./titles.mjs').LineChunk>, ended: boolean }} input
+ * @param {number} ahead
+ * @returns {Promise<number>} how many were sent
+ */
+async function sendMore(queue, outside, input, ahead) {
+  const taken = [];
+  while (!input.ended && taken.length < AT_ONCE && outside.size < ahead) {
+    const { value, done } = await input.chunks.next();
+    input.ended = done === true;
+    if (!value) break;
+    outside.set(value.number, value);
+    taken.push(value);
+  }
+  if (taken.length > 0) await send(queue, taken);
+  return taken.length;
+}
+
+/**
+ * Writes parts that have come back.
+ * @param {import('bullmq').Queue} queue
+ * @param {Outside} outside
+ * @param {import('./bulk_parts.mjs').Work} work
+ * @returns {Promise<number>} how many have
+ */
+async function takeResults(queue, outside, { folder, parts, made }) {
+  const ids = await queue.getRanges(['completed'], 0, AT_ONCE - 1, true);
+  for (const job of await Promise.all(ids.map((id) => queue.getJob(id)))) {
+    if (!job?.id) continue; // somebody else leads the same run
+    const number = numberOf(job.id);
+    try {
+      if (!parts.has(number)) made(number, writePart(folder, number, unpacked(job.returnvalue)));
+    } finally {
+      await queue.remove(job.id); // also if it is no part, so that it is done again
+    }
+    outside.delete(number);
+  }
+  return ids.length;
+}
+
+/** Ends the run if there is a chunk that nobody could do. @param {import('bullmq').Queue} queue */
+async function checkFailures(queue) {
+  const [job] = await queue.getJobs(['failed'], 0, 0);
+  if (!job?.id) return;
+  const hint = 'the parts stay; the same command goes on after them';
+  throw no(`chunk ${numberOf(job.id)} was given up: ${printable(job.failedReason)}`, { hint });
+}
+
 /**
  * Leads a run until each chunk has a part.
  * @param {import('./queue.mjs').Queues} queues
@@ -41,72 +107,37 @@ function unpacked(result) {
  * @param {number} ahead chunks on the server at a time
  * @param {(message: string) => void} warn
  */
-async function lead(queues, queue, { run, sealed, folder, parts, missing, made }, ahead, warn) {
+async function lead(queues, queue, work, ahead, warn) {
+  const { run, sealed, missing } = work;
   const announcement = { id: runId(run), klrx: run.klrx, packs: sealed.map(({ name, sha256 }) => ({ name, sha256 })) };
-  /** @type {Map<number, import('./titles.mjs').LineChunk>} */
-  const outside = new Map(); // chunks on the server, without a part
+  /** @type {Outside} */
+  const outside = new Map();
   const told = new Set();
-  let rounds = 0;
-  let roundAt = 0;
   const tellOnce = (message) => {
     if (!told.has(message)) warn(message);
     told.add(message);
   };
-  const send = (chunks) => queue.addBulk(chunks.map((chunk) => ({ name: 'chunk', data: chunk, opts: jobOptions(chunk) })));
-
   const tellRefusals = async () => {
     for (const refusal of await refusals(queues, announcement.id)) tellOnce(refusal);
   };
+  let rounds = 0;
+  let roundAt = 0;
   const makeRound = async () => {
     await announceRun(queues, announcement);
     await tellRefusals();
-    if (rounds === 2 && (await queue.getWorkersCount()) === 0) tellOnce('no worker takes part yet; klrx worker --help says how one is started');
+    if (rounds === 2 && await queue.getWorkersCount() === 0) tellOnce('no worker takes part yet; klrx worker --help says how one is started');
+    await sendForgotten(queue, outside);
     rounds += 1;
-    // A server that was started anew may have forgotten some.
-    const states = await Promise.all(Array.from(outside.keys(), (number) => queue.getJobState(jobId(number))));
-    await send([...outside.values()].filter((_, i) => states[i] === 'unknown'));
-  };
-  const takeResults = async () => {
-    const ids = await queue.getRanges(['completed'], 0, AT_ONCE - 1, true);
-    for (const job of await Promise.all(ids.map((id) => queue.getJob(id)))) {
-      if (!job?.id) continue; // somebody else leads the same run
-      const number = numberOf(job.id);
-      try {
-        if (!parts.has(number)) made(number, writePart(folder, number, unpacked(job.returnvalue)));
-      } finally {
-        await queue.remove(job.id); // also if it is no part, so that it is done again
-      }
-      outside.delete(number);
-    }
-    return ids.length;
-  };
-  const input = { chunks: missing(), ended: false };
-  const takeChunks = async () => {
-    const taken = [];
-    while (!input.ended && taken.length < AT_ONCE && outside.size < ahead) {
-      const { value, done } = await input.chunks.next();
-      input.ended = done === true;
-      if (!value) break;
-      outside.set(value.number, value);
-      taken.push(value);
-    }
-    if (taken.length > 0) await send(taken);
-    return taken.length;
+    roundAt = performance.now() + ROUND;
   };
 
-  // Those that nobody could do in an earlier run get another chance.
-  await queue.clean(0, 0, 'failed');
+  await queue.clean(0, 0, 'failed'); // what nobody could do in an earlier run gets another chance
+  const input = { chunks: missing(), ended: false };
   while (!input.ended || outside.size > 0) {
-    if (performance.now() >= roundAt) {
-      await makeRound();
-      roundAt = performance.now() + ROUND;
-    }
-    const [failed] = await queue.getJobs(['failed'], 0, 0);
-    if (failed?.id) {
-      throw no(`chunk ${numberOf(failed.id)} was given up: ${printable(failed.failedReason)}`, { hint: 'the parts stay; the same command goes on after them' });
-    }
-    const results = await takeResults();
-    if (await takeChunks() + results === 0) await delay(PAUSE);
+    if (performance.now() >= roundAt) await makeRound();
+    await checkFailures(queue);
+    const results = await takeResults(queue, outside, work);
+    if (await sendMore(queue, outside, input, ahead) + results === 0) await delay(PAUSE);
   }
   await tellRefusals();
 }
