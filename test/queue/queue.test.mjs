@@ -252,7 +252,7 @@ test('a chunk that no worker can do ends the run, and is tried again by the next
     const failing = workHere(worker, { addonUrl: `data:text/javascript,${encodeURIComponent(throwing)}` });
     const [status, , err] = await klrx(bulk, addon);
     await failing.stop();
-    assert.deepEqual([status, err.replace(/ packs.*boom/, ' boom')], [1, 'klrx: chunk 2 was given up: boom\ufffd[2J\n'
+    assert.deepEqual([status, err.replace(/ packs.*boom/, ' boom')], [1, 'klrx: the chunk from line 3 was given up: boom\ufffd[2J\n'
       + 'klrx: hint: the parts stay; the same command goes on after them\n']);
     const mended = workHere(worker);
     const again = await klrx(bulk, addon);

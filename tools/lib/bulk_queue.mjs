@@ -96,7 +96,7 @@ async function checkFailures(queue) {
   const [job] = await queue.getJobs(['failed'], 0, 0);
   if (!job?.id) return;
   const hint = 'the parts stay; the same command goes on after them';
-  throw no(`chunk ${numberOf(job.id)} was given up: ${printable(job.failedReason)}`, { hint });
+  throw no(`the chunk from line ${job.data.line} was given up: ${printable(job.failedReason)}`, { hint });
 }
 
 /**
