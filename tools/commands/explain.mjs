@@ -10,6 +10,7 @@ const englishReading = createRequire(import.meta.url)('../../lib/english_reading
 
 /** @param {import('../lib/command_line.mjs').Call} call */
 async function run({ values, positionals, io }) {
+  if (positionals.length > 2) throw misuse('explain needs PACK and one TITLE, in quotes if it has blanks');
   if (positionals.length !== 2 || positionals[1] === '') throw misuse('explain needs PACK and TITLE');
   const [packPath, raw] = positionals;
   const packs = packsOf(packPath, { overlay: values.overlay });

@@ -81,14 +81,31 @@ export const PLACE_FATES = {
   'repeats-curated': 'a curated row says the same',
 };
 
+const SEVERAL_WORDS = 'a table is searched for single English words; put it in a lexicon';
+
+/** Rows of tables have no kind that an editor gave them. */
+const TABLE_KINDS = { 'location-db-native': 'table, zh', 'location-db-en': 'table, en' };
+
 const CHOICES = {
   curated: 'by place in the title, since one of them is curated',
   places: 'by the earliest and longest name',
   scores: 'by the total score of each code',
 };
 
+const WORKFLOW_REASONS = {
+  'hard-workflow-suppressed-scene': 'a hard word suppresses this scene, wherever it stands in the title',
+  'workflow-context-not-applicable': 'the policy takes this scene away for none of these words',
+};
+
 const number = (value) => String(Number(value.toFixed(2)));
-const placeOf = (place) => (place === null ? '' : `${place.source} ${place.section} ${place.row}`);
+/** Where a row stands; that it is the pack's goes without saying. */
+const placeOf = (place) => (place === null ? '' : `${place.source === 'pack' ? '' : `${place.source} `}${place.section} ${place.row}`);
+
+/** A table with a note below some of its rows. @param {{ cells: string[], note?: string }[]} rows */
+function notedColumns(rows, sides) {
+  const lines = columns(rows.map(({ cells }) => cells), sides).split('\n');
+  return rows.map(({ note }, i) => `${lines[i]}\n${note ? `     ${note}\n` : ''}`).join('');
+}
 
 /** Why the first candidate stands before the second: what the order compares, in turn. @param {Candidate[]} candidates */
 function reasonOf([first, second], promoted) {
@@ -104,9 +121,9 @@ function reasonOf([first, second], promoted) {
 const candidateRow = (candidate, mark) => [
   mark, candidate.phrase === null ? candidate.alias : `${candidate.phrase} (phrase)`, candidate.sceneKey, candidate.detail, candidate.kind,
   String(candidate.rank), number(candidate.score),
-  `= ${number(candidate.early)} + ${number(candidate.length)} + ${number(candidate.priority)}`, placeOf(candidate.place),
+  `${number(candidate.early)} + ${number(candidate.length)} + ${number(candidate.priority)}`, placeOf(candidate.place),
 ];
-const CANDIDATE_HEAD = ['', 'term', 'scene', 'detail', 'kind', 'rank', 'score', 'early + length + priority', 'row'];
+const CANDIDATE_HEAD = ['', 'term', 'scene', 'detail', 'kind', 'rank', 'score', '', 'row'];
 /** @type {('left' | 'right')[]} */
 const CANDIDATE_SIDES = ['left', 'left', 'left', 'left', 'left', 'right', 'right', 'left', 'left'];
 
@@ -115,7 +132,7 @@ function sceneLines({ answer, single, scene }) {
   const { candidates, cleared, dropped, phrases } = scene;
   const [top] = candidates;
   const lines = [];
-  if (!top && answer.sceneKey === '') lines.push(['no row speaks for the title']);
+  if (!top && answer.sceneKey === '' && cleared.length === 0) lines.push(['no row speaks for the title']);
   if (top) lines.push([`${top.phrase ?? top.alias} decides: ${reasonOf(candidates, scene.promoted)}`]);
   if (scene.detailAlias !== null) lines.push([`the detail is that of the detail row ${scene.detailAlias}`]);
   if (scene.travelDiary) lines.push(['"vlog" and an override for a travel diary make the detail']);
@@ -123,30 +140,37 @@ function sceneLines({ answer, single, scene }) {
     lines.push([`the title names a place and ends in a word of visiting: ${scene.travelScene}, ${scene.travelDetail}`]);
   }
   for (const { phrase, veto, candidate, sceneKey, identity } of phrases) {
-    if (veto) lines.push([`the phrase ${phrase} says that there is no scene${cleared.length > 0 ? '; it takes the rows below marked x away' : ''}`]);
+    if (veto) lines.push([`the veto ${phrase} ${cleared.length > 0 ? 'takes the rows below marked x away' : 'says that there is no scene'}`]);
     else if (!candidate) lines.push([`the ${identity ? 'identity' : 'phrase'} ${phrase} names the scene ${sceneKey}, which has no complete row`]);
   }
   if (single.sceneKey !== answer.sceneKey) lines.push([`resolveSceneIntent, by its looser rules, says ${single.sceneKey || 'nothing'}`]);
   const rows = [...candidates.map((candidate, i) => candidateRow(candidate, i === 0 ? '*' : '')), ...cleared.map((one) => candidateRow(one, 'x'))];
   const table = rows.length > 0 ? columns([CANDIDATE_HEAD, ...rows], CANDIDATE_SIDES) : '';
-  const turnedDown = dropped.map(({ alias, sceneKey, reason, place }) => ['-', alias, sceneKey, SCENE_DROPS[reason], placeOf(place)]);
-  return columns(lines, ['left']) + table + columns(turnedDown, ['left', 'left', 'left', 'left', 'left']);
+  if (rows.length > 0) lines.push(['score = early + length + priority']);
+  const turnedDown = dropped.map(({ alias, sceneKey, reason, place }) => ({ cells: ['-', alias, sceneKey, placeOf(place)], note: SCENE_DROPS[reason] }));
+  return columns(lines, ['left']) + table + notedColumns(turnedDown, ['left', 'left', 'left', 'left']);
 }
 
 /** @param {Explanation} explanation */
 function placeLines({ places: { choice, hits, dropped, totals } }) {
   if (hits.length + dropped.length === 0) return '';
-  const rows = [...hits, ...dropped].map((hit) => [
-    hit.fate === 'reported' ? '*' : '-', hit.alias, hit.code, hit.label, hit.kind,
-    ...(hits.includes(hit)
-      ? [number(hit.score), `= ${[hit.weight, hit.kindScore, hit.length, hit.early].map(number).join(' + ')}`] : ['', '']),
-    PLACE_FATES[hit.fate], placeOf(hit.place),
-  ]);
-  const head = ['', 'term', 'code', 'label', 'kind', 'score', 'weight + kind + length + early', '', 'row'];
+  const cellsOf = (hit) => [hit.fate === 'reported' ? '*' : '-', hit.alias, hit.code, hit.label, TABLE_KINDS[hit.kind] ?? hit.kind];
+  const noteOf = ({ fate, kind, label }) => {
+    if (fate === 'reported') return '';
+    if (fate === 'label-not-in-title' && kind === 'location-db-en' && label.includes(' ')) return SEVERAL_WORDS;
+    return PLACE_FATES[fate];
+  };
+  const scored = hits.map((hit) => ({
+    cells: [...cellsOf(hit), number(hit.score), [hit.weight, hit.kindScore, hit.length, hit.early].map(number).join(' + '), placeOf(hit.place)],
+    note: noteOf(hit),
+  }));
+  const turnedDown = dropped.map((hit) => ({ cells: [...cellsOf(hit), placeOf(hit.place)], note: noteOf(hit) }));
+  const head = { cells: ['', 'term', 'code', 'label', 'kind', 'score', '', 'row'] };
   const codes = totals.map(({ code, total, labels }) => `${code} ${number(total)} (${labels} ${labels === 1 ? 'label' : 'labels'})`);
-  return (hits.length > 0 ? `codes are chosen ${CHOICES[choice]}\n` : '')
+  return (hits.length > 0 ? `codes are chosen ${CHOICES[choice]}\nscore = weight + kind + length + early\n` : '')
     + (codes.length > 0 ? `totals: ${codes.join(', ')}\n` : '')
-    + columns([head, ...rows], ['left', 'left', 'left', 'left', 'left', 'right', 'left', 'left', 'left']);
+    + (hits.length > 0 ? notedColumns([head, ...scored], ['left', 'left', 'left', 'left', 'left', 'right', 'left', 'left']) : '')
+    + notedColumns(turnedDown, ['left', 'left', 'left', 'left', 'left', 'left']);
 }
 
 /** @param {Explanation} explanation */
@@ -159,10 +183,16 @@ function peopleLines({ celebrities: { people, label, signals, candidates, confid
 }
 
 /** @param {Explanation} explanation */
-function workflowLines({ workflow: { suppressed, reason, assetWord, hardWord, sceneWord } }) {
+function workflowLines({ title, workflow: { suppressed, reason, assetWord, hardWord, sceneWord } }) {
+  // The policy looks for its words as substrings, which nobody sees who only sees the word.
+  const within = (word) => {
+    const words = title.normalizedEnglish.split(' ').filter((each) => each.includes(word));
+    return words.length === 0 || words.includes(word) ? '' : ` in ${JSON.stringify(words[0])}`;
+  };
   const words = [['asset handling', assetWord], ['hard', hardWord], ['decides', sceneWord]].filter(([, word]) => word !== '')
-    .map(([what, word]) => `${what}: ${word}`);
-  return `${suppressed ? 'suppressed' : 'not suppressed'}, ${reason}${words.length > 0 ? ` (${words.join(', ')})` : ''}\n`;
+    .map(([what, word]) => `${what}: ${word}${within(word)}`);
+  return `${suppressed ? 'suppressed' : 'not suppressed'}, ${reason}${words.length > 0 ? ` (${words.join(', ')})` : ''}\n`
+    + (WORKFLOW_REASONS[reason] ? `${WORKFLOW_REASONS[reason]}\n` : '');
 }
 
 /**
@@ -173,7 +203,8 @@ function workflowLines({ workflow: { suppressed, reason, assetWord, hardWord, sc
 export function explanationText(explanation, colors) {
   const paint = painter(colors);
   const { title, answer } = explanation;
-  const scene = [answer.sceneKey, answer.sceneDetail].filter(Boolean).join(', ') || 'none';
+  const suppressed = explanation.workflow.suppressed ? ' (suppressed)' : '';
+  const scene = answer.sceneKey === '' ? 'none' : `${[answer.sceneKey, answer.sceneDetail].filter(Boolean).join(', ')}${suppressed}`;
   const parts = [
     ['title', `${printable(title.raw)}${title.normalizedEnglish === '' ? ', without an English reading' : `, read as "${printable(title.normalizedEnglish)}"`}\n`],
     [`scene: ${scene}`, sceneLines(explanation)],
