@@ -86,7 +86,7 @@ test('lexicon: the rows, section by section', () => {
 test('lexicon: findings with their places', () => {
   const ofCategory = (more) => `{"categories":[{"key":"k","zh":["a"],${more}}]}`;
   const ofFacets = (...more) => `{"facets":[${more.map((text) => `{"dimension":"d","key":"f",${text}}`)}]}`;
-  const stands = (what, wanted) => `${what} stands where ${wanted} should be`;
+  const stands = (what, wanted, name = undefined) => `${name === undefined ? '' : `"${name}": `}${what} stands where ${wanted} should be`;
   const unknownOf = (what, allowed) => `unknown property ${what} (allowed: ${allowed})`;
   const lists = 'categories, shortTitleOverrides, compoundOverrides, conflictOverrides, humans, celebrities, locations, facets';
   const unknown = 'no category with an alias has the key "k"';
@@ -94,12 +94,12 @@ test('lexicon: findings with their places', () => {
     ['▲[]', stands('an array', 'an object')],
     ['{▲"catgories":[],▲"scenes":[],▲"Humans":[]}', unknownOf('"catgories"; is "categories" meant?', lists),
       unknownOf('"scenes"', lists), unknownOf('"Humans"; is "humans" meant?', lists)],
-    ['{"categories":▲{},"humans":[▲null]}', stands('an object', 'an array'), stands('null', 'an object')],
+    ['{"categories":▲{},"humans":[▲null]}', stands('an object', 'an array', 'categories'), stands('null', 'an object')],
     ['{"categories":[▲{▲"kye":"k"}]}', 'the property "key" is missing', unknownOf('"kye"; is "key" meant?',
       'key, label, archiveLabel, archiveCode, icon, defaultDetail, priority, zh, aliases, keywords, en, details')],
-    [ofCategory('"label":▲5,"priority":▲true'), stands('a number', 'a string'), stands('a boolean', 'a number')],
+    [ofCategory('"label":▲5,"priority":▲true'), stands('a number', 'a string', 'label'), stands('a boolean', 'a number', 'priority')],
     [ofFacets('"weight":▲"3x"', '"weight":▲1e400', '"en":[▲"street food"]'), 'the text is no number',
-      'the number is too large', 'warning: the facet alias is looked for as "streetfood", without its blanks'],
+      '"weight": the number is too large', 'warning: the facet alias is looked for as "streetfood", without its blanks'],
     [ofCategory(`"en":["😀中",▲"\\t ",▲7,▲"${'x'.repeat(65536)}"]`), 'the alias is blank',
       stands('a number', 'a string'), 'the string is longer than 65535 bytes'],
     [ofCategory('"details":△[],▲"details":[]'), 'the property "details" stands twice; the first is at @'],
@@ -114,7 +114,7 @@ test('lexicon: findings with their places', () => {
       'warning: a phrase of plain letters is looked for in English readings; it belongs under "en"'],
     ['{"celebrities":[{"id":"i","name":▲" "},▲{"id":"i"}]}', 'the name is blank', 'the property "name" is missing'],
     ['{"celebrities":[{"id":"i","name":"n","tags":[▲"a\\u001eb"],"aliases":▲["x"]}]}',
-      'the byte 0x1e separates tags and cannot stand in one', stands('an array', 'an object')],
+      'the byte 0x1e separates tags and cannot stand in one', stands('an array', 'an object', 'aliases')],
     ['{"locations":[{"code":"c","section":▲"location-cn","label":▲""}]}',
       'a lexicon holds the section "location" alone: places of other sections stand in .tsv sources',
       'the string is empty'],

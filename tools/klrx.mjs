@@ -28,6 +28,7 @@ process.exitCode = await run(process.argv.slice(2), {
   loadQueueTools: async () => ({ bullmq: await import('bullmq'), Redis: (await import('ioredis')).Redis }),
   untilStopped: () => new Promise((resolve) => process.once('SIGINT', resolve).once('SIGTERM', resolve)),
   input: stdin,
+  fromKeyboard: stdin.isTTY === true,
   terminal: stderr.isTTY === true,
   columns: stdout.columns,
   colors: stdout.isTTY === true && stdout.hasColors(16), // which heeds NO_COLOR

@@ -61,7 +61,6 @@ function run(call) {
   const options = readOptions(call);
   const { sources, out, kind, keyId, ruleSetId, nonce } = options;
   const trust = readTrust(options.trust);
-  if (isPublicKey(keyId, trust)) call.warn(aboutPublicKey(keyId));
   const { baseRuleSetId, scenes } = readBase(options, trust);
   if (kind === 'patch' && baseRuleSetId === ruleSetId) {
     call.warn(`the patch leads from ${ruleSetId} to itself, and no reader takes such a patch; give another --rule-set-id`);
@@ -82,6 +81,7 @@ function run(call) {
   const counts = Object.entries({ ...rows, ...shards });
   if (counts.every(([, count]) => count === 0)) call.warn('the pack is empty: no source has a row');
   writeOutput(out, pack, options);
+  if (isPublicKey(keyId, trust)) call.warn(aboutPublicKey(keyId));
 
   const width = Math.max(...counts.map(([name]) => name.length));
   const lines = counts.map(([name, count]) => `  ${name.padEnd(width)}  ${countOf(count, 'row')}\n`);

@@ -7,7 +7,8 @@ import { buildLocationShard } from '../lib/location_shard.mjs';
 import { checkOutput, FORCE, writeOutput } from '../lib/output.mjs';
 import { buildPack } from '../lib/pack_file.mjs';
 import { readPack } from '../lib/pack_reader.mjs';
-import { rowChanges } from '../lib/row_changes.mjs';
+import { fieldNamesOf, rowChanges } from '../lib/row_changes.mjs';
+import { NOTHING } from '../lib/cases.mjs';
 import { painter, printable } from '../lib/terminal.mjs';
 import { allTitles } from '../lib/titles.mjs';
 import { NONCE, readNonce, readTrust, TRUST } from '../lib/seal_options.mjs';
@@ -82,10 +83,14 @@ function writePatch({ values, warn, positionals: [basePath, targetPath] }, base,
 
 function changesText(changes, colors) {
   const paint = painter(colors);
-  const show = (fields) => fields.map((field) => printable(field.replaceAll('\x1e', '|'))).join(' | ');
+  const show = (field = '') => (field === '' ? NOTHING : printable(field.replaceAll('\x1e', '|').replace(/^(-?\d+)\.0+$/, '$1')));
   return changes.map(({ change, section, term, before, after }) => {
-    const fields = before && after ? `${show(before)}  ->  ${show(after)}` : show(before ?? after ?? []);
-    return `${paint(STYLES[change], `${SIGNS[change]} ${section} ${printable(term)}`)}: ${fields}\n`;
+    const one = after ?? before ?? [];
+    // Of a changed row what differs; otherwise what is said at all.
+    const fields = Array.from({ length: Math.max(one.length, before?.length ?? 0) }, (_, i) => ({ name: fieldNamesOf(section)[i] ?? `field ${i + 1}`, i }))
+      .filter(({ i }) => (before && after ? before[i] !== after[i] : i === 0 || one[i] !== ''))
+      .map(({ name, i }) => (before && after ? `${name} ${show(before[i])} -> ${show(after[i])}` : `${name} ${show(one[i])}`));
+    return `${paint(STYLES[change], `${SIGNS[change]} ${section} ${printable(term)}`)}: ${fields.join(', ')}\n`;
   }).join('');
 }
 

@@ -86,6 +86,7 @@ async function run({ values, positionals, io, warn }) {
   const trust = readTrust(values.trust);
   if (values.rows !== undefined) {
     const rows = rowsOf(readPack(packPath, trust), values.rows, values.term);
+    if (rows.length === 0 && values.term !== undefined) warn(`no row of ${values.rows} has the term ${JSON.stringify(values.term)}`);
     return { report: { rows }, text: rowsText(rows) };
   }
   const allowedRoot = values.root ?? dirname(resolve(packPath));

@@ -5,12 +5,13 @@ import { basename, resolve } from 'node:path';
 import { packsOf } from '../lib/answers.mjs';
 import { misuse, no, Refusal } from '../lib/command_line.mjs';
 import { explanationText } from '../lib/explanation_text.mjs';
-import { watchLexicon } from '../lib/live_lexicon.mjs';
+import { isPack, watchLexicon } from '../lib/live_lexicon.mjs';
 import { ask, loadExplainModule } from '../lib/native.mjs';
 import { sendJson, servePage } from '../lib/page_server.mjs';
 import { readPack } from '../lib/pack_reader.mjs';
 import { livePage, makeReport } from '../lib/report.mjs';
 import { readTrust } from '../lib/seal_options.mjs';
+import { sourceFiles } from '../lib/sources.mjs';
 import { allTitles } from '../lib/titles.mjs';
 import { lint } from './lint.mjs';
 
@@ -32,6 +33,8 @@ async function run(call) {
   if (positionals.length === 0) throw misuse('serve needs a PACK or SOURCES');
   const port = Number(values.port ?? 0);
   if (!Number.isInteger(port) || port < 0 || port > 65535) throw misuse(`--port is 0 to 65535, not ${values.port}`);
+  if (positionals.length > 1 && positionals.some((path) => path.endsWith('.klrx'))) throw misuse('serve shows one PACK or any number of SOURCES');
+  if (!isPack(positionals)) sourceFiles(positionals); // names that can't be meant are refused now, all else may be mended later
   const titles = values.titles === undefined ? [] : await allTitles(values.titles, io);
   const { explainTitle } = await loadExplainModule(io);
   const name = positionals.length === 1 ? basename(resolve(positionals[0])) : `${positionals.length} sources`;
@@ -68,9 +71,11 @@ async function run(call) {
     return /** @type {any} */ (report).findings.map(({ place, rule, message }) => ({ place, message: `${rule}: ${message}` }));
   };
   const lexicon = watchLexicon(positionals, lintNow, (next) => {
+    const mended = version.error !== '' && next.error === '';
     version = next;
     for (const listener of listeners) tell(listener);
-    if (next.error !== '') warn(next.error);
+    if (next.error !== '') warn([next.error, ...next.findings.map(({ place, message }) => `${place}: ${message}`)].join('\n'));
+    if (mended) call.tell('klrx: the errors are gone\n');
   });
   const page = livePage(name);
   const server = await servePage(port, {

@@ -41,10 +41,12 @@ function failuresText(path, failures, colors) {
  * @returns {Promise<(title: import('../lib/cases.mjs').Case['title'], answer: import('../lib/answers.mjs').Answer) => string[]>}
  */
 async function explaining(io, packs, whole) {
-  if (!whole) return (_, answer) => explainAnswer(answer);
   const { explainTitle } = await loadExplainModule(io);
-  const text = (title) => ask(() => explanationText(explainTitle({ ...packs, ...title }), false), packs.allowedRoot, [packs.packPath]);
-  return (title) => text(title).trimEnd().split('\n');
+  const explanationOf = (title) => ask(() => explainTitle({ ...packs, ...title }), packs.allowedRoot, [packs.packPath]);
+  if (whole) return (title) => explanationText(explanationOf(title), false).trimEnd().split('\n');
+  // An answer without a scene doesn't say what took it away.
+  const vetoesOf = (title, { scene }) => (scene === '' ? explanationOf(title).scene.phrases.filter(({ veto }) => veto) : []);
+  return (title, answer) => [...vetoesOf(title, answer).map(({ phrase }) => `no scene: the veto ${JSON.stringify(printable(phrase))}`), ...explainAnswer(answer)];
 }
 
 /** Writes the cases anew with today's answers, for somebody to compare: to a file, or as the result. */
@@ -65,7 +67,8 @@ async function run({ values, positionals, io }) {
   const answers = (await answering(io, packs))(cases.map(({ title }) => title));
   if (values.update) return update(values, path, rewrite(cases.map((one, i) => updated(one, answers[i]))));
 
-  const explain = await explaining(io, packs, values.explain);
+  const failing = cases.some((one, i) => unmet(one, answers[i]).length > 0);
+  const explain = failing ? await explaining(io, packs, values.explain) : () => [];
   const failures = cases.map((one, i) => ({ one, wrong: unmet(one, answers[i]), answer: answers[i] }))
     .filter(({ wrong }) => wrong.length > 0)
     .map(({ one: { line, title }, wrong, answer }) => ({ line, raw: title.raw, wrong, why: explain(title, answer) }));
@@ -74,7 +77,7 @@ async function run({ values, positionals, io }) {
   const counts = { cases: cases.length, passed: cases.length - failures.length, failed: failures.length };
   return {
     report: { counts, scenes, ...others, failures },
-    text: `${failuresText(path, failures, io.colors)}${scoresText(scenes, others)}${counts.passed} of ${counts.cases} cases passed\n`,
+    text: `${failuresText(path, failures, io.colors)}${failures.length > 0 ? '\n' : ''}${scoresText(scenes, others)}${counts.passed} of ${counts.cases} cases passed\n`,
     status: failures.length === 0 ? DONE : ANSWER_IS_NO,
   };
 }

@@ -54,12 +54,14 @@ function showing({ values, io, warn }, path, answers) {
 
 /** @param {import('../lib/command_line.mjs').Call} call */
 async function run(call) {
-  const { values, positionals, io, progress, print, tell } = call;
+  const { values, positionals, io, progress, print, tell, warn } = call;
   if (positionals.length < 1 || positionals.length > 2) throw misuse('try needs PACK and a file of titles, or "-"');
   if (values.jsonl && values.json) throw misuse('--jsonl and --json are two formats');
   const format = values.format === undefined ? undefined : choiceOf('format', values.format, FORMATS);
   const jobs = readCount('jobs', values.jobs, MAX_JOBS);
   const [packPath, path = '-'] = positionals;
+  if (path === '-' && io.fromKeyboard) tell('klrx: one title a line; Ctrl+D ends\n');
+  if (/\.csv$/i.test(path) && format === undefined) warn(`${path}: commas separate nothing here; a table has tabs between its columns`);
   const counts = noCounts();
   /** @type {object[]} */
   const answers = [];
@@ -75,6 +77,7 @@ async function run(call) {
     if (!await print(show(chunk))) break;
     progress(`${countOf(counts.titles, 'title')}${rate()}`);
   }
+  if (counts.titles === 0) warn(`${path}: holds no title`);
   if (!values.json) tell(`klrx: ${countOf(counts.titles, 'title')}${rate()}: ${summaryOf(counts)}\n`);
   return { report: { counts, answers }, text: '', status: counts.faulty === 0 ? DONE : ANSWER_IS_NO };
 }

@@ -24,6 +24,7 @@ function ruleSetOf(path) {
 async function run({ values, positionals, io }) {
   if (positionals.length !== 2) throw misuse('verify needs MANIFEST and PACK');
   const [manifestPath, packPath] = positionals;
+  if (manifestPath.endsWith('.klrx') && !packPath.endsWith('.klrx')) throw misuse('verify needs the MANIFEST first, and then the PACK');
   const allowedRoot = values.root ?? commonDirectory(positionals);
   const manifest = readJson(manifestPath);
   const baseRuleSetId = values['base-rule-set-id'] ?? ruleSetOf(values.base) ?? manifest?.baseRuleSetId;

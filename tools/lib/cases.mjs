@@ -27,10 +27,14 @@ const alternativesOf = (expectation) => expectation.split('|').map((each) => eac
  * @property {(expectations: Case['expected'][]) => string} rewrite
  */
 
-function faultIn({ path, text }, offset, message) {
+/** @param {import('./findings.mjs').Source} source @param {string} [hint] */
+function faultIn({ path, text }, offset, message, hint) {
   const { line, column } = positionOf({ path, text }, offset);
-  return no(`${path}:${line}:${column}: ${message}`);
+  return no(`${path}:${line}:${column}: ${message}`, { hint });
 }
+
+/** Whoever gives a file that is no table has bare titles, or a table of another kind. */
+const HEADER_HINT = 'tabs separate the columns; klrx test PACK FILE --update makes such a table of bare titles';
 
 const unknownColumn = (name) => `unknown column ${JSON.stringify(name)} (allowed: ${COLUMNS.join(', ')})`;
 
@@ -49,7 +53,7 @@ function readTable(source, bare) {
   const [header, ...lines] = bare && !source.text.includes('\t') && all[0] !== 'raw' ? ['raw', ...all] : all;
   const names = header.split('\t');
   const strange = names.find((name) => !COLUMNS.includes(name));
-  if (names[0] !== 'raw') throw faultIn(source, 0, `the first line does not name the columns, "raw" first (${COLUMNS.join(', ')})`);
+  if (names[0] !== 'raw') throw faultIn(source, 0, `the first line does not name the columns, "raw" first (${COLUMNS.join(', ')})`, HEADER_HINT);
   if (strange !== undefined) throw faultIn(source, header.indexOf(strange), unknownColumn(strange));
   const rows = lines.map((text, index) => ({ cells: text.split('\t'), line: index + 2 })).filter(({ cells }) => cells.join('').trim() !== '');
   const cases = rows.map(({ cells, line }) => {

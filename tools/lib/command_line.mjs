@@ -15,6 +15,7 @@ import { readText } from './files.mjs';
  * @property {() => Promise<import('./queue.mjs').QueueTools>} loadQueueTools packages that need not be installed
  * @property {(url: string) => Promise<unknown>} untilStopped until the user ends a server or worker at this address
  * @property {AsyncIterable<Uint8Array>} [input] standard input
+ * @property {boolean} [fromKeyboard] whether that is a terminal, at which somebody sits and waits
  * @property {boolean} [terminal] whether standard error is a terminal, which alone is shown progress
  * @property {number} [columns] width of the terminal that standard output is, if it is one
  * @property {boolean} [colors] whether standard output may be coloured

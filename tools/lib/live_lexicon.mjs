@@ -24,6 +24,9 @@ const SETTLED = 80; // milliseconds without a change: an editor writes a file in
  * @property {Remark[]} findings in the latest sources
  */
 
+/** Whether a pack is watched, not sources. @param {string[]} paths */
+export const isPack = (paths) => paths.length === 1 && paths[0].endsWith('.klrx');
+
 /** @returns {Remark} */
 const remarkOf = ({ file, line, column, message }) => ({ place: `${file}:${line}:${column}`, message });
 
@@ -35,7 +38,6 @@ const remarkOf = ({ file, line, column, message }) => ({ place: `${file}:${line}
  */
 export function watchLexicon(paths, lint, onChange) {
   const folder = realpathSync(mkdtempSync(join(tmpdir(), 'klrx-serve-')));
-  const isPack = paths.length === 1 && paths[0].endsWith('.klrx');
   let number = 0;
   /** @type {string | undefined} */
   let packPath;
@@ -48,13 +50,13 @@ export function watchLexicon(paths, lint, onChange) {
     let error = '';
     try {
       let next = realPathOf(paths[0]);
-      if (!isPack) {
+      if (!isPack(paths)) {
         const compiled = compileFiles(sourceFiles(paths));
         findings = compiled.findings.map((finding) => remarkOf(findingRecord(finding)));
         next = join(folder, `lexicon-${number + 1}.klrx`); // a name of its own: the old one may be in use
         writeFileSync(next, buildPack({ ruleSetId: 'serve', documents: documentsOf(compiled) }));
       }
-      if (packPath !== undefined && !isPack) rmSync(packPath, { force: true });
+      if (packPath !== undefined && !isPack(paths)) rmSync(packPath, { force: true });
       packPath = next;
       number += 1;
     } catch (failure) {

@@ -1,8 +1,9 @@
 // Questions to the native module, for the commands that need it.
 
+import { existsSync } from 'node:fs';
 import { sep } from 'node:path';
 import { no } from './command_line.mjs';
-import { realPathOf } from './files.mjs';
+import { realPathOf, reasonOf } from './files.mjs';
 
 /** Why the approved-root test may fail although a file lies below the root. */
 function hintAboutRoot(message, root, paths) {
@@ -12,6 +13,15 @@ function hintAboutRoot(message, root, paths) {
   }
   return realPathOf(root).endsWith(sep) ? 'nothing is inside the root of a file system; use a directory below it' : undefined;
 }
+
+/** What may help, by the end of the native module's message. */
+const HINTS = {
+  'extension is invalid': 'the name of a pack ends in .klrx',
+  'authentication or decryption failed':
+    'its bytes were changed, or it is sealed with a key that this build of the native module lacks (docs/trust.md)',
+};
+
+const hintAbout = (message) => Object.entries(HINTS).find(([end]) => message.endsWith(end))?.[1];
 
 /**
  * The native module.
@@ -52,6 +62,10 @@ export function ask(question, root, paths, explain = () => ({})) {
     return question();
   } catch (error) {
     const message = error.message || 'its index document has a wrong name or encoding';
-    throw no(`${paths[0]}: ${message}`, { hint: hintAboutRoot(message, root, paths), ...explain(message) });
+    const hint = hintAboutRoot(message, root, paths) ?? hintAbout(message);
+    // A file that is not there is outside every root.
+    const missing = hint === undefined && message.endsWith('outside the approved root') && paths.find((path) => !existsSync(path));
+    if (missing) throw no(`${missing}: cannot be read: ${reasonOf({ code: 'ENOENT' })}`);
+    throw no(`${paths[0]}: ${message}`, { hint, ...explain(message) });
   }
 }

@@ -36,7 +36,7 @@ const identityChecks = {
     manifest.pack !== basename(packPath) && `it was signed for a file named ${manifest.pack}, not ${basename(packPath)}`,
   digest: ({ manifest }) => manifest.packSha256?.length !== 64 && 'its digest is not 64 digits long',
   // What is left: the pins are in the native module.
-  key: ({ manifest }) => `it was signed with the key ${String(manifest.publicKeySha256).slice(0, 16)}, and this build trusts another`,
+  key: ({ manifest }) => `it was signed with the key ${String(manifest.publicKeySha256).slice(0, 16)}, and this build of the native module trusts another (docs/trust.md)`,
 };
 
 const fileChecks = {

@@ -1,5 +1,17 @@
 // What separates the rows of two packs.
 
+const PLACE_FIELDS = ['code', 'source', 'weight', 'label', 'lang', 'countryLabel'];
+const FIELDS = {
+  scene: ['scene', 'detail', 'rowPriority', 'kind', 'lang', 'label', 'archiveLabel', 'archiveCode', 'icon', 'defaultDetail', 'priority'],
+  human: ['scene', 'detail', 'lang'],
+  celebrity: ['id', 'name', 'kind', 'region', 'priority', 'photoKey', 'tags'],
+  location: PLACE_FIELDS,
+  facet: ['dimension', 'key', 'weight', 'lang'],
+};
+
+/** The fields of rows of a section by name; those of the rows of a table are the fields of a place. @param {string} section */
+export const fieldNamesOf = (section) => (Object.hasOwn(FIELDS, section) ? FIELDS[section] : PLACE_FIELDS);
+
 /** Which fields say what a row is about; the others say what it claims of that. */
 const IDENTITY = {
   scene: ([key, , , kind, lang]) => [key, kind, lang],

@@ -43,7 +43,7 @@ function unknownProperty(name, { properties }) {
 
 /** What a keyword of the schema says when it fails. */
 const MESSAGES = {
-  type: ({ schema }, node) => typeMessage(node, schema),
+  type: ({ schema }, node, name) => `${name === '' ? '' : `${JSON.stringify(name)}: `}${typeMessage(node, schema)}`,
   required: ({ params }) => `the property "${params.missingProperty}" is missing`,
   additionalProperties: ({ params, parentSchema }) => unknownProperty(params.additionalProperty, parentSchema),
   minLength: () => 'the string is empty',
@@ -78,6 +78,7 @@ export function shapeFaults(root, value) {
     const node = path[path.length - 1];
     const { additionalProperty } = error.params;
     const place = additionalProperty === undefined ? node : node.children.find(({ children: [key] }) => key.value === additionalProperty);
-    return { path, offset: place.offset, message: MESSAGES[error.keyword](error, node) };
+    const name = /\/([^/]*[^/\d][^/]*)$/.exec(error.instancePath)?.[1] ?? ''; // not the number of an element
+    return { path, offset: place.offset, message: MESSAGES[error.keyword](error, node, name) };
   });
 }

@@ -1,5 +1,6 @@
 // From the paths of sources to the documents of a pack: what build, lint and unpack share.
 
+import { existsSync } from 'node:fs';
 import { basename, extname, join } from 'node:path';
 import { buildBinaryIndex, INDEX_DOCUMENT_NAME } from './binary_index.mjs';
 import { attempt, countOf, misuse, no } from './command_line.mjs';
@@ -27,6 +28,7 @@ function sourcesIn(directory) {
 export function sourceFiles(paths) {
   const files = paths.flatMap((path) => {
     if (isDirectory(path)) return sourcesIn(path);
+    if (!existsSync(path) && extname(path) === '') throw no(`${path}: no such file or directory`);
     if (!isLexicon(path) && !isPlaces(path)) throw misuse(`${path} is no .json, .jsonc or .tsv source`);
     return [path];
   });

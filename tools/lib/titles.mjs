@@ -8,7 +8,7 @@
 
 import { createReadStream } from 'node:fs';
 import englishReading from '../../lib/english_reading.cjs';
-import { no } from './command_line.mjs';
+import { no, Refusal } from './command_line.mjs';
 import { reasonOf } from './files.mjs';
 
 export const FORMATS = Object.freeze(['tsv', 'jsonl', 'plain']);
@@ -22,12 +22,23 @@ export const FORMATS = Object.freeze(['tsv', 'jsonl', 'plain']);
  * @property {string} [error]
  */
 
+/** A first piece that is no text, which answers nobody wants: it is binary, or in another encoding. */
+function checkText(bytes, text) {
+  const lines = text.split('\n');
+  const broken = lines.filter((line) => line.includes('\ufffd')).length;
+  if (bytes.includes(0) || broken > lines.length / 2) throw no('is not UTF-8 text');
+}
+
 /** The lines of a stream, as many at once as come. Only the line feed ends one: a title may hold other separators. */
 async function* linesOf(stream) {
   const decoder = new TextDecoder();
   let rest = '';
+  let first = true;
   for await (const chunk of stream) {
-    const lines = (rest + decoder.decode(chunk, { stream: true })).split('\n');
+    const text = decoder.decode(chunk, { stream: true });
+    if (first) checkText(chunk, text);
+    first = false;
+    const lines = (rest + text).split('\n');
     rest = lines.pop() ?? '';
     yield lines.map((line) => line.replace(/\r$/, ''));
   }
@@ -141,6 +152,7 @@ export async function* readChunks(path, io, format, size) {
   try {
     yield* chunksOf(path === '-' ? /** @type {AsyncIterable<Uint8Array>} */ (io.input) : createReadStream(path), format, size);
   } catch (error) {
+    if (error instanceof Refusal) throw no(`${path}: ${error.message}`);
     if (error.syscall === undefined) throw error;
     throw no(`${path}: cannot be read: ${reasonOf(error)}`);
   }
@@ -170,5 +182,6 @@ export async function allTitles(path, io) {
     if (!title) throw no(`${path}:${line}: ${error}`);
     titles.push({ ...title, line });
   }
+  if (titles.length === 0) throw no(`${path}: holds no title`);
   return titles;
 }
