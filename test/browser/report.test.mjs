@@ -12,7 +12,8 @@ import explainModule from '../../lib/explain.cjs';
 
 const TITLES = 10000;
 const folder = mkdtempSync(join(tmpdir(), 'klrx-report-'));
-const lexicon = { categories: [{ key: 'food', zh: ['火锅'], en: ['hotpot'] }, { key: 'pet', zh: ['猫'] }, { key: 'city', zh: ['夜景'] }] };
+const lexicon = { categories: [{ key: 'food', zh: ['火锅'], en: ['hotpot'] }, { key: 'pet', zh: ['猫'] }, { key: 'city', zh: ['夜景'] }],
+  humans: [{ sceneKey: '', zh: ['无'] }] };
 const words = ['火锅', '猫', '<b>猫</b>', '无', '火锅交付'];
 let browser;
 let page;
@@ -45,9 +46,10 @@ const rows = () => page.$$eval('.item .row', (items) => items.map((item) => item
 test('figures and the list tell what the pack makes of the titles', async () => {
   assert.match(await page.textContent('#summary'), /^10000 titles: 8000 with a scene \(80\.0 %\), 2000 without, 2000 suppressed/);
   const figures = await page.textContent('#figures');
-  for (const part of ['food', '40.0 %', 'Aliases that spoke for no title: 2', 'hotpot', '夜景']) assert.ok(figures.includes(part), part);
+  for (const part of ['food', '40.0 %', 'Aliases never found: 2', 'hotpot', '夜景']) assert.ok(figures.includes(part), part);
   assert.equal(await found(), '10000 of 10000');
   assert.equal((await rows())[2], '<b>猫</b> 2', 'titles are text');
+  assert.deepEqual(await page.$$eval('.item:nth-child(4) .veto', (cells) => cells.map(({ textContent }) => textContent).filter(Boolean)), ['无', 'veto']);
 });
 
 test('search, figures as filters, sorting', async () => {
@@ -85,6 +87,13 @@ test('the keyboard moves and unfolds; only what is in sight is in the document',
   }
   await page.keyboard.press('End');
   assert.equal(await page.getAttribute('.item.current .row', 'aria-rowindex'), String(TITLES + 1));
+});
+
+test('nothing is wider than the window but the list, which scrolls', async () => {
+  for (const width of [400, 800, 1200]) {
+    await page.setViewportSize({ width, height: 900 });
+    assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), width);
+  }
 });
 
 test('dark where the system is, and silent', async () => {

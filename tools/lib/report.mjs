@@ -11,8 +11,9 @@ import { explanationText } from './explanation_text.mjs';
  * @property {string} raw
  * @property {string} scene "" without one
  * @property {string} detail
- * @property {string} alias the term that decided
- * @property {string} kind of the row that decided: "short", "conflict", …, "phrase", or "travel" for one that no row decided
+ * @property {string} alias the term or phrase that decided
+ * @property {string} kind of the row that decided: "short", "conflict", …, "phrase", "veto" for a phrase that leaves no scene, or
+ *   "travel" for a scene that no row decided
  * @property {number} score
  * @property {string} place
  * @property {string} people
@@ -37,12 +38,13 @@ const BIN = 5; // points of score in a bar of the histogram
 function titleOf(explanation) {
   const { title, answer, scene, celebrities, workflow } = explanation;
   const [top] = scene.candidates;
+  const veto = answer.sceneKey === '' ? scene.phrases.find((phrase) => phrase.veto) : undefined;
   return {
     raw: title.raw,
     scene: answer.sceneKey,
     detail: answer.sceneDetail,
-    alias: top?.phrase ?? top?.alias ?? '',
-    kind: top ? (top.phrase === null ? top.kind : 'phrase') : answer.sceneKey === '' ? '' : 'travel',
+    alias: veto?.phrase ?? top?.phrase ?? top?.alias ?? '',
+    kind: veto ? 'veto' : top ? (top.phrase === null ? top.kind : 'phrase') : answer.sceneKey === '' ? '' : 'travel',
     score: answer.intentHit?.score ?? 0,
     place: answer.locationMeta?.shortLabel ?? '',
     people: celebrities.people.map(({ name }) => name).join(', '),

@@ -42,12 +42,12 @@ function showFigures(report, search) {
   const { titles, scenes, kinds, aliases, unused, scores } = report;
   const share = ([name, count]) => [name, count, percent(count, titles.length)];
   const list = make('ul', { className: 'unused' }, ...unused.slice(0, UNUSED).map((alias) => make('li', { textContent: alias })));
-  const never = make('div', { className: 'figure', tabIndex: 0 }, make('h3', { textContent: `Aliases that spoke for no title: ${unused.length}` }), list,
+  const never = make('div', { className: 'figure', tabIndex: 0 }, make('h3', { textContent: `Aliases never found: ${unused.length}` }), list,
     ...(unused.length > UNUSED ? [make('p', { className: 'note', textContent: `and ${unused.length - UNUSED} more` })] : []));
   at('figures').replaceChildren(
     figure('Titles by scene', scenes.map(share), '', (name) => search(`scene:${name}`)),
-    figure('By the kind of row that decided', kinds.map(share), '', (name) => search(`kind:${name}`)),
-    figure('Aliases that decided most', aliases.slice(0, TOP), aliases.length > TOP ? `and ${aliases.length - TOP} more` : '', (name) => search(`alias:${name}`)),
+    figure('Titles by kind of row', kinds.map(share), '', (name) => search(`kind:${name}`)),
+    figure('Deciding aliases', aliases.slice(0, TOP), aliases.length > TOP ? `and ${aliases.length - TOP} more` : '', (name) => search(`alias:${name}`)),
     figure('Scores', scores.map(({ from, to, count }) => [`${from} to ${to}`, count]), 'Scores compare rows of one kind whose terms are equally long.'),
     never);
 }
@@ -98,7 +98,7 @@ function listOf() {
     const title = shown[i];
     const cells = COLUMNS.map(([name]) => make('span', {
       role: 'gridcell', textContent: name === 'score' ? (title.scene === '' ? '' : title.score.toFixed(2)) : title[name], title: String(title[name]),
-      className: name === 'score' ? 'score' : name === 'scene' && title.suppressed ? 'suppressed' : '',
+      className: name === 'score' ? 'score' : name === 'scene' && title.suppressed ? 'suppressed' : title.kind === 'veto' && name !== 'raw' ? 'veto' : '',
     }));
     const row = make('div', { className: 'row', role: 'row', 'aria-rowindex': i + 2, 'aria-expanded': open.has(title) }, ...cells);
     row.onclick = () => { current = i; toggle(); };
