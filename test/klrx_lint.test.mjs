@@ -67,6 +67,7 @@ test('packs, patches, options', async () => {
     ['good.json --limit x', '--limit is a number, not x'],
   ]) assert.deepEqual(await lint(line), expected, line);
   assert.match(await lint('good.json --rule odd=off'), /^--rule odd is no rule \(always-beaten, /);
+  assert.match(await lint('good.json --rule two-scene=off'), /^--rule two-scene is no rule; is two-scenes meant\?$/);
 
   const many = { categories: [{ key: 'a', zh: [...'甲乙丙丁'] }] };
   enter({ 'a.json': many, 'location-x.tsv': HEADER });

@@ -131,8 +131,8 @@ test('diff: rows, answers, and the patch that gives the answers of the target', 
   for (const name of ['a', 'b']) await klrx(`build ${name}.json --out ${name}.klrx`);
   const [status, out, err] = await klrx('diff a.klrx b.klrx --titles titles.txt --out p.klrx --nonce 000102030405060708090a0b', addon);
   assert.deepEqual([status, out, err], [0, `~ scene 火锅: label Food -> Meal
-- scene 面: scene food, kind category, lang zh, label Food
-+ scene 滑板: scene skate, kind category, lang zh, label Skate
+- scene 面: scene food, kind category, lang zh
++ scene 滑板: scene skate, kind category, lang zh
 + facet x: dimension d, key k, weight 0, lang zh
 rows: 2 added, 1 removed, 1 changed
 滑板日

@@ -18,6 +18,9 @@ const STYLES = /** @type {const} */ ({ added: 'green', removed: 'red', changed: 
 /** What a title is for: an answer in which these are equal has not changed. */
 const COMPARED = ['scene', 'detail', 'place', 'person'];
 
+/** What every row of a scene repeats. */
+const OF_THE_SCENE = new Set(['rowPriority', 'label', 'archiveLabel', 'archiveCode', 'icon', 'defaultDetail']);
+
 const shardRows = (content, name) => content.shards.find((shard) => shard.name === name)?.rows ?? [];
 
 /** All changes, section by section. Laid over its base, a patch takes nothing away. */
@@ -86,9 +89,9 @@ function changesText(changes, colors) {
   const show = (field = '') => (field === '' ? NOTHING : printable(field.replaceAll('\x1e', '|').replace(/^(-?\d+)\.0+$/, '$1')));
   return changes.map(({ change, section, term, before, after }) => {
     const one = after ?? before ?? [];
-    // Of a changed row what differs; otherwise what is said at all.
+    // Of a changed row what differs; otherwise what the row itself says.
     const fields = Array.from({ length: Math.max(one.length, before?.length ?? 0) }, (_, i) => ({ name: fieldNamesOf(section)[i] ?? `field ${i + 1}`, i }))
-      .filter(({ i }) => (before && after ? before[i] !== after[i] : i === 0 || one[i] !== ''))
+      .filter(({ i, name }) => (before && after ? before[i] !== after[i] : i === 0 || (one[i] !== '' && !(section === 'scene' && OF_THE_SCENE.has(name)))))
       .map(({ name, i }) => (before && after ? `${name} ${show(before[i])} -> ${show(after[i])}` : `${name} ${show(one[i])}`));
     return `${paint(STYLES[change], `${SIGNS[change]} ${section} ${printable(term)}`)}: ${fields.join(', ')}\n`;
   }).join('');

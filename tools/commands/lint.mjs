@@ -15,6 +15,7 @@ import { readPack, scenesOf } from '../lib/pack_reader.mjs';
 import { readTrust, TRUST } from '../lib/seal_options.mjs';
 import { compileFiles, documentsOf, sourceFiles } from '../lib/sources.mjs';
 import { painter, printable } from '../lib/terminal.mjs';
+import { nearestOf } from '../lib/text.mjs';
 import { allTitles } from '../lib/titles.mjs';
 
 /**
@@ -56,7 +57,10 @@ function readOnePack(packPath, trust) {
 function readRules(settings) {
   const off = settings.map((setting) => {
     const [name, value] = setting.split('=');
-    if (!Object.hasOwn(RULES, name)) throw misuse(`--rule ${name} is no rule (${Object.keys(RULES).join(', ')})`);
+    if (!Object.hasOwn(RULES, name)) {
+      const near = nearestOf(name, Object.keys(RULES));
+      throw misuse(`--rule ${name} is no rule${near ? `; is ${near} meant?` : ` (${Object.keys(RULES).join(', ')})`}`);
+    }
     if (value !== 'off') throw misuse(`--rule is NAME=off, not ${setting}`);
     return name;
   });
