@@ -191,17 +191,20 @@ test('the guide to lexicons: files saved, commands run, in its order', async () 
   const guide = readFileSync(new URL('../docs/lexicon.md', import.meta.url), 'utf8');
   enter({});
   const done = { files: 0, commands: 0 };
-  for (const [, file, kind, text] of guide.matchAll(/(?:`([\w.-]+)`:\n\n)?```(json|tsv|yaml|sh)\n(.*?)```/gs)) {
+  for (const [, file, kind, text, shown] of guide.matchAll(/(?:`([\w.-]+)`:\n\n)?```(json|tsv|yaml|sh)\n(.*?)```(?:\n\n```\n(.*?)```)?/gs)) {
     if (kind !== 'sh') {
       writeFileSync(file, text);
       done.files += 1;
       continue;
     }
+    let printed;
     for (const [, command] of text.matchAll(/^npx klrx (.*)$/gm)) {
       const [status, out, err] = await klrx(command, addon);
       assert.equal(status, 0, `${command}\n${out}${err}`);
+      printed = out;
       done.commands += 1;
     }
+    if (shown !== undefined) assert.equal(printed, shown);
   }
-  assert.deepEqual(done, { files: 17, commands: 23 });
+  assert.deepEqual(done, { files: 18, commands: 25 });
 });

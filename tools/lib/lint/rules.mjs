@@ -5,7 +5,7 @@ export const RULES = Object.freeze({
   'duplicate': 'drop one of the two',
   'facet-blank': 'write the alias as it is looked for, or drop it: facets are found literally',
   'inside-words': 'move the alias under "en", which asks for whole words, or lengthen it',
-  'missing-country-label': 'say the country: without it the label of the place begins with " · "',
+  'missing-country-label': 'say the country: without it the label of the place begins with " · ", and that of a country is empty',
   'multi-word-place': 'put the place among the "locations" of a lexicon, which finds names of several words',
   'needs-region': 'keep in mind; places that should always be found stand in location-world or in a lexicon',
   'no-alias': 'add an alias, or drop the entry',
