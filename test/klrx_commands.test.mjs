@@ -257,6 +257,7 @@ test('the examples of --help, one after the other as they stand', async () => {
   for (const [name, { examples }] of Object.entries(COMMANDS)) {
     const [, help] = await klrx(`${name} --help`);
     assert.ok(help.split('\n').every((line) => line.length <= 80 || /^ {2}(?:#|klrx)/.test(line)), `${name}: lines of 80 columns`);
+    assert.notEqual(examples.length, 0, name);
     for (const [what, line] of examples) {
       assert.ok(help.includes(`  # ${what}\n  ${line}\n`));
       if (line.includes('redis:')) continue; // test/queue has a server
