@@ -3,7 +3,9 @@ import assert from 'node:assert/strict';
 import { readFileSync, writeFileSync } from 'node:fs';
 import { Readable } from 'node:stream';
 import test from 'node:test';
-import { addon } from './support/addon.mjs';
+import { answerPool } from '../tools/lib/answer_pool.mjs';
+import { packsOf } from '../tools/lib/answers.mjs';
+import { addon, addonUrl } from './support/addon.mjs';
 import { enter, klrx } from './support/klrx.mjs';
 
 const LEXICON = {
@@ -89,6 +91,11 @@ test('try: several threads give what one gives; a reader that goes away ends the
   const printed = [];
   const [status] = await klrx('try p.klrx --jsonl', addon, { input, out: (text) => printed.push(text) < 3 });
   assert.deepEqual([status, printed.length <= 4, given < 100], [0, true, true]);
+
+  const pool = await answerPool({ addonUrl }, packsOf('p.klrx'), 2);
+  const replies = Array.from({ length: 20 }, () => pool.run('answers', [{ raw: '吃火锅', normalizedEnglish: '' }]));
+  await pool.close();
+  assert.deepEqual(new Set((await Promise.all(replies)).map(([{ scene }]) => scene)), new Set(['food']), 'what is under way when it is closed');
 });
 
 const CASES = `raw\ten\tscene\tdetail\tplace\tperson\tnote

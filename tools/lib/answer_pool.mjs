@@ -10,7 +10,7 @@ export const MAX_JOBS = 999;
  * @typedef {object} AnswerPool
  * @property {(what: 'answers' | 'packedPart' | 'writtenPart', task: any) => Promise<any>} run a function of answer_worker.mjs; what it
  *   refuses is the answer
- * @property {() => Promise<void>} close
+ * @property {() => Promise<void>} close once the tasks under way are done
  */
 
 /**
@@ -28,14 +28,22 @@ export async function answerPool(io, packs, jobs, sealed = []) {
     maxThreads: jobs,
     workerData: { addonUrl: io.addonUrl, packs, sealed },
   });
+  /** @type {Set<Promise<any>>} */
+  const running = new Set();
   return {
     run: async (name, task) => {
-      const { value, refusal, packRefusal } = await pool.run(task, { name });
+      const reply = pool.run(task, { name });
+      running.add(reply);
+      const { value, refusal, packRefusal } = await reply.finally(() => running.delete(reply));
       if (packRefusal !== undefined) ask(() => { throw new Error(packRefusal); }, packs.allowedRoot, packPathsOf(packs));
       if (refusal !== undefined) throw no(refusal);
       return value;
     },
-    close: () => pool.destroy(),
+    close: async () => {
+      // A reply that arrives at a pool whose threads are being ended is an error event, which nobody can catch.
+      await Promise.allSettled(running);
+      await pool.destroy();
+    },
   };
 }
 
