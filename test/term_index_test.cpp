@@ -3,6 +3,7 @@
 
 #include <array>
 #include <map>
+#include <numeric>
 #include <random>
 #include <set>
 #include <thread>
@@ -42,6 +43,36 @@ TEST(TermIndex, EveryLengthAroundItsLimits) {
     compareAll(table, text.substr(text.size() - cut));
   }
   for (const char* other : {"é", "\xFF", "\x80\xFF\x80", "a\xC3", " ", "zzzzz"}) compareAll(table, other);
+}
+
+TEST(TermIndex, SeedsWithWhichHashesOfTermsThatCountUpLieTogether) {
+  std::vector<std::string> terms(3000, "0000aaaa");
+  for (std::size_t i = 0; i < terms.size(); ++i) {
+    terms[i][0] = static_cast<char>(i);
+    terms[i][1] = static_cast<char>(i >> 8U);
+  }
+  const RecordTable table = tableOfTerms(terms);
+  std::vector<std::uint32_t> rows(terms.size());
+  std::iota(rows.begin(), rows.end(), 0U);
+  constexpr std::uint64_t kThird = 0x5555555555555555U;
+  const HashSeed seeds[] = {{0, 0},
+                            {7, 1},
+                            {0, std::uint64_t{1} << 63U},
+                            {9, kThird},
+                            {1, kThird + (1U << 30U)},
+                            {3, 0xFFFFFFFFFFFFFFFFU},
+                            {5, std::uint64_t{1} << 32U}};
+  for (const HashSeed& seed : seeds) {
+    SystemVector<std::uint32_t> ring(terms.size());
+    TermIndex index;
+    buildTermIndex(table, rows, &ring, seed, &index);
+    TermHits hits;
+    for (const std::uint32_t row : rows) {
+      findContainedTerms(table, index, terms[row], &hits);
+      ASSERT_EQ(hits.terms.size(), 1U) << row << " with " << seed.second;
+      ASSERT_EQ(hits.terms.front().lastRow, row);
+    }
+  }
 }
 
 TEST(TermIndex, RandomTermsInRandomTexts) {

@@ -119,7 +119,7 @@ void makeIndex(const RecordTable& table, TableIndexes::Made* made, TermIndex* in
     TableIndexes& indexes = *table.indexes;
     makeOnce(&indexes.ringMade, [&] { indexes.ring.resize(table.rows.size()); });
     const SystemVector<std::uint32_t> members = listMembers<kIsMember>(table);
-    buildTermIndex(table, members, &indexes.ring, index);
+    buildTermIndex(table, members, &indexes.ring, hashSeed(), index);
     if (repeated == nullptr) return;
     findRepeated(table, *index, members, repeated);
     index->phraseLengths = phraseLengthsOf(table, members);
@@ -203,7 +203,7 @@ const TermIndex& identityIndex(const RecordTable& table) {
   TableIndexes& indexes = *table.indexes;
   makeOnce(&indexes.identityMade, [&] {
     indexes.identity.ownRing.resize(table.rows.size());
-    buildTermIndex(table, listMembers<isIdentity>(table), &indexes.identity.ownRing, &indexes.identity);
+    buildTermIndex(table, listMembers<isIdentity>(table), &indexes.identity.ownRing, hashSeed(), &indexes.identity);
   });
   return indexes.identity;
 }

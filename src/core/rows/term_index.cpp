@@ -37,8 +37,8 @@ std::size_t longestOf(std::uint64_t lengths) { return static_cast<std::size_t>(s
 /// At most two thirds full, so that probes stay short.
 std::size_t tableCapacity(std::size_t count) { return count + count / 2 + 8; }
 
-/// About four sevenths full. `prefixes` is a count of bits, of which some stand for two; that it is so far from the
-/// truth that the table would be full takes a seed that nobody can choose.
+/// About four sevenths full, for a count of bits of which some stand for two prefixes. If more than few do, the table
+/// is made anew, see fillGate.
 std::size_t gateCapacity(std::size_t prefixes) { return prefixes + prefixes / 4 * 3 + 64; }
 
 /// A place in a table of `capacity`, from the upper half of the hash. Tags come from the lower half, so that terms in
@@ -62,8 +62,10 @@ std::size_t shortPlace(const TermIndex& index, std::uint64_t front) {
   return static_cast<std::size_t>(mixed >> 40U) & (index.shortGate.size() - 1);
 }
 
+/// The upper half of a single product says too little: with one seed in fifty, prefixes that count up lie in a few
+/// places. The second factor is 2^64 divided by the golden ratio; it makes the upper half depend on all bits.
 std::uint64_t gateHash(const TermIndex& index, std::uint64_t front) {
-  return foldedProduct((front & 0xFFFFFFFFFFFFU) ^ index.seed.first, index.seed.second);
+  return foldedProduct((front & 0xFFFFFFFFFFFFU) ^ index.seed.first, index.seed.second) * 0x9E3779B97F4A7C15U;
 }
 
 /// Whether the bit of a prefix is set. Neighbouring bits and entries of the gate belong together: both are found by the
@@ -174,14 +176,35 @@ bool registerFront(TermIndex* index, std::string_view term) {
   return false;
 }
 
-void addAtGate(TermIndex* index, std::string_view term, std::uint64_t hash) {
+/// True if the prefix is new.
+bool addAtGate(TermIndex* index, std::string_view term, std::uint64_t hash) {
   const std::size_t capacity = index->gate.size();
   std::size_t place = placeOf(hash, capacity);
   while (index->gate[place] != 0 && (index->gate[place] & ~kLengthBits) != gateTag(hash)) {
     place = nextPlace(place, capacity);
   }
+  const bool isNew = index->gate[place] == 0;
   const std::uint64_t length = term.size() < kLongLength ? std::uint64_t{1} << (term.size() - kGatePrefix) : kLongBit;
   index->gate[place] |= gateTag(hash) | length;
+  return isNew;
+}
+
+/// False if there are too many prefixes for the capacity: then places are short, and a search for an empty one long.
+bool fillGate(const RecordTable& table, std::span<const std::uint32_t> rows, std::size_t capacity, TermIndex* index) {
+  index->gate.assign(capacity, 0);
+  std::size_t free = capacity / 8 * 7;
+  forEachHashed(
+      rows, index->gate,
+      [&](std::uint32_t row, std::uint64_t* hash) {
+        const std::string_view term = termOf(table, row);
+        if (term.size() < kGatePrefix || !isLastOfTerm(*index, row)) return false;
+        *hash = gateHash(*index, loadFront(term));
+        return true;
+      },
+      [&](const Hashed& added) {
+        if (free > 0 && addAtGate(index, termOf(table, added.row), added.hash)) --free;
+      });
+  return free > 0;
 }
 
 void collectLongTerms(const RecordTable& table, TermIndex* index) {
@@ -429,8 +452,8 @@ std::optional<std::uint32_t> termOfProbe(const Searcher& searcher, const TermPro
 }  // namespace
 
 void buildTermIndex(const RecordTable& table, std::span<const std::uint32_t> rows, SystemVector<std::uint32_t>* ring,
-                    TermIndex* index) {
-  index->seed = hashSeed();
+                    const HashSeed& seed, TermIndex* index) {
+  index->seed = seed;
   index->ring = ring;
   if (rows.empty()) return;
   index->slots.assign(tableCapacity(rows.size()), kEmptySlot);
@@ -454,16 +477,8 @@ void buildTermIndex(const RecordTable& table, std::span<const std::uint32_t> row
         addRow(table, added, ring, index);
       });
 
-  index->gate.assign(gateCapacity(prefixes), 0);
-  forEachHashed(
-      rows, index->gate,
-      [&](std::uint32_t row, std::uint64_t* hash) {
-        const std::string_view term = termOf(table, row);
-        if (term.size() < kGatePrefix || !isLastOfTerm(*index, row)) return false;
-        *hash = gateHash(*index, loadFront(term));
-        return true;
-      },
-      [&](const Hashed& added) { addAtGate(index, termOf(table, added.row), added.hash); });
+  std::size_t capacity = gateCapacity(prefixes);
+  while (!fillGate(table, rows, capacity, index)) capacity *= 2;
   if (anyLong) collectLongTerms(table, index);
 }
 

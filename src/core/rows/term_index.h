@@ -78,9 +78,10 @@ struct TermHits {
   std::unordered_map<std::uint32_t, std::size_t> newRunLimits;
 };
 
-/// Indexes these rows of `table`, which ascend. The ring has a place for each row of the table.
+/// Indexes these rows of `table`, which ascend. The ring has a place for each row of the table. `seed` is that of the
+/// process.
 void buildTermIndex(const RecordTable& table, std::span<const std::uint32_t> rows, SystemVector<std::uint32_t>* ring,
-                    TermIndex* index);
+                    const HashSeed& seed, TermIndex* index);
 
 /// Terms that are substrings of `text`.
 void findContainedTerms(const RecordTable& table, const TermIndex& index, std::string_view text, TermHits* hits);
