@@ -1,6 +1,7 @@
 // Eight threads that call the core as the exports do, with warm-ups and a file that is replaced meanwhile. Every answer
 // is held against the one that was given before there were threads. It is worth most under ThreadSanitizer, which can't
-// run inside an uninstrumented node. CORVENDA_TEST_SHARE is the share of a minute for which the threads run.
+// run inside an uninstrumented node. Windows replaces no file that is open. CORVENDA_TEST_SHARE is the share of a
+// minute for which the threads run.
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
