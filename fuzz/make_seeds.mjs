@@ -100,6 +100,7 @@ const seeds = {
     zeros: vector('leading_zeros_are_signed_without'),
     unsigned: vector('an_unknown_key_is_not_signed'),
     key: String(vector('a_manifest_vouches_for_its_patch')).replace('"ruleSetId"', '"ruleSetId":1,"ruleSetId"'),
+    end: String(vector('a_manifest_vouches_for_its_patch')).replace(/("modules":\[)[^\]]*\]/, '$1"').replace(/("signature":")[^"]*/, '$1scen]e'),
     base64: 'MCowBQYDK2VwAyEAPUAXw+hDiVqStwqnTRt+vJyYLM8uxJaMwM1V8Sr0Zg==',
   },
   number_text: {

@@ -207,7 +207,9 @@ std::string signAnew(std::string_view text) {
 
 void verifySignedAnew(const Place& place, std::string_view text) {
   const std::string anew = signAnew(text);
-  if (anew.size() <= 131072 && plainSignedText(anew) == plainSignedText(text)) mustHold(verify(place, anew).empty());
+  // The old signature may have held the end of the modules.
+  if (anew.size() <= 131072 && plainArray(anew, "modules") && plainSignedText(anew) == plainSignedText(text))
+    mustHold(verify(place, anew).empty());
 }
 
 }  // namespace
