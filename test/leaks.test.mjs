@@ -36,9 +36,8 @@ function nativeBytes() {
 const descriptors = () => readdirSync('/proc/self/fd').length;
 const median = (numbers) => numbers.toSorted((a, b) => a - b)[numbers.length >> 1];
 
-/** Does the work in sixteen parts and compares the memory after the first of them with that after the last. */
-async function mustNotGrow(t, work) {
-  const open = descriptors();
+/** Does the work in sixteen parts and gives by how many bytes the memory after the last is above that after the first. */
+async function growthOver(t, work) {
   const marks = [];
   for (let part = 0; part < MARKS; ++part) {
     await work(part);
@@ -47,6 +46,14 @@ async function mustNotGrow(t, work) {
   const settled = marks.slice(MARKS / 4);
   const growth = median(settled.slice(-4)) - median(settled.slice(0, 4));
   t.diagnostic(`${marks.map((bytes) => (bytes / 1e6).toFixed(1)).join(' ')} MB, growth ${(growth / 1e6).toFixed(2)} MB`);
+  return growth;
+}
+
+async function mustNotGrow(t, work) {
+  const open = descriptors();
+  let growth = await growthOver(t, work);
+  // The engine takes pages late now and then, and once. What leaks grows again.
+  if (growth > TOLERANCE) growth = await growthOver(t, work);
   assert.ok(growth <= TOLERANCE, `grew by ${growth} bytes`);
   assert.equal(descriptors(), open);
 }
